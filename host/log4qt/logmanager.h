@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+
+#include <QString>
+
+#include <log4qt/logger.h>
+#include <utils/export.h>
+
+namespace Log4Qt {
+
+/// Where and how log lines are written. All fields have sensible defaults, so that a host without a logging
+/// configuration logs warnings and errors to standard error.
+struct LogSettings
+{
+    /// Lines below this level are dropped.
+    Level level = Level::Info;
+    /// Path of a log file that is appended to; empty writes to standard error.
+    QString file;
+    /// Line pattern in spdlog's notation.
+    QString pattern = QStringLiteral("%Y-%m-%d %H:%M:%S.%e %^%-5l%$ [%n] %v");
+    /// Write API keys and Authorization headers in full.
+    bool secrets = false;
+};
+
+/// One line as it was written (masked), for hosts and tests that watch the log.
+struct LogRecord
+{
+    Level level = Level::Info;
+    QString logger;
+    QString text;
+};
+
+/// The process's loggers and where they write to. Threads: any.
+class ORVEX_EXPORT LogManager
+{
+public:
+    /// The logger of that name; created on first use, never null, valid for the life of the process.
+    [[nodiscard]] static Logger* logger(const QString& name);
+    /// The host's two-name form: the second name, when not empty, names a part of the first ("first.second").
+    [[nodiscard]] static Logger* logger(const QString& name, const QString& second);
+
+    /// Applies `settings` to all loggers, present and future. False with a text in `error` (may be null) when
+    /// the log file cannot be opened; the earlier settings then stay.
+    static bool configure(const LogSettings& settings, QString* error = nullptr);
+
+    /// Makes `secret` unreadable in every line written from now on: all but its last four characters become
+    /// asterisks (all of them when it has eight or fewer). Texts shorter than four characters are ignored,
+    /// they would blot out unrelated text. The values that follow "X-API-KEY" and "Authorization" in a line
+    /// are masked without being registered.
+    static void addSecret(const QString& secret);
+
+    /// Calls `watcher` for every line that passes the level, in the thread that logs it. One watcher at a
+    /// time; an empty function removes it. After the call returns, an earlier watcher is not called any more.
+    static void setWatcher(std::function<void(const LogRecord&)> watcher);
+
+    /// The level named by `name` ("trace", "debug", "info", "warn" or "warning", "error", "fatal", "off", in
+    /// any letter case) in `level`; false for any other name, `level` then stays.
+    [[nodiscard]] static bool levelFromName(const QString& name, Level* level);
+};
+
+}  // namespace Log4Qt

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace http {
+
+/// What an exchange with failover between sites came to, recorded in its last Response.
+enum class ErrorKind : int {
+    /// The reply was taken as it is.
+    None = 0,
+    /// The other side is out of order in a way that permits the sale without its verdict.
+    SalePermitted = 1,
+    /// No site could be reached because of network faults.
+    Unreachable = 2,
+    /// The site list could not be fetched because no token for it is set.
+    NoToken = 3,
+};
+
+}  // namespace http

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include <QDeadlineTimer>
+#include <QHash>
+#include <QJsonDocument>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+#include <network/response.h>
+#include <utils/export.h>
+#include <utils/mockfactory.h>
+
+namespace Log4Qt {
+class Logger;
+}
+
+/// A synchronous HTTP/1.1 client. Created through MockFactory<RestClient>::create(), so that a test can
+/// replace it.
+///
+/// Connections stay open between requests of one client unless the headers of either side forbid it. TLS 1.2
+/// and above, the certificate is verified. Redirects are not followed: a key in a header must not travel.
+/// gzip and deflate are accepted. Only http and https URLs are asked. The environment's proxy variables are
+/// ignored.
+///
+/// Settings, read when the client is created: "Network:caFile" (PEM file with the trusted certificates
+/// instead of the system's), "Network:proxy" (URL of a proxy, none by default), "Network:maxReplyBytes"
+/// (default 16 MiB; a larger reply, counted after decompression, is a network error).
+///
+/// Failures never throw: they are in the Response. Header names or values with CR, LF or NUL are refused
+/// without an exchange (NetworkError::ProtocolFailure).
+///
+/// Threads: any thread, one request at a time; a request started meanwhile in another thread waits. The
+/// setters are for the owner, before a request.
+class ORVEX_EXPORT RestClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    RestClient();
+    ~RestClient() override;
+
+    /// Limit of one whole exchange, name look-up included, for the requests that follow. Zero or less: no
+    /// limit. The last of the three setters called is in force; a new client has a limit of 30 s.
+    virtual void setTimeout(int seconds);
+    virtual void setTimeout(std::chrono::milliseconds timeout);
+    /// A point in time instead of a duration. An exchange that would begin at or after it is a time-out at
+    /// once.
+    virtual void setDeadline(const QDeadlineTimer& deadline);
+
+    /// How the client's own messages name the other side, in the dative: "серверу ...".
+    virtual void setTargetAlias(const QString& alias);
+    /// Where the client logs: each exchange at debug level, a failed one as a warning. Null (the default):
+    /// nowhere.
+    virtual void setLogger(const Log4Qt::Logger* logger);
+
+    /// GET; a body is sent only when the document is not empty.
+    virtual http::Response get(const QUrl& url, const QJsonDocument& body,
+                               const QHash<QString, QString>& headers);
+    /// POST of the document as compact JSON in UTF-8; an empty document is an empty body.
+    virtual http::Response post(const QUrl& url, const QJsonDocument& body,
+                                const QHash<QString, QString>& headers);
+    /// POST when the document is not empty, otherwise GET.
+    virtual http::Response request(const QUrl& url, const QJsonDocument& body,
+                                   const QHash<QString, QString>& headers);
+
+    /// The response of the last request; a default one before the first.
+    [[nodiscard]] virtual http::Response lastResponse() const;
+    /// The number of the last response's networkError(): 0 means that it was complete and its status below
+    /// 400.
+    [[nodiscard]] virtual int lastError() const;
+
+    /// Ends every exchange of every client in the process at once, present and future ones alike, as a
+    /// network error (OperationCanceled), until called with false. For a host that must stop while a check is
+    /// running.
+    static void cancelAll(bool cancel);
+
+private:
+    class Exchange;
+    std::unique_ptr<Exchange> m_exchange;
+};
+
+extern template class MockFactory<RestClient>;

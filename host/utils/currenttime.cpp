@@ -1,0 +1,22 @@
+#include <utils/currenttime.h>
+
+#include <thread>
+
+template class ORVEX_EXPORT MockFactory<CurrentTime>;
+
+CurrentTime::~CurrentTime() = default;
+
+QDateTime CurrentTime::currentDateTime() const
+{
+    return QDateTime::currentDateTimeUtc();
+}
+
+std::chrono::nanoseconds CurrentTime::monotonic() const
+{
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+void CurrentTime::sleepFor(std::chrono::milliseconds duration) const
+{
+    std::this_thread::sleep_for(duration);
+}

@@ -1,0 +1,140 @@
+#include <utils/markingcode.h>
+
+#include <algorithm>
+#include <array>
+
+#include <QByteArray>
+#include <QRegularExpression>
+
+namespace {
+
+constexpr QChar GroupSeparator(0x1D);
+
+bool isSevenBitText(const QByteArray& bytes)
+{
+    return std::all_of(bytes.cbegin(), bytes.cend(),
+                       [](char c) { return c == 0x1D || (c >= 0x20 && c <= 0x7E); });
+}
+
+bool mayBeBase64(const QString& text)
+{
+    return text.size() >= 4 && text.size() % 4 == 0 && !text.front().isDigit();
+}
+
+/// The text that `text` encodes in strict Base64, or a null string when it encodes none.
+QString fromBase64(const QString& text)
+{
+    if (!mayBeBase64(text)) {
+        return {};
+    }
+    const QByteArray latin = text.toLatin1();
+    const auto decoded = QByteArray::fromBase64Encoding(latin, QByteArray::AbortOnBase64DecodingErrors);
+    // Encoding it again tells whether padding and the unused bits were as the encoding has them.
+    if (!decoded || decoded->isEmpty() || !isSevenBitText(*decoded) || decoded->toBase64() != latin) {
+        return {};
+    }
+    return QString::fromLatin1(*decoded);
+}
+
+QString withoutLeadingFnc1(QString text)
+{
+    static const std::array symbologies = {QStringLiteral("]d2"), QStringLiteral("]C1"),
+                                           QStringLiteral("]Q3")};
+    qsizetype start = 0;
+    while (start < text.size()) {
+        const QStringView rest = QStringView(text).mid(start);
+        if (rest.front() == GroupSeparator) {
+            ++start;
+        } else if (std::any_of(symbologies.begin(), symbologies.end(),
+                               [&](const QString& s) { return rest.startsWith(s); })) {
+            start += 3;
+        } else {
+            break;
+        }
+    }
+    return start == 0 ? text : text.mid(start);
+}
+
+bool areDigits(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
+
+/// Length of the serial at the start of `rest`, which has no GS.
+qsizetype serialLength(const QString& rest)
+{
+    // A text as long as a whole serial of some product group may be just that, whatever it ends in.
+    static constexpr std::array<qsizetype, 4> wholeSerials = {6, 7, 13, 20};
+    static const QRegularExpression tail(
+        QStringLiteral("^.+?(?<tail>91.{4}92(?:.{88}|.{44})|8005[0-9]{6}(?:93.{4})?|93.{4})$"));
+    if (std::find(wholeSerials.begin(), wholeSerials.end(), rest.size()) != wholeSerials.end()) {
+        return rest.size();
+    }
+    const auto match = tail.match(rest);
+    return match.hasMatch() ? match.capturedStart(QStringLiteral("tail")) : rest.size();
+}
+
+bool mustBeEscaped(const QString& text, qsizetype i)
+{
+    const QChar c = text[i];
+    if (c.isHighSurrogate()) {
+        return i + 1 == text.size() || !text[i + 1].isLowSurrogate();
+    }
+    if (c.isLowSurrogate()) {
+        return i == 0 || !text[i - 1].isHighSurrogate();
+    }
+    switch (c.category()) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Other_NotAssigned:
+    case QChar::Other_PrivateUse:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+}  // namespace
+
+MarkingCode::MarkingCode(const QString& text)
+{
+    const QString decoded = fromBase64(text);
+    m_text = withoutLeadingFnc1(decoded.isNull() ? text : decoded);
+}
+
+QString MarkingCode::toReadable() const
+{
+    QString readable;
+    readable.reserve(m_text.size() + 8);
+    for (qsizetype i = 0; i < m_text.size(); ++i) {
+        if (m_text[i] == GroupSeparator) {
+            readable += QStringLiteral("<GS>");
+        } else if (mustBeEscaped(m_text, i)) {
+            readable += QStringLiteral("\\u%1").arg(uint(m_text[i].unicode()), 4, 16, QChar(u'0'));
+        } else {
+            readable += m_text[i];
+        }
+    }
+    return readable;
+}
+
+QString MarkingCode::cis() const
+{
+    constexpr qsizetype gtinEnd = 16;      // AI 01 and 14 digits
+    constexpr qsizetype serialStart = 18;  // and AI 21
+    constexpr qsizetype packLength = 29;
+    constexpr qsizetype packCisLength = 21;
+
+    const QStringView text(m_text);
+    if (text.size() > serialStart && text.startsWith(u"01") && areDigits(text.sliced(2, 14)) &&
+        text.sliced(gtinEnd, 2) == u"21") {
+        const qsizetype gs = m_text.indexOf(GroupSeparator, serialStart);
+        return m_text.left(gs >= 0 ? gs : serialStart + serialLength(m_text.sliced(serialStart)));
+    }
+    if (text.size() == packLength && areDigits(text.first(14))) {
+        return m_text.left(packCisLength);
+    }
+    return m_text;
+}
