@@ -2,7 +2,7 @@
 
 #include <thread>
 
-template class ORVEX_EXPORT MockFactory<CurrentTime>;
+template class MockFactory<CurrentTime>;
 
 CurrentTime::~CurrentTime() = default;
 

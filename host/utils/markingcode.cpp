@@ -28,12 +28,13 @@ QString fromBase64(const QString& text)
         return {};
     }
     const QByteArray latin = text.toLatin1();
-    const auto decoded = QByteArray::fromBase64Encoding(latin, QByteArray::AbortOnBase64DecodingErrors);
+    const auto result = QByteArray::fromBase64Encoding(latin, QByteArray::AbortOnBase64DecodingErrors);
+    const QByteArray decoded = result ? *result : QByteArray();
     // Encoding it again tells whether padding and the unused bits were as the encoding has them.
-    if (!decoded || decoded->isEmpty() || !isSevenBitText(*decoded) || decoded->toBase64() != latin) {
+    if (decoded.isEmpty() || !isSevenBitText(decoded) || decoded.toBase64() != latin) {
         return {};
     }
-    return QString::fromLatin1(*decoded);
+    return QString::fromLatin1(decoded);
 }
 
 QString withoutLeadingFnc1(QString text)

@@ -17,7 +17,7 @@ template <class T>
 class ORVEX_EXPORT MockFactory
 {
 public:
-    static inline std::atomic<T*> mocked = nullptr;
+    static std::atomic<T*> mocked;
 
     [[nodiscard]] static QSharedPointer<T> create()
     {
@@ -27,3 +27,6 @@ public:
         return QSharedPointer<T>::create();
     }
 };
+
+template <class T>
+std::atomic<T*> MockFactory<T>::mocked = nullptr;

@@ -1,18 +1,18 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
 #include <mutex>
 
 #include <utils/export.h>
 
 /// The one object of type T in the process, created with T() on first use.
 ///
-/// Host and plug-ins must see the same object, so the static state has default visibility and the library
+/// Host and plug-ins must see the same object, so the static state has default visibility, and the library
 /// that owns T instantiates the template (`template class Singleton<T>;`) while its header declares that
 /// (`extern template class Singleton<T>;`).
 ///
-/// Threads: any. The object lives until reset() or the end of the process; T guards its own state.
+/// The object lives until reset(). It is not destroyed at the end of the process: whatever is destroyed then
+/// may still use it. Threads: any; T guards its own state.
 template <class T>
 class ORVEX_EXPORT Singleton
 {
@@ -20,29 +20,29 @@ public:
     /// Never null.
     [[nodiscard]] static T* instance()
     {
-        if (T* known = m_fast.load(std::memory_order_acquire)) {
+        if (T* known = m_object.load(std::memory_order_acquire)) {
             return known;
         }
         const std::lock_guard lock(m_mutex);
-        if (!m_owner) {
-            m_owner = std::make_unique<T>();
-            m_fast.store(m_owner.get(), std::memory_order_release);
+        T* object = m_object.load(std::memory_order_relaxed);
+        if (object == nullptr) {
+            object = new T();
+            m_object.store(object, std::memory_order_release);
         }
-        return m_owner.get();
+        return object;
     }
 
     /// Destroys the object; the next instance() creates a new one. Only while nobody else uses the old one:
     /// between tests, or when the host shuts down.
-    static void reset()
-    {
-        std::unique_ptr<T> old;
-        const std::lock_guard lock(m_mutex);
-        m_fast.store(nullptr, std::memory_order_release);
-        old.swap(m_owner);
-    }
+    static void reset() { delete m_object.exchange(nullptr, std::memory_order_acq_rel); }
 
 private:
-    static inline std::mutex m_mutex;
-    static inline std::unique_ptr<T> m_owner;
-    static inline std::atomic<T*> m_fast = nullptr;
+    // Not inline: "extern template" does not keep inline variables out of the libraries that only use T.
+    static std::mutex m_mutex;
+    static std::atomic<T*> m_object;
 };
+
+template <class T>
+std::mutex Singleton<T>::m_mutex;
+template <class T>
+std::atomic<T*> Singleton<T>::m_object = nullptr;

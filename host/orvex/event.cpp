@@ -1,0 +1,7 @@
+#include <orvex/event.h>
+
+Event::Event(int code)
+    : m_code(code)
+    , m_values(QSharedPointer<ValueMap>::create())
+{
+}
