@@ -1,0 +1,66 @@
+#include "crpt/resultfitting.h"
+
+#include <QSet>
+
+namespace {
+
+using Codes = QSet<MarkingCode>;
+
+Codes setOf(const QList<MarkingCode>& codes)
+{
+    return {codes.cbegin(), codes.cend()};
+}
+
+CheckMarkingCodesResult::CodeStatus wholeReplyStatus(const CheckMarkingCodesResult& result,
+                                                     CheckMarkingCodesResult::EStatus status)
+{
+    return {status, {}, {}, result.status(), result.responseObject()};
+}
+
+void failUnmentioned(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+{
+    const Codes passed = setOf(result.passedCodes);
+    const auto notInReply = wholeReplyStatus(result, CheckMarkingCodesResult::NotInReply);
+    for (const MarkingCode& code : requested) {
+        if (!passed.contains(code) && !result.failedCodes.contains(code)) {
+            result.failedCodes.insert(code, notInReply);
+        }
+    }
+}
+
+void passAll(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+{
+    result.failedCodes.clear();
+    result.passedCodes = requested;
+}
+
+void failAll(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+{
+    const auto unreachable = wholeReplyStatus(result, CheckMarkingCodesResult::Unreachable);
+    result.passedCodes.clear();
+    result.failedCodes.clear();
+    for (const MarkingCode& code : requested) {
+        result.failedCodes.insert(code, unreachable);
+    }
+}
+
+}  // namespace
+
+void fitToErrorKind(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+{
+    switch (result.errorKind()) {
+    case http::ErrorKind::None:
+        failUnmentioned(result, requested);
+        break;
+    case http::ErrorKind::SalePermitted:
+        passAll(result, requested);
+        break;
+    case http::ErrorKind::Unreachable:
+        failAll(result, requested);
+        break;
+    case http::ErrorKind::NoToken:
+        break;
+    }
+    const Codes wanted = setOf(requested);
+    result.passedCodes.removeIf([&wanted](const MarkingCode& code) { return !wanted.contains(code); });
+}

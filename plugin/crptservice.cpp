@@ -1,0 +1,129 @@
+#include "plugin/crptservice.h"
+
+#include <QUrl>
+
+#include "contracts/initverifyservice.h"
+#include "crpt/crptclient.h"
+#include <config/config.h>
+#include <log4qt/logmanager.h>
+#include <orvex/activitynotifier.h>
+#include <orvex/eactivitylistener.h>
+
+CrptService::CrptService()
+    : CrptService(utils::ForMock())
+{
+    crptClient = QSharedPointer<CrptClient>::create();
+    crptClient->moveToThread(thread);
+}
+
+CrptService::CrptService(utils::ForMock /*tag*/)
+    : thread(new QThread(this))
+    , logger(Log4Qt::LogManager::logger(QStringLiteral("crptservice"), QString()))
+{
+}
+
+CrptService::~CrptService()
+{
+    BasicPlugin::deinit();  // nobody calls this object any more
+    thread->quit();
+    thread->wait();
+    delete thread;
+}
+
+bool CrptService::init()
+{
+    if (!isServiceUsed()) {
+        logger->warn(
+            QStringLiteral("В настоящий момент сервис верификации 'crpt' не используется ни одним плагином "
+                           "для проверок маркировок"));
+        return false;
+    }
+    addTriggers();
+    startThread();
+    listen();
+    return true;
+}
+
+bool CrptService::isServiceUsed() const
+{
+    const auto* config = Singleton<Config>::instance();
+    const QString thisService = QStringLiteral("crpt");
+    for (const QString& pattern : {QStringLiteral("MarkedGoods*"), QStringLiteral("DraftBeer*"),
+                                   QStringLiteral("Motp*"), QStringLiteral("Moot*")}) {
+        const QStringList sections = config->sections(pattern);
+        for (const QString& section : sections) {
+            if (config->getString(section + QStringLiteral(":markverifycrptservice"), thisService) ==
+                thisService) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void CrptService::addTriggers()
+{
+    addTrigger(ActionTrigger(
+        EContext::Any, control::EActionType::VerifyMarking, ActionTrigger::During,
+        [this](const control::Action& action) { return checkMarkingCodes(action); }, ActionTrigger::Whatever,
+        ActionTrigger::Normal));
+    addTrigger(ActionTrigger(
+        EContext::Any, control::EActionType::CheckConnection, ActionTrigger::During,
+        [this](const control::Action& action) { return beforeCheckConnection(action); },
+        ActionTrigger::Whatever, ActionTrigger::Normal));
+}
+
+void CrptService::startThread()
+{
+    if (crptClient) {
+        connect(thread, &QThread::started, crptClient.data(), &CrptClient::onStart);
+    }
+    connections << connect(
+        thread, &QThread::finished, thread,
+        [log = logger] { log->info(QStringLiteral("Работа CRPT остановлена")); }, Qt::DirectConnection);
+    connections << connect(
+        thread, &QThread::destroyed, thread,
+        [log = logger] { log->info(QStringLiteral("Поток CRPT завершен")); }, Qt::DirectConnection);
+    thread->start(QThread::InheritPriority);
+}
+
+void CrptService::listen()
+{
+    auto* notifier = Singleton<ActivityNotifier>::instance();
+    notifier->addListener(this, {EActivityListener::InitVerifyService});
+    keep(notifier->addTriggerAfter(EActivityListener::OnlineServicesRefresh, [this](const Event&) {
+        if (crptClient) {
+            QMetaObject::invokeMethod(crptClient.data(),
+                                      [client = crptClient.data()] { client->updateInfo(); });
+        }
+    }));
+}
+
+void CrptService::deinit()
+{
+    for (const QMetaObject::Connection& connection : std::as_const(connections)) {
+        disconnect(connection);
+    }
+    connections.clear();
+    BasicPlugin::deinit();
+}
+
+void CrptService::handleEvent(const Event& event)
+{
+    if (event.getCode() != EActivityListener::InitVerifyService) {
+        return;
+    }
+    const events::marking::InitVerifyService settings(event);
+    if (settings.service() != events::marking::InitVerifyService::Crpt || !crptClient) {
+        return;
+    }
+    const QString section = settings.section();
+    const QList<QString> hosts = settings.hosts();
+    for (const QString& host : hosts) {
+        crptClient->addHost(QUrl::fromUserInput(host), section);
+    }
+    const QList<QString> keys = settings.keys();
+    for (const QString& key : keys) {
+        crptClient->addKey(key, section);
+    }
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QList>
+#include <QMetaObject>
+#include <QSharedPointer>
+#include <QThread>
+#include <QtPlugin>
+
+#include "result/checkmarkingcodesresult.h"
+#include <orvex/baseactivitylistener.h>
+#include <orvex/basicplugin.h>
+#include <orvex/task.h>
+#include <utils/export.h>
+#include <utils/formock.h>
+
+class CrptClient;
+namespace Log4Qt {
+class Logger;
+}
+
+/// The plug-in: the marking operator's verification service for the host.
+///
+/// It answers two kinds of actions (marking verification, connection check), takes its connection settings
+/// from the init event and has the online client refresh its site list after event 172. It wires; the clients
+/// decide.
+///
+/// Threads: init(), deinit(), construction and destruction in the host's main thread; triggers and events in
+/// any, also in several at once. The online client runs in `thread`. Destruction waits for that thread
+/// without a limit, so for a site-list update that is under way.
+class ORVEX_EXPORT CrptService : public BaseActivityListener, public BasicPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID "CrptService" FILE "crptservice.json")
+    Q_INTERFACES(BaseActivityListener BasicPlugin)
+
+public:
+    CrptService();
+    /// Without an online client, for a test to fill in.
+    explicit CrptService(utils::ForMock);
+    ~CrptService() override;
+
+    /// Takes the connection settings from the init event of this service.
+    void handleEvent(const Event& event) override;
+
+    /// False, with a warning in the log, when no marking section of the configuration uses the service
+    /// "crpt".
+    bool init() override;
+    void deinit() override;
+
+    /// Trigger of the marking verification action: checks its codes and writes the result into it. Blocks
+    /// until there is one. Done, or NotServed when the action is for another service.
+    virtual EContext::Result checkMarkingCodes(const control::Action& action);
+    /// Trigger of the connection check action: adds a task that pings the operator's hosts ("pingTask").
+    /// Extended, or Done when the action is addressed to another plug-in.
+    virtual EContext::Result beforeCheckConnection(const control::Action& action) const;
+    /// The task: is any operator host reachable? Gives a PingTaskResult.
+    [[nodiscard]] virtual QSharedPointer<TaskResult> pingCrptServers() const;
+
+protected:
+    QSharedPointer<CrptClient> crptClient;
+    QThread* thread;  // child of this object
+    Log4Qt::Logger* logger;
+    QList<QMetaObject::Connection> connections;  // of the log lines about the thread
+
+private:
+    [[nodiscard]] bool isServiceUsed() const;
+    void addTriggers();
+    void startThread();
+    void listen();
+};

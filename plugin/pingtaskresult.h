@@ -1,0 +1,13 @@
+#pragma once
+
+#include <orvex/task.h>
+
+/// Whether any of the operator's hosts answered a ping.
+class PingTaskResult : public TaskResult
+{
+public:
+    /// "сервер доступен - true" or "... - false".
+    [[nodiscard]] QString toString() const override;
+
+    bool available = false;
+};
