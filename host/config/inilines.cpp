@@ -1,0 +1,73 @@
+#include <config/inilines.h>
+
+#include <QList>
+#include <QStringDecoder>
+
+namespace {
+
+bool isUtf8(const QByteArray& text)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder(text);
+    Q_UNUSED(decoded);
+    return !decoder.hasError();
+}
+
+/// What is wrong with a "[...]" line, empty when nothing is.
+QString faultOfSection(const QByteArray& line)
+{
+    const qsizetype end = line.indexOf(']');
+    if (end < 0) {
+        return QStringLiteral("нет \"]\" в конце имени секции");
+    }
+    if (line.mid(1, end - 1).trimmed().isEmpty()) {
+        return QStringLiteral("у секции нет имени");
+    }
+    const QByteArray rest = line.mid(end + 1).trimmed();
+    if (!rest.isEmpty() && rest[0] != ';' && rest[0] != '#') {
+        return QStringLiteral("лишний текст после имени секции");
+    }
+    return {};
+}
+
+QString faultOfSetting(const QByteArray& line, bool inSection)
+{
+    const qsizetype end = line.indexOf('=');
+    if (end < 0) {
+        return QStringLiteral("строка не является ни секцией, ни параметром, ни комментарием");
+    }
+    if (line.first(end).trimmed().isEmpty()) {
+        return QStringLiteral("у параметра нет имени");
+    }
+    return inSection ? QString() : QStringLiteral("параметр стоит до первой секции");
+}
+
+}  // namespace
+
+QString faultOfIni(const QByteArray& text)
+{
+    QByteArray lines = text;
+    lines.replace("\r\n", "\n").replace('\r', '\n');
+    bool inSection = false;
+    int number = 0;
+    for (const QByteArray& untrimmed : lines.split('\n')) {
+        ++number;
+        const QByteArray line = untrimmed.trimmed();
+        if (line.isEmpty() || line[0] == ';' || line[0] == '#') {
+            continue;
+        }
+        QString fault;
+        if (line.contains('\0') || !isUtf8(line)) {
+            fault = QStringLiteral("текст не в кодировке UTF-8");
+        } else if (line[0] == '[') {
+            fault = faultOfSection(line);
+            inSection = true;
+        } else {
+            fault = faultOfSetting(line, inSection);
+        }
+        if (!fault.isEmpty()) {
+            return QStringLiteral("%1: %2").arg(QString::number(number), fault);
+        }
+    }
+    return {};
+}
