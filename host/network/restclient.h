@@ -79,8 +79,8 @@ public:
     static void cancelAll(bool cancel);
 
 private:
-    class Exchange;
-    std::unique_ptr<Exchange> m_exchange;
+    struct State;
+    std::unique_ptr<State> m_state;
 };
 
 extern template class MockFactory<RestClient>;

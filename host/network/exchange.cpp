@@ -1,0 +1,204 @@
+#include <network/exchange.h>
+
+#include <algorithm>
+#include <limits>
+#include <mutex>
+
+#include <QFile>
+
+#include <network/cancellation.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+/// More than any honest reply has in its head; libcurl itself bounds single lines only.
+constexpr qint64 MostHeadBytes = 256 * 1024;
+constexpr int PollMilliseconds = 1000;
+
+void initialiseLibcurl()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+/// As libcurl takes it: limits beyond its range are none.
+long inLibcurlRange(milliseconds limit)
+{
+    return limit.count() > std::numeric_limits<int>::max() ? 0 : long(limit.count());
+}
+
+}  // namespace
+
+Exchange::Exchange(const Settings& settings)
+    : m_maxReplyBytes(settings.maxReplyBytes)
+    , m_proxied(!settings.proxy.isEmpty())
+{
+    initialiseLibcurl();
+    m_multi.reset(curl_multi_init());
+    m_easy.reset(curl_easy_init());
+    if (m_easy) {
+        applySettings(settings);
+    }
+}
+
+Exchange::~Exchange() = default;
+
+void Exchange::applySettings(const Settings& settings)
+{
+    CURL* easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // Without it a slow name look-up is waited for to its end, whatever the limit.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    curl_easy_setopt(easy, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
+    if (!settings.caFile.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, QFile::encodeName(settings.caFile).constData());
+        curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    }
+    // Set even when empty: otherwise the environment's variables are in force.
+    curl_easy_setopt(easy, CURLOPT_PROXY, settings.proxy.toUtf8().constData());
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, "");
+    // The limit of the whole exchange is the only one.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(std::numeric_limits<int>::max()));
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Exchange::onBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Exchange::onHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error);
+}
+
+Exchange::Result Exchange::run(const Request& request)
+{
+    if (!m_easy || !m_multi) {
+        return {.failure = Failure::Other};
+    }
+    if (!applyHeaders(request)) {
+        return {.failure = Failure::BadHeader};
+    }
+    if (m_url != request.url) {
+        m_url = request.url;
+        curl_easy_setopt(m_easy.get(), CURLOPT_URL, m_url.constData());
+    }
+    applyMethod(request);
+    curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, inLibcurlRange(request.limit));
+
+    m_replyBody.clear();
+    m_headBytes = 0;
+    m_tooLarge = false;
+    m_error[0] = '\0';
+    const auto start = steady_clock::now();
+    const Ending ending = transfer();
+    const bool limitReached =
+        request.limit > milliseconds::zero() && steady_clock::now() - start >= request.limit;
+
+    Result result;
+    result.failure = judge(ending, limitReached);
+    result.status = int(info(CURLINFO_RESPONSE_CODE));
+    result.body = std::move(m_replyBody);
+    if (result.failure != Failure::None) {
+        result.detail = QString::fromUtf8(m_error);
+    }
+    return result;
+}
+
+bool Exchange::applyHeaders(const Request& request)
+{
+    const auto change = m_headers.set(request.headers, !request.body.isEmpty());
+    if (change == RequestHeaders::Change::New) {
+        curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_headers.list());
+        curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, m_headers.closeConnection() ? 1L : 0L);
+    }
+    return change != RequestHeaders::Change::Refused;
+}
+
+void Exchange::applyMethod(const Request& request)
+{
+    CURL* easy = m_easy.get();
+    m_requestBody = request.body;
+    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.post || m_requestBody.isEmpty() ? nullptr : "GET");
+    if (!request.post && m_requestBody.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
+        return;
+    }
+    curl_easy_setopt(easy, CURLOPT_POST, 1L);
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_requestBody.size()));
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_requestBody.constData());
+}
+
+Exchange::Ending Exchange::transfer()
+{
+    Ending ending;
+    const Cancellation::Watch watch(m_multi.get());
+    CURLMcode fault = curl_multi_add_handle(m_multi.get(), m_easy.get());
+    int running = 1;
+    while (fault == CURLM_OK && !watch.isCanceled()) {
+        fault = curl_multi_perform(m_multi.get(), &running);
+        if (fault != CURLM_OK || running == 0) {
+            break;
+        }
+        fault = curl_multi_poll(m_multi.get(), nullptr, 0, PollMilliseconds, nullptr);
+    }
+    ending.canceled = running != 0 && watch.isCanceled();
+    ending.code = fault == CURLM_OK ? transferCode() : CURLE_FAILED_INIT;
+    curl_multi_remove_handle(m_multi.get(), m_easy.get());
+    return ending;
+}
+
+CURLcode Exchange::transferCode()
+{
+    int left = 0;
+    const CURLMsg* message = curl_multi_info_read(m_multi.get(), &left);
+    return message != nullptr && message->msg == CURLMSG_DONE ? message->data.result : CURLE_FAILED_INIT;
+}
+
+Failure Exchange::judge(const Ending& ending, bool limitReached) const
+{
+    constexpr long proxyAuthenticationRequired = 407;
+    if (ending.canceled) {
+        return Failure::Canceled;
+    }
+    if (ending.code == CURLE_OPERATION_TIMEDOUT && limitReached) {
+        return Failure::Timeout;
+    }
+    if (m_tooLarge) {
+        return Failure::TooLarge;
+    }
+    if (ending.code != CURLE_OK && info(CURLINFO_HTTP_CONNECTCODE) == proxyAuthenticationRequired) {
+        return Failure::ProxyDenied;
+    }
+    if (ending.code == CURLE_COULDNT_CONNECT && m_proxied) {
+        return Failure::ProxyUnreachable;
+    }
+    return failureOf(ending.code, info(CURLINFO_OS_ERRNO));
+}
+
+long Exchange::info(CURLINFO what) const
+{
+    long value = 0;
+    curl_easy_getinfo(m_easy.get(), what, &value);
+    return value;
+}
+
+size_t Exchange::onBody(char* bytes, size_t size, size_t count, void* exchange)
+{
+    auto* self = static_cast<Exchange*>(exchange);
+    const auto length = qint64(size * count);
+    const qint64 accepted = std::min(length, self->m_maxReplyBytes - self->m_replyBody.size());
+    self->m_replyBody.append(bytes, accepted);
+    self->m_tooLarge = accepted < length;
+    return size_t(accepted);
+}
+
+size_t Exchange::onHeader(char* /*bytes*/, size_t size, size_t count, void* exchange)
+{
+    auto* self = static_cast<Exchange*>(exchange);
+    self->m_headBytes += qint64(size * count);
+    self->m_tooLarge = self->m_headBytes > MostHeadBytes;
+    return self->m_tooLarge ? 0 : size * count;
+}

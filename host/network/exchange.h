@@ -1,0 +1,94 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include <curl/curl.h>
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+
+#include <network/failure.h>
+#include <network/requestheaders.h>
+
+/// One HTTP connection and the exchanges over it, one after another. Internal to the library. Threads: one at
+/// a time.
+class Exchange
+{
+public:
+    struct Settings
+    {
+        /// PEM file with the trusted certificates; empty for the system's.
+        QString caFile;
+        /// URL of a proxy; empty for none.
+        QString proxy;
+        qint64 maxReplyBytes = 0;
+    };
+    struct Request
+    {
+        bool post = false;
+        QByteArray url;
+        QByteArray body;
+        const QHash<QString, QString>& headers;
+        /// Limit of the whole exchange, whole milliseconds; zero for none.
+        std::chrono::milliseconds limit{};
+    };
+    struct Result
+    {
+        Failure failure = Failure::None;
+        /// 0 when no status line came.
+        int status = 0;
+        QByteArray body{};
+        /// libcurl's own words for a failure, for the log.
+        QString detail{};
+    };
+
+    explicit Exchange(const Settings& settings);
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange();
+
+    [[nodiscard]] Result run(const Request& request);
+
+private:
+    struct CleanUpEasy
+    {
+        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    };
+    struct CleanUpMulti
+    {
+        void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+    };
+    /// What the transfer itself ended in, before it is judged.
+    struct Ending
+    {
+        CURLcode code = CURLE_OK;
+        bool canceled = false;
+    };
+
+    static size_t onBody(char* bytes, size_t size, size_t count, void* exchange);
+    static size_t onHeader(char* bytes, size_t size, size_t count, void* exchange);
+
+    void applySettings(const Settings& settings);
+    [[nodiscard]] bool applyHeaders(const Request& request);
+    void applyMethod(const Request& request);
+    [[nodiscard]] Ending transfer();
+    [[nodiscard]] CURLcode transferCode();
+    [[nodiscard]] Failure judge(const Ending& ending, bool limitReached) const;
+    [[nodiscard]] long info(CURLINFO what) const;
+
+    /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
+    /// nothing can wake.
+    std::unique_ptr<CURLM, CleanUpMulti> m_multi;
+    std::unique_ptr<CURL, CleanUpEasy> m_easy;
+    RequestHeaders m_headers;
+    QByteArray m_url;
+    QByteArray m_requestBody;
+    QByteArray m_replyBody;
+    qint64 m_maxReplyBytes;
+    qint64 m_headBytes = 0;
+    bool m_tooLarge = false;
+    bool m_proxied;
+    char m_error[CURL_ERROR_SIZE] = {};
+};

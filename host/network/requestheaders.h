@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+
+#include <curl/curl.h>
+
+#include <QHash>
+#include <QString>
+
+/// The header lines of a request as libcurl takes them, kept as long as the same headers are asked for.
+/// Internal to the library. Threads: one at a time.
+class RequestHeaders
+{
+public:
+    enum class Change { None, New, Refused };
+
+    /// Takes over `headers` and what follows from them: no "Expect", a "Content-Type" of JSON for a body that
+    /// has none. Refused when a name is no HTTP token or a value holds CR, LF or NUL; the list is then empty.
+    /// Values of headers that carry credentials become secrets of the log.
+    Change set(const QHash<QString, QString>& headers, bool hasBody);
+
+    /// Valid until the next set().
+    [[nodiscard]] curl_slist* list() const { return m_list.get(); }
+
+    /// The headers ask for the connection to be closed after the reply.
+    [[nodiscard]] bool closeConnection() const { return m_close; }
+
+private:
+    struct FreeList
+    {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+
+    void clear();
+    void append(const QByteArray& line);
+
+    QHash<QString, QString> m_headers;
+    bool m_hasBody = false;
+    bool m_close = false;
+    std::unique_ptr<curl_slist, FreeList> m_list;
+};

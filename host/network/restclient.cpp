@@ -1,0 +1,224 @@
+#include <network/restclient.h>
+
+#include <limits>
+#include <mutex>
+#include <optional>
+
+#include <config/config.h>
+#include <log4qt/logger.h>
+#include <network/cancellation.h>
+#include <network/exchange.h>
+
+template class MockFactory<RestClient>;
+
+namespace {
+
+using std::chrono::milliseconds;
+using namespace std::chrono_literals;
+
+constexpr int DefaultMaxReplyBytes = 16 * 1024 * 1024;
+
+Exchange::Settings configured()
+{
+    const Config& config = *Singleton<Config>::instance();
+    const int maxReplyBytes = config.getInt(QStringLiteral("Network:maxReplyBytes"), DefaultMaxReplyBytes);
+    return {.caFile = config.getString(QStringLiteral("Network:caFile")),
+            .proxy = config.getString(QStringLiteral("Network:proxy")),
+            .maxReplyBytes = maxReplyBytes > 0 ? maxReplyBytes : DefaultMaxReplyBytes};
+}
+
+bool isAskable(const QUrl& url)
+{
+    const QString scheme = url.scheme();
+    return url.isValid() && !url.host().isEmpty() &&
+           (scheme == QStringLiteral("http") || scheme == QStringLiteral("https"));
+}
+
+QByteArray jsonOf(const QJsonDocument& document)
+{
+    return document.isEmpty() ? QByteArray() : document.toJson(QJsonDocument::Compact);
+}
+
+/// What is left until `deadline`, rounded up, so that a time-out never comes before it; zero or less when it
+/// has passed.
+milliseconds remaining(const QDeadlineTimer& deadline)
+{
+    return std::chrono::ceil<milliseconds>(deadline.remainingTimeAsDuration());
+}
+
+}  // namespace
+
+struct RestClient::State
+{
+    /// Held through a request: one at a time.
+    std::mutex requestMutex;
+    Exchange exchange{configured()};
+
+    milliseconds timeout = 30s;
+    std::optional<QDeadlineTimer> deadline;
+    QString alias;
+    const Log4Qt::Logger* logger = nullptr;
+
+    mutable std::mutex lastMutex;
+    http::Response last;
+
+    http::Response request(bool post, const QUrl& url, const QJsonDocument& body,
+                           const QHash<QString, QString>& headers);
+
+private:
+    [[nodiscard]] std::optional<milliseconds> limit() const;
+    [[nodiscard]] Exchange::Result run(bool post, const QUrl& url, const QJsonDocument& body,
+                                       const QHash<QString, QString>& headers);
+    [[nodiscard]] http::Response responseOf(const QUrl& url, Exchange::Result& result) const;
+    void log(bool post, const http::Response& response, const QString& detail, milliseconds duration) const;
+};
+
+/// How long the exchange may take, zero for without limit; nothing when it must not even begin.
+std::optional<milliseconds> RestClient::State::limit() const
+{
+    if (!deadline) {
+        return std::max(timeout, 0ms);
+    }
+    if (deadline->isForever()) {
+        return 0ms;
+    }
+    const milliseconds left = remaining(*deadline);
+    return left > 0ms ? std::optional(left) : std::nullopt;
+}
+
+http::Response RestClient::State::request(bool post, const QUrl& url, const QJsonDocument& body,
+                                          const QHash<QString, QString>& headers)
+{
+    const std::lock_guard lock(requestMutex);
+    const auto start = std::chrono::steady_clock::now();
+    Exchange::Result result = run(post, url, body, headers);
+    http::Response response = responseOf(url, result);
+    log(post, response, result.detail,
+        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start));
+
+    const std::lock_guard lastLock(lastMutex);
+    last = response;
+    return response;
+}
+
+Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
+                                        const QHash<QString, QString>& headers)
+{
+    if (!isAskable(url)) {
+        return {.failure = Failure::BadUrl};
+    }
+    const auto allowed = limit();
+    if (!allowed) {
+        return {.failure = Failure::Timeout};
+    }
+    return exchange.run({.post = post,
+                         .url = url.toEncoded(QUrl::RemoveFragment),
+                         .body = jsonOf(body),
+                         .headers = headers,
+                         .limit = *allowed});
+}
+
+http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& result) const
+{
+    const QString target = alias.isEmpty() ? url.host() : alias;
+    http::Response response;
+    response.setUrl(url);
+    response.setStatus(result.status);
+    response.setBody(result.body);
+    response.setTimeout(result.failure == Failure::Timeout);
+    response.setNetworkError(result.failure != Failure::None && result.failure != Failure::Timeout);
+    if (result.failure != Failure::None) {
+        response.setNetworkError(networkErrorOf(result.failure));
+        response.setErrorText(textOf(result.failure, target));
+    } else if (result.status >= 400) {
+        response.setNetworkError(http::networkErrorOfStatus(result.status));
+        response.setErrorText(textOfStatus(result.status, target));
+    }
+    return response;
+}
+
+void RestClient::State::log(bool post, const http::Response& response, const QString& detail,
+                            milliseconds duration) const
+{
+    const bool failed = response.networkError() != http::NetworkError::None;
+    if (logger == nullptr || !logger->isEnabledFor(failed ? Log4Qt::Level::Warn : Log4Qt::Level::Debug)) {
+        return;
+    }
+    const QString method = post ? QStringLiteral("POST") : QStringLiteral("GET");
+    const QString url = response.url().toDisplayString(QUrl::RemoveUserInfo);
+    const auto time = qlonglong(duration.count());
+    if (!failed) {
+        logger->debug(QStringLiteral("%1 %2: %3, %4 мс"), method, url, response.status(), time);
+        return;
+    }
+    const QString text = detail.isEmpty() ? response.errorText().ru()
+                                          : QStringLiteral("%1 (%2)").arg(response.errorText().ru(), detail);
+    logger->warn(QStringLiteral("%1 %2: %3, %4 мс. %5"), method, url, response.status(), time, text);
+}
+
+RestClient::RestClient()
+    : m_state(std::make_unique<State>())
+{
+}
+
+RestClient::~RestClient() = default;
+
+void RestClient::setTimeout(int seconds)
+{
+    setTimeout(milliseconds(std::chrono::seconds(seconds)));
+}
+
+void RestClient::setTimeout(milliseconds timeout)
+{
+    m_state->timeout = timeout;
+    m_state->deadline.reset();
+}
+
+void RestClient::setDeadline(const QDeadlineTimer& deadline)
+{
+    m_state->deadline = deadline;
+}
+
+void RestClient::setTargetAlias(const QString& alias)
+{
+    m_state->alias = alias;
+}
+
+void RestClient::setLogger(const Log4Qt::Logger* logger)
+{
+    m_state->logger = logger;
+}
+
+http::Response RestClient::get(const QUrl& url, const QJsonDocument& body,
+                               const QHash<QString, QString>& headers)
+{
+    return m_state->request(false, url, body, headers);
+}
+
+http::Response RestClient::post(const QUrl& url, const QJsonDocument& body,
+                                const QHash<QString, QString>& headers)
+{
+    return m_state->request(true, url, body, headers);
+}
+
+http::Response RestClient::request(const QUrl& url, const QJsonDocument& body,
+                                   const QHash<QString, QString>& headers)
+{
+    return body.isEmpty() ? get(url, body, headers) : post(url, body, headers);
+}
+
+http::Response RestClient::lastResponse() const
+{
+    const std::lock_guard lock(m_state->lastMutex);
+    return m_state->last;
+}
+
+int RestClient::lastError() const
+{
+    return int(lastResponse().networkError());
+}
+
+void RestClient::cancelAll(bool cancel)
+{
+    Cancellation::instance().set(cancel);
+}
