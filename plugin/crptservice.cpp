@@ -1,9 +1,12 @@
 #include "plugin/crptservice.h"
 
+#include <algorithm>
+
 #include <QUrl>
 
 #include "contracts/initverifyservice.h"
 #include "crpt/crptclient.h"
+#include "lmchz/lmchzclient.h"
 #include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <orvex/activitynotifier.h>
@@ -40,6 +43,7 @@ bool CrptService::init()
     }
     addTriggers();
     startThread();
+    createLocalModuleClient();
     listen();
     return true;
 }
@@ -85,6 +89,27 @@ void CrptService::startThread()
         thread, &QThread::destroyed, thread,
         [log = logger] { log->info(QStringLiteral("Поток CRPT завершен")); }, Qt::DirectConnection);
     thread->start(QThread::InheritPriority);
+}
+
+void CrptService::createLocalModuleClient()
+{
+    const auto* config = Singleton<Config>::instance();
+    const QStringList sections = config->sections(QStringLiteral("LMCHZ*"));
+    const bool enabled = std::any_of(sections.begin(), sections.end(), [config](const QString& section) {
+        return config->getBool(section + QStringLiteral(":enable"), false);
+    });
+    if (enabled) {
+        // Swapped in before the old one goes: its destruction may wait for an exchange.
+        auto client = QSharedPointer<LmchzClient>::create();
+        const std::lock_guard lock(lmchzMutex);
+        lmchzClient.swap(client);
+    }
+}
+
+QSharedPointer<LmchzClient> CrptService::localModule() const
+{
+    const std::lock_guard lock(lmchzMutex);
+    return lmchzClient;
 }
 
 void CrptService::listen()

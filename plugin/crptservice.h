@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mutex>
+
 #include <QList>
 #include <QMetaObject>
 #include <QSharedPointer>
@@ -14,6 +16,7 @@
 #include <utils/formock.h>
 
 class CrptClient;
+class LmchzClient;
 namespace Log4Qt {
 class Logger;
 }
@@ -57,8 +60,19 @@ public:
     [[nodiscard]] virtual QSharedPointer<TaskResult> pingCrptServers() const;
 
 protected:
+    /// Whether the online result left the codes without a verdict and the local module of `apiKey` can give
+    /// one.
+    [[nodiscard]] bool offlineCheckRequired(const CheckMarkingCodesResult& result,
+                                            const QString& apiKey) const;
+    /// Checks the codes at the local module. Only after offlineCheckRequired() has said so for the same
+    /// result.
+    [[nodiscard]] CheckMarkingCodesResult offlineCheck(const CheckMarkingCodesResult& result,
+                                                       const QList<MarkingCode>& codes,
+                                                       const QString& apiKey) const;
+
     QSharedPointer<CrptClient> crptClient;
-    QThread* thread;  // child of this object
+    QSharedPointer<LmchzClient> lmchzClient;  // null while no local module is enabled; see localModule()
+    QThread* thread;                          // child of this object
     Log4Qt::Logger* logger;
     QList<QMetaObject::Connection> connections;  // of the log lines about the thread
 
@@ -66,5 +80,10 @@ private:
     [[nodiscard]] bool isServiceUsed() const;
     void addTriggers();
     void startThread();
+    void createLocalModuleClient();
     void listen();
+    [[nodiscard]] QSharedPointer<LmchzClient> localModule() const;
+
+    mutable std::mutex
+        lmchzMutex;  // guards the lmchzClient pointer: init() sets it while triggers may run already
 };

@@ -1,48 +1,13 @@
 #include "plugin/crptservice.h"
 
-#include <chrono>
-
 #include <QMetaObject>
 #include <QVariant>
 
-#include "contracts/verify.h"
 #include "crpt/crptclient.h"
+#include "plugin/pingtaskresult.h"
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>
 #include <orvex/args.h>
-#include <orvex/dialog.h>
-#include <utils/tr.h>
-
-#include "plugin/pingtaskresult.h"
-
-using std::chrono::milliseconds;
-using std::chrono::seconds;
-
-namespace {
-
-/// Milliseconds, or the largest value where a limit in seconds is too large for them.
-milliseconds toMilliseconds(seconds limit)
-{
-    constexpr auto longest = std::chrono::floor<seconds>(milliseconds::max());
-    return limit > longest ? milliseconds::max() : milliseconds(limit);
-}
-
-}  // namespace
-
-EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
-{
-    const control::args::marking::Verify arguments(action, QString());
-    if (arguments.service() != control::args::marking::Verify::Crpt) {
-        return EContext::NotServed;
-    }
-    const SimpleProgress progress = MockFactory<Dialog>::create()->showProgress(
-        tr::Tr(QStringLiteral("processRequestMessage"), QStringLiteral("Обращение к серверу...")), tr::Tr());
-    const CheckMarkingCodesResult online = crptClient->checkMarkingCodes(
-        arguments.apiKey(), arguments.markingCodes(), toMilliseconds(arguments.operationTimeout()),
-        toMilliseconds(arguments.requestTimeout()));
-    arguments.setVerifyResult(online);
-    return EContext::Done;
-}
 
 EContext::Result CrptService::beforeCheckConnection(const control::Action& action) const
 {
