@@ -1,0 +1,57 @@
+#pragma once
+
+#include "jsonreader.h"
+#include "service.h"
+
+#include <string>
+#include <string_view>
+
+namespace marksim {
+
+class Stand;
+
+/// The admin port: looks into the stand and changes how it behaves while it runs.
+class AdminApi : public Service
+{
+public:
+    explicit AdminApi(Stand& stand)
+        : stand_(stand)
+    {
+    }
+
+    Behaviour welcome() override { return {}; }
+    Exchange serve(const Request& request, const ConnectionInfo& connection) override;
+    void ended(std::uint64_t, int, Outcome) override {}
+    [[nodiscard]] std::uint64_t largestBody() const override { return 4 * 1024 * 1024; }
+
+private:
+    /// One method: a path of its own, or one with a name at its end.
+    struct AdminRoute
+    {
+        std::string_view verb;
+        std::string_view path;
+        Answer (AdminApi::*handle)(const Request& request, const std::string& name);
+    };
+
+    [[nodiscard]] Answer answer(const Request& request);
+    [[nodiscard]] Answer state(const Request& request, const std::string& name);
+    [[nodiscard]] Answer requests(const Request& request, const std::string& name);
+    [[nodiscard]] Answer forgetRequests(const Request& request, const std::string& name);
+    [[nodiscard]] Answer behaviours(const Request& request, const std::string& name);
+    [[nodiscard]] Answer setBehaviours(const Request& request, const std::string& name);
+    [[nodiscard]] Answer appendBehaviours(const Request& request, const std::string& name);
+    [[nodiscard]] Answer clearBehaviours(const Request& request, const std::string& name);
+    [[nodiscard]] Answer listGoods(const Request& request, const std::string& name);
+    [[nodiscard]] Answer good(const Request& request, const std::string& name);
+    [[nodiscard]] Answer setGood(const Request& request, const std::string& name);
+    [[nodiscard]] Answer removeGood(const Request& request, const std::string& name);
+    [[nodiscard]] Answer module(const Request& request, const std::string& name);
+    [[nodiscard]] Answer setModule(const Request& request, const std::string& name);
+    [[nodiscard]] Answer reset(const Request& request, const std::string& name);
+
+    static const std::initializer_list<AdminRoute> routes;
+
+    Stand& stand_;
+};
+
+}  // namespace marksim

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "behaviour.h"
+
+#include <deque>
+#include <string_view>
+
+namespace marksim {
+
+/// The behaviours of one server, in order: the first that fits treats a request or connection; one that is
+/// limited to a number of them leaves the list with the last.
+class BehaviourList
+{
+public:
+    void assign(std::vector<Behaviour> behaviours);
+    void append(std::vector<Behaviour> behaviours);
+
+    /// True while the port is to be closed.
+    [[nodiscard]] bool refuses() const;
+    [[nodiscard]] Behaviour takeForConnection();
+    /// `method` is empty for a request to no known method.
+    [[nodiscard]] Behaviour takeForRequest(std::string_view method);
+
+    [[nodiscard]] QJsonArray toJson() const;
+
+private:
+    template <typename Fits>
+    Behaviour take(Fits fits);
+
+    std::deque<Behaviour> behaviours_;
+};
+
+}  // namespace marksim

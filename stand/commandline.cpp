@@ -1,0 +1,72 @@
+#include "commandline.h"
+
+#include "scenario.h"
+
+#include <CLI/CLI.hpp>
+#include <boost/asio/ip/address.hpp>
+#include <iostream>
+
+namespace marksim {
+namespace {
+
+std::string addressProblem(const std::string& text)
+{
+    boost::system::error_code error;
+    boost::asio::ip::make_address(text, error);
+    return error ? "\"" + text + "\" is not an IP address" : std::string();
+}
+
+void addCounts(CLI::App& app, Options& options)
+{
+    app.add_option("--operators", options.operators, "Operator hosts (default 1)")
+        ->check(CLI::Range(1, mostServers));
+    app.add_option("--sites", options.sites, "CDN sites (default 3)")->check(CLI::Range(0, mostServers));
+    app.add_option("--modules", options.modules, "Local modules (default 1)")
+        ->check(CLI::Range(0, mostServers));
+}
+
+void addAddresses(CLI::App& app, Options& options)
+{
+    const CLI::Validator address(addressProblem, "ADDRESS");
+    app.add_option("--bind", options.bind, "Address of the servers")->check(address)->capture_default_str();
+    app.add_option("--admin-bind", options.adminBind, "Address of the admin port")
+        ->check(address)
+        ->capture_default_str();
+    app.add_option("--admin-port", options.adminPort, "Admin port, 0 for any")
+        ->check(CLI::Range(0, 65535))
+        ->capture_default_str();
+    app.add_flag("--tls", options.tls, "Operators and sites speak TLS, with certificates made at start");
+}
+
+}  // namespace
+
+std::variant<Options, int> parseCommandLine(int argc, char** argv)
+{
+    Options options;
+    CLI::App app("Plays the operator, its CDN sites and local modules over HTTP, with faults on demand.\n"
+                 "Prints one line of JSON with all addresses when ready, and runs until it is interrupted.",
+                 "marksim");
+    app.set_version_flag("--version", "marksim " MARKSIM_VERSION);
+    addCounts(app, options);
+    addAddresses(app, options);
+    app.add_option("--scenario", options.scenario, "Scenario to start with (JSON)")->type_name("FILE");
+    app.add_option("--goods", options.goods, "Data set in place of the packed one (JSON)")->type_name("FILE");
+    app.add_option("--key", options.keys, "API key that is accepted; may be repeated")
+        ->take_all()
+        ->expected(1);
+    app.add_flag("--die-with-parent", options.dieWithParent, "End when the starting process ends");
+    app.add_option("--log-level", options.logLevel, "Level of the log on standard error")
+        ->check(CLI::IsMember({"debug", "info", "warning", "error", "off"}))
+        ->capture_default_str();
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& wish) {
+        return app.exit(wish);
+    } catch (const CLI::ParseError& error) {
+        std::cerr << "marksim: " << error.what() << "; see marksim --help\n";
+        return 2;
+    }
+    return options;
+}
+
+}  // namespace marksim

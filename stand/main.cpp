@@ -1,0 +1,59 @@
+#include "commandline.h"
+#include "jsonreader.h"
+#include "stand.h"
+
+#include <QJsonDocument>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <iostream>
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int wrongInput = 2;
+
+/// False when the parent is gone already.
+bool dieWithParent()
+{
+    const auto parent = getppid();
+    return prctl(PR_SET_PDEATHSIG, SIGTERM) == 0 && getppid() == parent;
+}
+
+void print(const QJsonObject& object)
+{
+    std::cout << QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() << std::endl;
+}
+
+int run(const marksim::Options& options)
+{
+    spdlog::set_default_logger(spdlog::stderr_color_st("marksim"));
+    spdlog::set_level(spdlog::level::from_str(options.logLevel));
+    std::signal(SIGPIPE, SIG_IGN);
+    boost::asio::io_context io(1);
+    boost::asio::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
+    signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
+    if (options.dieWithParent && !dieWithParent())
+        return 0;
+    const marksim::Stand stand(io, options);
+    print(stand.ready());
+    io.run();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const auto parsed = marksim::parseCommandLine(argc, argv);
+    if (const auto* status = std::get_if<int>(&parsed))
+        return *status;
+    try {
+        return run(std::get<marksim::Options>(parsed));
+    } catch (const std::exception& error) {
+        std::cerr << "marksim: " << error.what() << '\n';
+        return wrongInput;
+    }
+}

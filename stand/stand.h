@@ -1,0 +1,74 @@
+#pragma once
+
+#include "adminapi.h"
+#include "commandline.h"
+#include "goods.h"
+#include "moduleapi.h"
+#include "operatorapi.h"
+#include "requestlog.h"
+#include "scenario.h"
+#include "simulatedserver.h"
+
+#include <boost/asio/io_context.hpp>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace marksim {
+
+/// All simulated servers with what they share, and the admin port. Everything runs in the thread of run().
+class Stand
+{
+public:
+    /// Takes all ports and opens them. Throws InputError.
+    Stand(boost::asio::io_context& io, const Options& options);
+
+    /// What is printed when ready: all addresses and credentials.
+    [[nodiscard]] QJsonObject ready() const;
+    /// The same with the state of every server.
+    [[nodiscard]] QJsonObject state() const;
+
+    /// One server by its name, several by that of a group; none for an unknown name.
+    [[nodiscard]] std::vector<SimulatedServer*> find(const std::string& name) const;
+    /// Null when there is no such module.
+    [[nodiscard]] ModuleApi* module(const std::string& name) const;
+
+    [[nodiscard]] Goods& goods() { return goods_; }
+    [[nodiscard]] RequestLog& log() { return log_; }
+
+    /// Back to the start: behaviours, goods, modules, an empty log. Ports stay.
+    void reset();
+
+private:
+    enum class Role { Operator, Site, Module };
+
+    void addServers(Role role, int count);
+    [[nodiscard]] std::unique_ptr<Api> makeApi(Role role, const std::string& name, int number);
+    [[nodiscard]] ModuleSetup moduleSetup(const std::string& name, int number) const;
+    [[nodiscard]] std::vector<std::string> keysOf(const std::string& name) const;
+    [[nodiscard]] QStringList listedSites(const std::string& operatorName) const;
+    [[nodiscard]] const ServerSetup& setupOf(const std::string& name) const;
+    [[nodiscard]] QJsonArray describe(Role role) const;
+    [[nodiscard]] QJsonObject moduleStatus(const std::string& name) const;
+    void checkNames() const;
+
+    struct Entry
+    {
+        Role role;
+        std::unique_ptr<SimulatedServer> server;
+    };
+
+    boost::asio::io_context& io_;
+    Options options_;
+    Scenario scenario_;
+    std::vector<std::string> keys_;
+    Goods startGoods_;
+    Goods goods_;
+    RequestLog log_;
+    std::vector<Entry> servers_;
+    std::map<std::string, ModuleApi*> modules_;
+    std::unique_ptr<AdminApi> admin_;
+    std::unique_ptr<Listener> adminListener_;
+};
+
+}  // namespace marksim
