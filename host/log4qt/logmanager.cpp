@@ -39,12 +39,16 @@ Logger* LogManager::logger(const QString& name)
 {
     Loggers& all = loggers();
     const std::lock_guard lock(all.mutex);
-    Loggers::Entry& entry = all.byName[name];
-    if (entry.logger == nullptr) {
-        entry.sink = LogOutput::instance().createLogger(name);
-        entry.sink->set_level(all.level);
-        entry.logger = std::make_unique<Logger>(name, entry.sink);
+    const auto known = all.byName.find(name);
+    if (known != all.byName.end()) {
+        return known->second.logger.get();
     }
+    // A copy of the characters: a name that is a literal lies in a plug-in library that may be unloaded.
+    const QString owned(name.constData(), name.size());
+    Loggers::Entry& entry = all.byName[owned];
+    entry.sink = LogOutput::instance().createLogger(owned);
+    entry.sink->set_level(all.level);
+    entry.logger = std::make_unique<Logger>(owned, entry.sink);
     return entry.logger.get();
 }
 
