@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// A marksim of its own for one test: started with ports that the system chooses, ended with the object.
+class MarkSim
+{
+public:
+    /// Throws std::runtime_error, with what marksim wrote, when it does not come up.
+    explicit MarkSim(const QStringList& arguments = {}, const QJsonObject& scenario = {});
+    ~MarkSim();
+    MarkSim(const MarkSim&) = delete;
+    MarkSim& operator=(const MarkSim&) = delete;
+
+    /// The line that it printed when it was ready.
+    [[nodiscard]] const QJsonObject& ready() const { return m_ready; }
+    /// URL of "operator-1", "site-2", "module-1"...
+    [[nodiscard]] QString url(const QString& server) const;
+    [[nodiscard]] QStringList operatorUrls() const;
+    [[nodiscard]] QString key() const { return m_ready["keys"].toArray().first().toString(); }
+    [[nodiscard]] QJsonObject module(int number = 1) const;
+    [[nodiscard]] qint64 processId() const { return m_process.processId(); }
+
+    /// How a server ("site-1") or a group ("sites") behaves from now on: one behaviour or an array of them;
+    /// an empty array makes it behave normally.
+    void behave(const QString& server, const QJsonValue& behaviours) const;
+    /// The requests that a server, or any, has had to one method, or any, in the order in which they came.
+    [[nodiscard]] QList<QJsonObject> requests(const QString& server = {}, const QString& method = {}) const;
+    void forgetRequests() const;
+
+    /// One exchange with the admin port; throws std::runtime_error unless it is answered with 200.
+    QJsonValue admin(const char* verb, const QString& path, const QJsonValue& body = {}) const;
+
+private:
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    QJsonObject m_ready;
+};
