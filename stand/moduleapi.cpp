@@ -26,7 +26,7 @@ Answer moduleRefusal(int status, ModuleError error, const QString& text)
 
 std::optional<QStringList> requestedCodes(const Request& request)
 {
-    const auto codes = request.object().value_or(QJsonObject())["cis_list"_L1];
+    const QJsonValue codes = request.object().value_or(QJsonObject()).value("cis_list"_L1);
     if (!codes.isArray())
         return std::nullopt;
     QStringList list;

@@ -15,7 +15,7 @@ constexpr std::array<Route, 2> siteRoutes = {{{"health", "GET", "/api/v4/true-ap
 
 std::optional<QStringList> requestedCodes(const Request& request)
 {
-    const auto codes = request.object().value_or(QJsonObject())["codes"_L1];
+    const QJsonValue codes = request.object().value_or(QJsonObject()).value("codes"_L1);
     if (!codes.isArray())
         return std::nullopt;
     QStringList list;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include <QDebug>
 #include <QFile>
 #include <QJsonDocument>
 
@@ -56,6 +57,9 @@ MarkSim::MarkSim(const QStringList& arguments, const QJsonObject& scenario)
 
 MarkSim::~MarkSim()
 {
+    if (m_process.state() != QProcess::Running || m_process.waitForFinished(0)) {
+        qCritical("marksim ended before its time: %s", m_process.readAllStandardError().constData());
+    }
     m_process.terminate();
     if (!m_process.waitForFinished(StartMilliseconds)) {
         m_process.kill();
@@ -102,7 +106,7 @@ QList<QJsonObject> MarkSim::requests(const QString& server, const QString& metho
     const QJsonArray all = admin("GET", QStringLiteral("/requests"))["requests"].toArray();
     for (const QJsonValue& request : all) {
         if ((server.isEmpty() || request["server"] == server) &&
-            (method.isEmpty() || request["method"] == method)) {
+            (method.isEmpty() || request["api"] == method)) {
             found << request.toObject();
         }
     }

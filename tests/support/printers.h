@@ -1,0 +1,8 @@
+#pragma once
+
+#include <ostream>
+
+#include <QString>
+
+/// Makes GoogleTest print texts as texts.
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
