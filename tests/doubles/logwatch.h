@@ -1,0 +1,26 @@
+#pragma once
+
+#include <mutex>
+
+#include <QStringList>
+
+#include <log4qt/logmanager.h>
+
+/// What is logged while the object lives, one at a time in the process. Threads: any.
+class LogWatch
+{
+public:
+    LogWatch();
+    ~LogWatch();
+    LogWatch(const LogWatch&) = delete;
+    LogWatch& operator=(const LogWatch&) = delete;
+
+    /// The lines since the last call as "<level> <text>", in order.
+    [[nodiscard]] QStringList take();
+    /// The lines with their loggers: "<logger>: <level> <text>".
+    [[nodiscard]] QStringList takeNamed();
+
+private:
+    std::mutex m_mutex;
+    QList<Log4Qt::LogRecord> m_records;
+};

@@ -1,0 +1,150 @@
+#include "tests/doubles/scriptedclient.h"
+
+#include <algorithm>
+#include <utility>
+
+ScriptedClient::ScriptedClient()
+{
+    MockFactory<RestClient>::mocked = this;
+}
+
+ScriptedClient::~ScriptedClient()
+{
+    MockFactory<RestClient>::mocked = nullptr;
+}
+
+void ScriptedClient::script(const QString& address, std::vector<Answer> answers)
+{
+    std::reverse(answers.begin(), answers.end());
+    const std::lock_guard lock(m_mutex);
+    m_scripts[address] = std::move(answers);
+}
+
+std::vector<SentRequest> ScriptedClient::take()
+{
+    const std::lock_guard lock(m_mutex);
+    return std::exchange(m_sent, {});
+}
+
+int ScriptedClient::clientsSetUp()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_clientsSetUp;
+}
+
+void ScriptedClient::setTimeout(int seconds)
+{
+    setTimeout(std::chrono::milliseconds(std::chrono::seconds(seconds)));
+}
+
+void ScriptedClient::setTimeout(std::chrono::milliseconds timeout)
+{
+    const std::lock_guard lock(m_mutex);
+    own().settings.timeout = timeout;
+    own().settings.deadline = QDeadlineTimer(QDeadlineTimer::Forever);
+}
+
+void ScriptedClient::setDeadline(const QDeadlineTimer& deadline)
+{
+    const std::lock_guard lock(m_mutex);
+    own().settings.timeout = {};
+    own().settings.deadline = deadline;
+}
+
+void ScriptedClient::setTargetAlias(const QString& alias)
+{
+    const std::lock_guard lock(m_mutex);
+    own().settings.alias = alias;
+}
+
+void ScriptedClient::setLogger(const Log4Qt::Logger* logger)
+{
+    const std::lock_guard lock(m_mutex);
+    own().settings.logger = logger;
+    ++m_clientsSetUp;
+}
+
+http::Response ScriptedClient::get(const QUrl& url, const QJsonDocument& body,
+                                   const QHash<QString, QString>& headers)
+{
+    return exchange("GET", url, body, headers);
+}
+
+http::Response ScriptedClient::post(const QUrl& url, const QJsonDocument& body,
+                                    const QHash<QString, QString>& headers)
+{
+    return exchange("POST", url, body, headers);
+}
+
+http::Response ScriptedClient::lastResponse() const
+{
+    const std::lock_guard lock(m_mutex);
+    return own().last;
+}
+
+int ScriptedClient::lastError() const
+{
+    return static_cast<int>(lastResponse().networkError());
+}
+
+http::Response ScriptedClient::exchange(const QString& method, const QUrl& url, const QJsonDocument& body,
+                                        const QHash<QString, QString>& headers)
+{
+    SentRequest request;
+    Answer answer;
+    {
+        const std::lock_guard lock(m_mutex);
+        request = own().settings;
+        request.method = method;
+        request.url = url;
+        request.headers = headers;
+        request.body = body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact);
+        m_sent.push_back(request);
+        answer = answerTo(url);
+    }
+    const http::Response response = answer(request);  // may take its time, or make requests of its own
+    const std::lock_guard lock(m_mutex);
+    own().last = response;
+    return response;
+}
+
+ScriptedClient::Answer ScriptedClient::answerTo(const QUrl& url)
+{
+    const auto script = m_scripts.find(url.host() + url.path());
+    if (script == m_scripts.end()) {
+        return [](const SentRequest&) { return cutOff(); };
+    }
+    std::vector<Answer>& answers = script->second;
+    const Answer next = answers.back();
+    if (answers.size() > 1) {
+        answers.pop_back();
+    }
+    return next;
+}
+
+http::Response reply(int status, const QJsonObject& body)
+{
+    http::Response response;
+    response.setStatus(status);
+    response.setBody(body.isEmpty() ? QByteArray() : QJsonDocument(body).toJson());
+    response.setNetworkError(http::networkErrorOfStatus(status));
+    return response;
+}
+
+http::Response timedOut(int status)
+{
+    http::Response response;
+    response.setStatus(status);
+    response.setTimeout(true);
+    response.setNetworkError(http::NetworkError::Timeout);
+    return response;
+}
+
+http::Response cutOff(int status)
+{
+    http::Response response;
+    response.setStatus(status);
+    response.setNetworkError(true);
+    response.setNetworkError(http::NetworkError::ConnectionRefused);
+    return response;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+
+#include <utils/currenttime.h>
+
+/// A clock that stands still until it is moved, the process's clock while it lives. Threads: any.
+class SimulatedClock : public CurrentTime
+{
+public:
+    SimulatedClock();
+    ~SimulatedClock() override;
+
+    [[nodiscard]] QDateTime currentDateTime() const override;
+    [[nodiscard]] std::chrono::nanoseconds monotonic() const override { return m_now.load(); }
+    /// Moves the clock instead of waiting, then calls `onSleep`.
+    void sleepFor(std::chrono::milliseconds duration) const override;
+
+    void advance(std::chrono::nanoseconds duration) const;
+
+    /// Set before any other thread sleeps by this clock.
+    std::function<void()> onSleep;
+
+private:
+    mutable std::atomic<std::chrono::nanoseconds> m_now;
+};
