@@ -1,0 +1,87 @@
+#include "poshost/checkcodes.h"
+
+#include <cstdio>
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QStringDecoder>
+
+#include "poshost/failure.h"
+
+namespace poshost {
+
+namespace {
+
+MarkingCode readCode(const QByteArray& bytes, const QString& where)
+{
+    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decode(bytes);
+    if (decode.hasError()) {
+        refuse(QStringLiteral("%1: the code is not UTF-8 text; give it as it is printed").arg(where));
+    }
+    static const QRegularExpression gs(QStringLiteral(R"(\\x1[dD]|\\u001[dD]|<GS>)"));
+    text.replace(gs, QStringLiteral("\x1d"));
+    if (text.size() > longestCode) {
+        refuse(QStringLiteral("%1: the code has %2 characters; %3 are allowed")
+                   .arg(where, QString::number(text.size()), QString::number(longestCode)));
+    }
+    const MarkingCode code(text);
+    if (code.isEmpty()) {
+        refuse(QStringLiteral("%1: the code is empty; give a code or leave it out").arg(where));
+    }
+    return code;
+}
+
+QByteArray contentOf(const QString& name)
+{
+    const bool fromInput = name == QLatin1String("-");
+    QFile file(name);
+    const bool open = fromInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    const QByteArray content = open ? file.readAll() : QByteArray();
+    if (!open || file.error() != QFileDevice::NoError) {
+        refuse(QStringLiteral("%1: cannot read the codes: %2; name a readable file with --codes-file")
+                   .arg(fromInput ? QStringLiteral("standard input") : name, file.errorString()));
+    }
+    return content;
+}
+
+}  // namespace
+
+QList<MarkingCode> codesOfLines(const QByteArray& content, const QString& name)
+{
+    QList<QByteArray> lines = content.split('\n');
+    if (lines.back().isEmpty()) {
+        lines.removeLast();  // what follows the last line feed
+    }
+    if (lines.isEmpty()) {
+        refuse(QStringLiteral("%1: holds no codes; write one a line").arg(name));
+    }
+    QList<MarkingCode> codes;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString where = QStringLiteral("%1:%2").arg(name, QString::number(i + 1));
+        if (lines[i].contains('\r')) {
+            refuse(QStringLiteral("%1: the line holds a carriage return; end lines with a line feed alone")
+                       .arg(where));
+        }
+        if (lines[i].trimmed().isEmpty()) {
+            refuse(QStringLiteral("%1: the line is blank; take it out").arg(where));
+        }
+        codes.append(readCode(lines[i], where));
+    }
+    return codes;
+}
+
+QList<MarkingCode> readCodes(const QList<QByteArray>& typed, const QString& file)
+{
+    QList<MarkingCode> codes;
+    for (qsizetype i = 0; i < typed.size(); ++i) {
+        codes.append(readCode(typed[i], QStringLiteral("code %1").arg(i + 1)));
+    }
+    if (!file.isEmpty()) {
+        const bool fromInput = file == QLatin1String("-");
+        codes += codesOfLines(contentOf(file), fromInput ? QStringLiteral("standard input") : file);
+    }
+    return codes;
+}
+
+}  // namespace poshost

@@ -1,0 +1,142 @@
+#include "poshost/commands.h"
+
+#include <unistd.h>
+
+#include <QFile>
+
+#include "poshost/checkcodes.h"
+#include "poshost/exitstatus.h"
+#include "poshost/failure.h"
+#include "poshost/output.h"
+#include "poshost/pinging.h"
+#include "poshost/progressline.h"
+#include "poshost/terminal.h"
+#include "poshost/till.h"
+#include "poshost/verification.h"
+#include "poshost/verifyjson.h"
+#include "poshost/verifytable.h"
+
+namespace poshost {
+
+namespace {
+
+QList<MarkingCode> codesFor(const Options& options)
+{
+    const QList<MarkingCode> codes = readCodes(options.codes, options.codesFile);
+    if (!codes.isEmpty()) {
+        return codes;
+    }
+    if (!Till::usesStand(options)) {
+        refuse(QStringLiteral("verify: no codes; give some, or a file of them with --codes-file"));
+    }
+    QFile basket(QStringLiteral(":/samples/basket.txt"));
+    if (!basket.open(QIODevice::ReadOnly)) {
+        refuse(QStringLiteral("verify: no codes given, and the sample basket is not in this program"));
+    }
+    return codesOfLines(basket.readAll(), QStringLiteral("sample basket"));
+}
+
+void startOnlineServices(Till& till)
+{
+    till.session().sendEvent(EActivityListener::OnlineServicesRefresh);
+    if (till.settings().maintainsModules) {
+        till.session().sendEvent(EActivityListener::LocalModulesSetUp);
+    }
+}
+
+void warnOfMissingSettings(const HostSettings& settings)
+{
+    if ((settings.hosts.isEmpty() || settings.keys.isEmpty()) && !settings.hasModules) {
+        printNote(QStringLiteral("settings, [Host]: no hosts or no keys, so nobody can be asked; give both"));
+    }
+}
+
+int runVerify(const Options& options, const SignalWatch& signals)
+{
+    const QList<MarkingCode> codes = codesFor(options);
+    Till till(options, signals, Log4Qt::Level::Warn);
+    Verification verification;
+    verification.codes = codes;
+    if (till.start()) {
+        warnOfMissingSettings(till.settings());
+        const ProgressLine progress;
+        startOnlineServices(till);
+        signals.throwIfReceived();
+        verification = verify(codes, till.settings(), options.refund);
+        signals.throwIfReceived();
+    }
+    verification.notifications = till.notifications().all();
+    if (options.json) {
+        printOut(toJson(verification));
+    } else if (verification.isServed()) {
+        printOut(toTable(verification, {showsColours(STDOUT_FILENO), terminalWidth(STDOUT_FILENO)}));
+    }
+    if (verification.triggerResult && !verification.isServed()) {
+        printNote(QStringLiteral("the plug-in does not serve \"%1\"; use --service crpt")
+                      .arg(till.settings().service));
+    }
+    return verification.exitStatus();
+}
+
+int runPing(const Options& options, const SignalWatch& signals)
+{
+    Till till(options, signals, Log4Qt::Level::Warn);
+    const Ping result = till.start() ? ping() : Ping();
+    signals.throwIfReceived();
+    if (options.json) {
+        printOut(toJson(result));
+    } else if (result.isServed) {
+        printOut(result.text + u'\n');
+    }
+    if (!result.isServed) {
+        return exitstatus::NotServed;
+    }
+    return result.available ? exitstatus::Good : exitstatus::Bad;
+}
+
+void printNotification(const Notification& notification)
+{
+    printOut(notification.text.isEmpty() && notification.textId.isEmpty()
+                 ? QStringLiteral("  сообщение %1 снято\n").arg(notification.id)
+                 : QStringLiteral("  сообщение %1 (%2): %3\n")
+                       .arg(notification.id, notification.textId, notification.text));
+}
+
+int runEvents(const Options& options, const SignalWatch& signals)
+{
+    Till till(options, signals, Log4Qt::Level::Debug);
+    if (!till.start()) {
+        return exitstatus::NotServed;
+    }
+    qsizetype printed = 0;
+    for (const int code : options.events) {
+        printOut(QStringLiteral("событие %1\n").arg(code));
+        till.session().sendEvent(code);
+        till.session().waitUntilIdle(signals.stopFd());
+        signals.throwIfReceived();
+        for (const Notification& notification : till.notifications().all().sliced(printed)) {
+            printNotification(notification);
+            ++printed;
+        }
+    }
+    return exitstatus::Good;
+}
+
+}  // namespace
+
+int run(const Options& options, const SignalWatch& signals)
+{
+    switch (options.command) {
+    case Command::Verify:
+        return runVerify(options, signals);
+    case Command::Ping:
+        return runPing(options, signals);
+    case Command::Event:
+        return runEvents(options, signals);
+    case Command::Scenarios:
+        break;
+    }
+    return exitstatus::Good;
+}
+
+}  // namespace poshost

@@ -1,0 +1,18 @@
+#include "poshost/failure.h"
+
+#include "poshost/exitstatus.h"
+
+namespace poshost {
+
+Failure::Failure(int exitStatus, const QString& line)
+    : m_exitStatus(exitStatus)
+    , m_line(line.simplified().toUtf8())
+{
+}
+
+void refuse(const QString& line)
+{
+    throw Failure(exitstatus::Usage, line);
+}
+
+}  // namespace poshost

@@ -1,0 +1,177 @@
+#include "poshost/hostsettings.h"
+
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include "contracts/service.h"
+#include "poshost/failure.h"
+#include <log4qt/logmanager.h>
+
+namespace poshost {
+
+namespace {
+
+QString key(const char* section, const char* name)
+{
+    return QStringLiteral("%1:%2").arg(QLatin1String(section), QLatin1String(name));
+}
+
+/// The wish of the command line, else the settings' value, else `fallback`.
+QString chosen(const QString& wish, const Config& config, const QString& key, const QString& fallback = {})
+{
+    if (!wish.isEmpty()) {
+        return wish;
+    }
+    const QString value = config.getString(key);
+    return value.isEmpty() ? fallback : value;
+}
+
+QString named(const QString& key)
+{
+    const qsizetype colon = key.indexOf(u':');
+    return QStringLiteral("[%1] %2").arg(key.first(colon), key.sliced(colon + 1));
+}
+
+qint64 readNumber(const Config& config, const QString& key, qint64 least, qint64 most, qint64 fallback)
+{
+    const QString text = config.getString(key);
+    bool isNumber = false;
+    const qint64 number = text.toLongLong(&isNumber);
+    if (text.isEmpty()) {
+        return fallback;
+    }
+    if (!isNumber || number < least || number > most) {
+        refuse(QStringLiteral("settings, %1 = %2: not a whole number from %3 to %4; correct it or leave it out")
+                   .arg(named(key), text, QString::number(least), QString::number(most)));
+    }
+    return number;
+}
+
+std::chrono::seconds readTimeout(const std::optional<std::chrono::seconds>& wish, const Config& config,
+                                 const QString& key, std::chrono::seconds fallback)
+{
+    return wish.value_or(std::chrono::seconds(
+        readNumber(config, key, 0, longestTimeout.count(), fallback.count())));
+}
+
+void checkHost(const QString& host)
+{
+    const QUrl url = QUrl::fromUserInput(host);
+    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    if (!url.isValid() || url.host().isEmpty() || !isHttp) {
+        refuse(QStringLiteral("settings, [Host] hosts: \"%1\" is no http or https address; write it as "
+                              "https://markirovka.example")
+                   .arg(host));
+    }
+}
+
+void checkNetwork(const Config& config)
+{
+    if (const QString file = config.getString(key("Network", "caFile"));
+        !file.isEmpty() && !(QFileInfo(file).isFile() && QFileInfo(file).isReadable())) {
+        refuse(QStringLiteral("settings, [Network] caFile = %1: no readable file; name a PEM file or leave it out")
+                   .arg(file));
+    }
+    if (const QString proxy = config.getString(key("Network", "proxy"));
+        !proxy.isEmpty() && QUrl::fromUserInput(proxy).host().isEmpty()) {
+        refuse(QStringLiteral("settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
+                   .arg(proxy));
+    }
+    readNumber(config, key("Network", "maxReplyBytes"), 1, 1LL << 40, 1);
+}
+
+void readModules(const Config& config, HostSettings& settings)
+{
+    for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
+        if (!config.getBool(section + QLatin1String(":enable")) ||
+            config.getString(section + QLatin1String(":token")).isEmpty()) {
+            continue;
+        }
+        settings.hasModules = true;
+        settings.maintainsModules |= config.getBool(section + QLatin1String(":maintain"));
+    }
+}
+
+void maskSecrets(const Config& config, const Options& options)
+{
+    QStringList secrets = config.getList(key("Host", "keys"));
+    secrets << config.getString(key("Host", "apiKey")) << options.apiKey;
+    for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
+        secrets << config.getString(section + QLatin1String(":token"))
+                << config.getString(section + QLatin1String(":password"));
+    }
+    for (const QString& secret : secrets) {
+        Log4Qt::LogManager::addSecret(secret);
+    }
+}
+
+}  // namespace
+
+QString settingsFile(const QString& named)
+{
+    if (!named.isEmpty()) {
+        return named;
+    }
+    const QString personal = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    for (const QString& folder : {personal, QStringLiteral("/etc")}) {
+        const QString file = folder + QLatin1String("/crptservice/poshost.ini");
+        if (QFileInfo::exists(file)) {
+            return file;
+        }
+    }
+    return {};
+}
+
+void loadSettings(Config& config, const QString& file)
+{
+    QString error;
+    if (!config.load(file, &error)) {
+        refuse(QStringLiteral("settings: %1; correct it or name another file with --config").arg(error));
+    }
+}
+
+HostSettings readHostSettings(const Config& config, const Options& options)
+{
+    HostSettings settings;
+    settings.service = chosen(options.service, config, key("Host", "service"), QStringLiteral("crpt"));
+    if (marking::serviceFromText(settings.service) == marking::NoService) {
+        refuse(QStringLiteral("service \"%1\" is not known; use crpt, turon or esm").arg(settings.service));
+    }
+    settings.section = chosen(options.section, config, key("Host", "section"), QStringLiteral("MarkedGoods"));
+    settings.hosts = config.getList(key("Host", "hosts"));
+    for (const QString& host : settings.hosts) {
+        checkHost(host);
+    }
+    settings.keys = config.getList(key("Host", "keys"));
+    settings.apiKey = chosen(options.apiKey, config, key("Host", "apiKey"), settings.keys.value(0));
+    settings.pluginFile = chosen(options.pluginFile, config, key("Host", "plugin"));
+    settings.requestTimeout = readTimeout(options.requestTimeout, config, key("Host", "requestTimeout"),
+                                          settings.requestTimeout);
+    settings.operationTimeout = readTimeout(options.operationTimeout, config, key("Host", "operationTimeout"),
+                                            settings.operationTimeout);
+    readModules(config, settings);
+    checkNetwork(config);
+    return settings;
+}
+
+void configureLog(const Config& config, const Options& options, Log4Qt::Level level)
+{
+    Log4Qt::LogSettings log;
+    log.level = level;
+    const QString name = chosen(options.logLevel, config, key("Log", "level"));
+    if (!name.isEmpty() && !Log4Qt::LogManager::levelFromName(name, &log.level)) {
+        refuse(QStringLiteral("log level \"%1\" is not known; use trace, debug, info, warn, error, fatal or off")
+                   .arg(name));
+    }
+    log.file = config.getString(key("Log", "file"));
+    log.pattern = chosen({}, config, key("Log", "pattern"), log.pattern);
+    log.secrets = config.getBool(key("Log", "secrets"));
+    maskSecrets(config, options);
+    QString error;
+    if (!Log4Qt::LogManager::configure(log, &error)) {
+        refuse(QStringLiteral("settings, [Log]: %1; correct it or leave it out").arg(error));
+    }
+}
+
+}  // namespace poshost

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+
+#include <QString>
+#include <QStringList>
+
+#include "poshost/commandline.h"
+#include <config/config.h>
+#include <log4qt/logger.h>
+
+namespace poshost {
+
+/// What the host itself reads from the settings, with the command line's wishes put in.
+struct HostSettings
+{
+    QString service;     ///< [Host] service, by default "crpt"
+    QString section;     ///< [Host] section, by default "MarkedGoods"
+    QStringList hosts;   ///< [Host] hosts: the operator's servers, as a user writes them
+    QStringList keys;    ///< [Host] keys: their API keys
+    QString apiKey;      ///< [Host] apiKey, by default the first of the keys
+    QString pluginFile;  ///< [Host] plugin, empty for the installed one
+    std::chrono::seconds requestTimeout{5};
+    std::chrono::seconds operationTimeout{15};
+    bool maintainsModules = false;  ///< an enabled LMCHZ* section has "maintain" set
+    bool hasModules = false;        ///< some LMCHZ* section is enabled
+};
+
+/// Path of the settings file: the one named, else the first default one that exists, else empty.
+[[nodiscard]] QString settingsFile(const QString& named);
+
+/// Loads the file into `config`. Throws Failure.
+void loadSettings(Config& config, const QString& file);
+
+/// Reads and checks [Host] and [Network]. Throws Failure for a value that makes no sense, before anything
+/// has been started.
+[[nodiscard]] HostSettings readHostSettings(const Config& config, const Options& options);
+
+/// Sets the log up by [Log] and --log-level, which wins; `level` is that of a host that asks for none. Keys
+/// and passwords of the settings are masked in the log. Throws Failure.
+void configureLog(const Config& config, const Options& options, Log4Qt::Level level);
+
+}  // namespace poshost

@@ -1,0 +1,51 @@
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include <langinfo.h>
+
+#include <QCoreApplication>
+
+#include "poshost/commandline.h"
+#include "poshost/commands.h"
+#include "poshost/exitstatus.h"
+#include "poshost/failure.h"
+#include "poshost/output.h"
+#include "poshost/signalwatch.h"
+
+namespace {
+
+/// Texts are UTF-8 here whatever the environment says; Qt would complain of any other.
+void useUtf8()
+{
+    (void)std::setlocale(LC_ALL, "");
+    if (std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0) {
+        (void)::setenv("LC_ALL", "C.UTF-8", 1);
+    }
+}
+
+int runAs(int argc, char** argv, const poshost::SignalWatch& signals)
+{
+    try {
+        const auto options = poshost::parseCommandLine(argc, argv);
+        return options ? poshost::run(*options, signals) : poshost::exitstatus::Good;
+    } catch (const poshost::Failure& failure) {
+        poshost::printNote(failure.line());
+        return failure.exitStatus();
+    } catch (const std::exception& exception) {
+        poshost::printNote(QString::fromLocal8Bit(exception.what()));
+        return poshost::exitstatus::Usage;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    useUtf8();
+    const poshost::SignalWatch signals;
+    const QCoreApplication app(argc, argv);
+    const int status = runAs(argc, argv, signals);
+    return signals.received() != 0 ? 128 + signals.received() : status;
+}

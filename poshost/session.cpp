@@ -1,0 +1,142 @@
+#include "poshost/session.h"
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <QThread>
+
+#include "contracts/initverifyservice.h"
+#include "contracts/verify.h"
+#include "poshost/failure.h"
+#include "poshost/output.h"
+#include <network/restclient.h>
+#include <orvex/activitynotifier.h>
+#include <orvex/basicplugin.h>
+#include <orvex/task.h>
+
+namespace poshost {
+
+namespace {
+
+/// How long the plug-in may take to come to rest by itself.
+constexpr std::chrono::milliseconds patience{500};
+
+/// Makes the types that actions and events carry known from here. Qt keeps the first description of a type
+/// that it meets for the life of the process, and the plug-in's goes away with the plug-in.
+void registerMetaTypes()
+{
+    qRegisterMetaType<MarkingCode>();
+    qRegisterMetaType<QList<MarkingCode>>();
+    qRegisterMetaType<CheckMarkingCodesResult>();
+    qRegisterMetaType<std::chrono::seconds>();
+    qRegisterMetaType<marking::Service>();
+    qRegisterMetaType<tr::Tr>();
+    qRegisterMetaType<QSharedPointer<BasicTask>>();
+}
+
+/// Cancels all HTTP exchanges unless it is destroyed in time.
+class Impatience
+{
+public:
+    Impatience()
+        : m_thread([this](const std::stop_token& stop) {
+            std::unique_lock lock(m_mutex);
+            m_wake.wait_for(lock, stop, patience, [] { return false; });
+            if (!stop.stop_requested()) {
+                RestClient::cancelAll(true);
+            }
+        })
+    {
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable_any m_wake;
+    std::jthread m_thread;
+};
+
+}  // namespace
+
+Session::Session(const QString& pluginFile)
+    : m_loader(pluginFile)
+{
+    registerMetaTypes();
+    QString error;
+    if (!m_loader.load(QStringLiteral("CrptService"), &error)) {
+        refuse(QStringLiteral("plug-in %1; name another with --plugin or [Host] plugin").arg(error));
+    }
+}
+
+Session::~Session()
+{
+    const Impatience impatience;
+    if (m_started) {
+        m_loader.plugin()->deinit();
+    }
+    if (!m_loader.unload()) {
+        printNote(QStringLiteral("the plug-in could not be unloaded"));
+    }
+}
+
+bool Session::start()
+{
+    m_started = m_loader.plugin()->init();
+    return m_started;
+}
+
+void Session::introduceService(const HostSettings& settings)
+{
+    const Event event(EActivityListener::InitVerifyService);
+    const events::marking::InitVerifyService service(event);
+    service.setService(settings.service);
+    service.setSection(settings.section);
+    service.setHosts(settings.hosts);
+    service.setKeys(settings.keys);
+    Singleton<ActivityNotifier>::instance()->sendEvent(event);
+}
+
+void Session::sendEvent(int code)
+{
+    Singleton<ActivityNotifier>::instance()->sendEvent(Event(code));
+}
+
+void Session::waitUntilIdle(int stopFd)
+{
+    const std::shared_ptr<int> idleFd(new int(::eventfd(0, EFD_CLOEXEC)), [](int* fd) {
+        ::close(*fd);
+        delete fd;
+    });
+    for (QThread* thread : m_loader.object()->findChildren<QThread*>()) {
+        if (!thread->isRunning()) {
+            continue;
+        }
+        auto* messenger = new QObject;
+        messenger->moveToThread(thread);
+        // Queued behind what the events have queued there.
+        QMetaObject::invokeMethod(
+            messenger,
+            [messenger, idleFd] {
+                (void)::eventfd_write(*idleFd, 1);
+                messenger->deleteLater();
+            },
+            Qt::QueuedConnection);
+        std::array sources = {pollfd{*idleFd, POLLIN, 0}, pollfd{stopFd, POLLIN, 0}};
+        while (::poll(sources.data(), sources.size(), -1) < 0) {
+        }
+        eventfd_t count = 0;
+        if (sources[1].revents != 0 || ::eventfd_read(*idleFd, &count) != 0) {
+            return;
+        }
+    }
+}
+
+}  // namespace poshost

@@ -1,0 +1,49 @@
+#include "poshost/till.h"
+
+#include "poshost/output.h"
+#include "poshost/pluginfile.h"
+#include "poshost/standsettings.h"
+
+namespace poshost {
+
+Till::Till(const Options& options, const SignalWatch& signals, Log4Qt::Level level)
+{
+    Config& config = *Singleton<Config>::instance();
+    const QString file = settingsFile(options.configFile);
+    if (!file.isEmpty()) {
+        loadSettings(config, file);
+    }
+    // What is wrong is said before anything is started.
+    configureLog(config, options, level);
+    m_settings = readHostSettings(config, options);
+    const QString plugin = findPlugin(m_settings.pluginFile);
+
+    if (usesStand(options)) {
+        if (!options.stand) {
+            printNote(QStringLiteral("no settings found, starting the test stand (as with --stand)"));
+        }
+        m_stand.emplace(QStringList(), signals);
+        pointAtStand(config, m_stand->info());
+        m_settings = readHostSettings(config, options);
+    }
+    m_session.emplace(plugin);
+    signals.throwIfReceived();
+}
+
+bool Till::start()
+{
+    if (!m_session->start()) {
+        printNote(QStringLiteral("the plug-in is idle: no MarkedGoods*, DraftBeer*, Motp* or Moot* section of "
+                                 "the settings has markverifycrptservice = crpt"));
+        return false;
+    }
+    m_session->introduceService(m_settings);
+    return true;
+}
+
+bool Till::usesStand(const Options& options)
+{
+    return options.stand || settingsFile(options.configFile).isEmpty();
+}
+
+}  // namespace poshost
