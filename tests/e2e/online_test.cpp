@@ -160,7 +160,7 @@ TEST_P(SaleWithABrokenSite, EndsWithAVerdictWhenAllSitesAreBroken)
 INSTANTIATE_TEST_SUITE_P(
     Faults, SaleWithABrokenSite,
     testing::Values(Fault{"refused", {{"connect", "refuse"}}, true},
-                    Fault{"reset", {{"connect", "reset"}}, true},
+                    Fault{"reset", onCheck({{"cut", QJsonObject{{"after", 0}, {"by", "reset"}}}}), true},
                     Fault{"silent", onCheck({{"silent", true}}), false},
                     Fault{"cut", onCheck({{"cut", QJsonObject{{"after", 300}, {"by", "reset"}}}}), true},
                     Fault{"error500", onCheck({{"status", 500}}), false},
