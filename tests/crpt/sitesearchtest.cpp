@@ -1,0 +1,205 @@
+#include "tests/crpt/crptclienttest.h"
+
+using http::ErrorKind;
+using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const char* const SearchLine = "warn Нет доступных площадок, пытаемся обновить список площадок";
+const char* const NoneLine = "warn Нет доступных площадок после обновления списка";
+
+class SearchBeforeAWalk : public CrptClientTest
+{
+};
+
+TEST_F(SearchBeforeAWalk, FindsTheSitesOfTheFirstCheck)
+{
+    start();
+    relist({"s1"});
+    check("s1", {says(200, Ok)});
+    const auto begin = clock.monotonic();
+    info("op1", {[this](const SentRequest&) {
+             clock.advance(seconds(30));
+             return lists({"s1"})({});
+         }});
+    EXPECT_EQ(request(milliseconds(5000)).status(), 200);
+    const auto sent = http.take();
+    ASSERT_EQ(sent.size(), 3U);
+    EXPECT_GT(std::chrono::nanoseconds(sent[2].deadline.deadlineNSecs()) - begin, seconds(35))
+        << "the budget is that of the attempts, not of the search";
+    EXPECT_EQ(log.take().first(), SearchLine);
+}
+
+TEST_F(SearchBeforeAWalk, ThatFailsAnswersWithTheReplyOfTheFirstOperator)
+{
+    struct Case
+    {
+        Answer answer;
+        int status;
+    };
+    for (const Case& c :
+         {Case{says(401, {{"code", 3}}), 401}, Case{answers(cutOff()), 0}, Case{lists({}), 200}}) {
+        start();
+        client->addHost(QUrl("http://op0"), "nobody");
+        client->addHost(QUrl("http://op2"), "nobody");
+        client->addKey("key", "nobody");
+        info("op0", {c.answer});
+        info("op1", {says(500)});
+        info("op2", {says(500)});
+        forget();
+        const http::Response response = request();
+        EXPECT_EQ(response.errorKind(), ErrorKind::Unreachable);
+        EXPECT_EQ(response.status(), c.status);
+        EXPECT_EQ(response.url(), QUrl("http://op0" + Base + "/cdn/info"));
+        EXPECT_EQ(response.body(), c.answer({}).body());
+        EXPECT_EQ(response.errorText(), c.answer({}).errorText());
+        EXPECT_EQ(log.take().last(), NoneLine);
+    }
+}
+
+TEST_F(SearchBeforeAWalk, WithoutKeysPermitsTheSaleUnlessTheNetworkFailed)
+{
+    start(false);
+    EXPECT_EQ(request().errorKind(), ErrorKind::SalePermitted);
+    EXPECT_THAT(log.take(), ElementsAre(SearchLine, "warn Нет ключей для работы с CDN-площадками", NoneLine));
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(SearchBeforeAWalk, IsHeldBackForAWhileAfterOneThatFailed)
+{
+    struct Case
+    {
+        const char* interval;
+        std::chrono::nanoseconds passed;
+        bool heldBack;
+    };
+    const Case cases[] = {
+        {"60", seconds(60) - std::chrono::nanoseconds(1), true},
+        {"60", seconds(60), false},
+        {"0", seconds(0), false},
+        {"-1", seconds(0), false},
+        {"sixty", seconds(0), false},
+    };
+    for (const Case& c : cases) {
+        settings.set("CRPT:updateInfoInterval", c.interval);
+        start();
+        info("op1", {says(401)});
+        request();
+        forget();
+        clock.advance(c.passed);
+        const http::Response response = request();
+        EXPECT_EQ(response.errorKind(), ErrorKind::Unreachable);
+        EXPECT_EQ(response.status(), c.heldBack ? 0 : 401);
+        EXPECT_EQ(asked(), c.heldBack ? QStringList() : QStringList("info op1")) << c.interval;
+        EXPECT_EQ(log.take().isEmpty(), c.heldBack);
+    }
+}
+
+TEST_F(SearchBeforeAWalk, HeldBackIsJudgedByTheKnownSites)
+{
+    settings.set("CRPT:updateInfoInterval", "3600");
+    struct Case
+    {
+        const char* name;
+        Answer listReply;  // of the search that fails
+        Answer failure;    // of the only site, after that
+        ErrorKind outcome;
+    };
+    const Case cases[] = {
+        {"a site with a network fault", lists({"s1"}), answers(cutOff()), ErrorKind::Unreachable},
+        {"a site out of order", lists({"s1"}), says(500), ErrorKind::SalePermitted},
+        {"no list", says(500), says(500), ErrorKind::Unreachable},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        start();
+        info("op1", {says(500)});
+        request();  // the search that holds the next ones back
+        relist({"s1"});
+        client->updateInfo();  // not a check's search
+        info("op1", {c.listReply});
+        check("s1", {c.failure});
+        request();
+        forget();
+        const http::Response response = request();
+        EXPECT_THAT(asked(), IsEmpty());
+        EXPECT_EQ(response.errorKind(), c.outcome);
+        EXPECT_EQ(response.status(), 0);
+    }
+}
+
+class SearchDuringAWalk : public CrptClientTest
+{
+};
+
+TEST_F(SearchDuringAWalk, GoesOnWithWhatItFindsAndIsMadeOnce)
+{
+    struct Case
+    {
+        const char* name;
+        QStringList listed;  // by the new list; s1 fails, s2 answers, s3 has a network fault
+        QStringList asked;
+        ErrorKind outcome;
+    };
+    const Case cases[] = {
+        {"a site that answers", {"s2"}, {"check s1", "info op1", "health s2", "check s2"}, ErrorKind::None},
+        {"the same site",
+         {"s1"},
+         {"check s1", "info op1", "health s1", "check s1"},
+         ErrorKind::SalePermitted},
+        {"the same and another one",
+         {"s1", "s2"},
+         {"check s1", "info op1", "health s1", "health s2", "check s1", "check s2"},
+         ErrorKind::None},
+        {"a site out of reach",
+         {"s3"},
+         {"check s1", "info op1", "health s3", "check s3"},
+         ErrorKind::Unreachable},
+        {"no site", {}, {"check s1", "info op1"}, ErrorKind::Unreachable},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        startWithSites({"s1"});
+        check("s1", {says(500)});
+        check("s2", {says(200, Ok)});
+        check("s3", {answers(cutOff())});
+        relist(c.listed);
+        EXPECT_EQ(request().errorKind(), c.outcome);
+        EXPECT_EQ(asked(), c.asked);
+        EXPECT_EQ(log.take().last() == NoneLine, c.outcome != ErrorKind::None);
+    }
+}
+
+TEST_F(SearchDuringAWalk, IsGivenUpWhenTheSearchBeforeItHadNoKey)
+{
+    struct KeylessClient : CrptClient
+    {
+        UpdateInfoStatus updateInfo() override
+        {
+            onUpdate();
+            return UpdateInfoStatus::NoKeys;
+        }
+        std::function<void()> onUpdate;
+    };
+    auto keyless = std::make_unique<KeylessClient>();
+    keyless->onStart();
+    keyless->addHost(QUrl("http://op1"), "owner");
+    keyless->addKey("key", "owner");
+    relist({"s1"});
+    keyless->CrptClient::updateInfo();
+    check("s1", {says(500)});
+    keyless->onUpdate = [] {};
+    client = std::move(keyless);
+    EXPECT_EQ(request().errorKind(), ErrorKind::SalePermitted)
+        << "the walk's own search: nothing to go on with";
+    EXPECT_EQ(log.take().last(), NoneLine);
+
+    static_cast<KeylessClient&>(*client).onUpdate = [this] { clock.advance(seconds(901)); };
+    EXPECT_EQ(request().errorKind(), ErrorKind::NoToken) << "a site came back during the search, and failed";
+    EXPECT_EQ(log.take().last(),
+              "warn Токен для проверки доступных площадок не задан. Товар не будет добавлен");
+}
+
+}  // namespace
