@@ -1,5 +1,7 @@
 #include "poshost/commands.h"
 
+#include <chrono>
+
 #include <unistd.h>
 
 #include <QFile>
@@ -36,12 +38,17 @@ QList<MarkingCode> codesFor(const Options& options)
     return codesOfLines(basket.readAll(), QStringLiteral("sample basket"));
 }
 
-void startOnlineServices(Till& till)
+/// A till has been up for a while when its first sale comes, and the plug-in has found its sites.
+constexpr std::chrono::seconds warmUp{2};
+
+void startOnlineServices(Till& till, const SignalWatch& signals)
 {
     till.session().sendEvent(EActivityListener::OnlineServicesRefresh);
     if (till.settings().maintainsModules) {
         till.session().sendEvent(EActivityListener::LocalModulesSetUp);
     }
+    till.session().waitUntilIdle(signals.stopFd(), warmUp);
+    signals.throwIfReceived();
 }
 
 void warnOfMissingSettings(const HostSettings& settings)
@@ -60,8 +67,7 @@ int runVerify(const Options& options, const SignalWatch& signals)
     if (till.start()) {
         warnOfMissingSettings(till.settings());
         const ProgressLine progress;
-        startOnlineServices(till);
-        signals.throwIfReceived();
+        startOnlineServices(till, signals);
         verification = verify(codes, till.settings(), options.refund);
         signals.throwIfReceived();
     }

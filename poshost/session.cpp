@@ -109,7 +109,7 @@ void Session::sendEvent(int code)
     Singleton<ActivityNotifier>::instance()->sendEvent(Event(code));
 }
 
-void Session::waitUntilIdle(int stopFd)
+void Session::waitUntilIdle(int stopFd, QDeadlineTimer deadline)
 {
     const std::shared_ptr<int> idleFd(new int(::eventfd(0, EFD_CLOEXEC)), [](int* fd) {
         ::close(*fd);
@@ -130,10 +130,12 @@ void Session::waitUntilIdle(int stopFd)
             },
             Qt::QueuedConnection);
         std::array sources = {pollfd{*idleFd, POLLIN, 0}, pollfd{stopFd, POLLIN, 0}};
-        while (::poll(sources.data(), sources.size(), -1) < 0) {
+        int ready = -1;
+        while (ready < 0) {
+            ready = ::poll(sources.data(), sources.size(), int(deadline.remainingTime()));
         }
         eventfd_t count = 0;
-        if (sources[1].revents != 0 || ::eventfd_read(*idleFd, &count) != 0) {
+        if (sources[0].revents == 0 || ::eventfd_read(*idleFd, &count) != 0) {
             return;
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QString>
 
 #include "poshost/hostsettings.h"
@@ -29,9 +30,9 @@ public:
     void introduceService(const HostSettings& settings);
     void sendEvent(int code);
 
-    /// Waits until the plug-in's threads have done what events have given them to do, or `stopFd` is
-    /// readable.
-    void waitUntilIdle(int stopFd);
+    /// Waits until the plug-in's threads have done what events have given them to do, until `stopFd` is
+    /// readable or the deadline has passed.
+    void waitUntilIdle(int stopFd, QDeadlineTimer deadline = QDeadlineTimer::Forever);
 
 private:
     PluginLoader m_loader;
