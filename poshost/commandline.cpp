@@ -38,7 +38,7 @@ void addGlobalOptions(CLI::App& app, Options& options, Raw& raw)
     app.set_version_flag("--version", "poshost " POSHOST_VERSION);
     app.add_option("--config", raw.config,
                    "Settings (INI); by default ~/.config/crptservice/poshost.ini or "
-                   "/etc/crptservice/poshost.ini")
+                   "/etc/xdg/crptservice/poshost.ini")
         ->type_name("FILE");
     app.add_option("--plugin", raw.plugin, "The plug-in library; by default the one installed with poshost")
         ->type_name("FILE");
@@ -69,7 +69,9 @@ void addVerify(CLI::App& app, Options& options, Raw& raw)
     verify->add_flag("--refund", options.refund, "The goods are taken back, not sold");
     verify->add_option("--codes-file", raw.codesFile, "Codes, one a line; \"-\" is standard input")
         ->type_name("FILE");
-    verify->add_option("CODE", raw.codes, R"(Marking codes; \x1d, \u001d, <GS> and the character itself mean GS)")
+    verify
+        ->add_option("CODE", raw.codes,
+                     R"(Marking codes; \x1d, \u001d, <GS> and the character itself mean GS)")
         ->type_name("");
     verify->callback([&options] { options.command = Command::Verify; });
 }
@@ -124,8 +126,9 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
 {
     Options options;
     Raw raw;
-    CLI::App app("A console point-of-sale host: loads the marking plug-in as a till does and has it check codes.",
-                 "poshost");
+    CLI::App app(
+        "A console point-of-sale host: loads the marking plug-in as a till does and has it check codes.",
+        "poshost");
     app.footer(footer);
     app.require_subcommand(1);
     app.fallthrough();

@@ -12,6 +12,7 @@
 #include "poshost/output.h"
 #include "poshost/pinging.h"
 #include "poshost/progressline.h"
+#include "poshost/scenario.h"
 #include "poshost/terminal.h"
 #include "poshost/till.h"
 #include "poshost/verification.h"
@@ -128,6 +129,14 @@ int runEvents(const Options& options, const SignalWatch& signals)
     return exitstatus::Good;
 }
 
+int listScenarios()
+{
+    for (const Scenario& scenario : shippedScenarios()) {
+        printOut(QStringLiteral("%1  %2\n").arg(scenario.name.leftJustified(16), scenario.shows));
+    }
+    return exitstatus::Good;
+}
+
 }  // namespace
 
 int run(const Options& options, const SignalWatch& signals)
@@ -140,9 +149,9 @@ int run(const Options& options, const SignalWatch& signals)
     case Command::Event:
         return runEvents(options, signals);
     case Command::Scenarios:
-        break;
+        return listScenarios();
     }
-    return exitstatus::Good;
+    return exitstatus::Usage;
 }
 
 }  // namespace poshost

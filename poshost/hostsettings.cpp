@@ -42,8 +42,9 @@ qint64 readNumber(const Config& config, const QString& key, qint64 least, qint64
         return fallback;
     }
     if (!isNumber || number < least || number > most) {
-        refuse(QStringLiteral("settings, %1 = %2: not a whole number from %3 to %4; correct it or leave it out")
-                   .arg(named(key), text, QString::number(least), QString::number(most)));
+        refuse(
+            QStringLiteral("settings, %1 = %2: not a whole number from %3 to %4; correct it or leave it out")
+                .arg(named(key), text, QString::number(least), QString::number(most)));
     }
     return number;
 }
@@ -51,8 +52,8 @@ qint64 readNumber(const Config& config, const QString& key, qint64 least, qint64
 std::chrono::seconds readTimeout(const std::optional<std::chrono::seconds>& wish, const Config& config,
                                  const QString& key, std::chrono::seconds fallback)
 {
-    return wish.value_or(std::chrono::seconds(
-        readNumber(config, key, 0, longestTimeout.count(), fallback.count())));
+    return wish.value_or(
+        std::chrono::seconds(readNumber(config, key, 0, longestTimeout.count(), fallback.count())));
 }
 
 void checkHost(const QString& host)
@@ -70,12 +71,14 @@ void checkNetwork(const Config& config)
 {
     if (const QString file = config.getString(key("Network", "caFile"));
         !file.isEmpty() && !(QFileInfo(file).isFile() && QFileInfo(file).isReadable())) {
-        refuse(QStringLiteral("settings, [Network] caFile = %1: no readable file; name a PEM file or leave it out")
+        refuse(QStringLiteral(
+                   "settings, [Network] caFile = %1: no readable file; name a PEM file or leave it out")
                    .arg(file));
     }
     if (const QString proxy = config.getString(key("Network", "proxy"));
         !proxy.isEmpty() && QUrl::fromUserInput(proxy).host().isEmpty()) {
-        refuse(QStringLiteral("settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
+        refuse(QStringLiteral(
+                   "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));
     }
     readNumber(config, key("Network", "maxReplyBytes"), 1, 1LL << 40, 1);
@@ -110,17 +113,9 @@ void maskSecrets(const Config& config, const Options& options)
 
 QString settingsFile(const QString& named)
 {
-    if (!named.isEmpty()) {
-        return named;
-    }
-    const QString personal = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-    for (const QString& folder : {personal, QStringLiteral("/etc")}) {
-        const QString file = folder + QLatin1String("/crptservice/poshost.ini");
-        if (QFileInfo::exists(file)) {
-            return file;
-        }
-    }
-    return {};
+    return !named.isEmpty() ? named
+                            : QStandardPaths::locate(QStandardPaths::GenericConfigLocation,
+                                                     QStringLiteral("crptservice/poshost.ini"));
 }
 
 void loadSettings(Config& config, const QString& file)
@@ -146,8 +141,8 @@ HostSettings readHostSettings(const Config& config, const Options& options)
     settings.keys = config.getList(key("Host", "keys"));
     settings.apiKey = chosen(options.apiKey, config, key("Host", "apiKey"), settings.keys.value(0));
     settings.pluginFile = chosen(options.pluginFile, config, key("Host", "plugin"));
-    settings.requestTimeout = readTimeout(options.requestTimeout, config, key("Host", "requestTimeout"),
-                                          settings.requestTimeout);
+    settings.requestTimeout =
+        readTimeout(options.requestTimeout, config, key("Host", "requestTimeout"), settings.requestTimeout);
     settings.operationTimeout = readTimeout(options.operationTimeout, config, key("Host", "operationTimeout"),
                                             settings.operationTimeout);
     readModules(config, settings);
@@ -161,8 +156,9 @@ void configureLog(const Config& config, const Options& options, Log4Qt::Level le
     log.level = level;
     const QString name = chosen(options.logLevel, config, key("Log", "level"));
     if (!name.isEmpty() && !Log4Qt::LogManager::levelFromName(name, &log.level)) {
-        refuse(QStringLiteral("log level \"%1\" is not known; use trace, debug, info, warn, error, fatal or off")
-                   .arg(name));
+        refuse(
+            QStringLiteral("log level \"%1\" is not known; use trace, debug, info, warn, error, fatal or off")
+                .arg(name));
     }
     log.file = config.getString(key("Log", "file"));
     log.pattern = chosen({}, config, key("Log", "pattern"), log.pattern);

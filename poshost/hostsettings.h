@@ -26,7 +26,8 @@ struct HostSettings
     bool hasModules = false;        ///< some LMCHZ* section is enabled
 };
 
-/// Path of the settings file: the one named, else the first default one that exists, else empty.
+/// Path of the settings file: the one named, else crptservice/poshost.ini in the first folder for settings
+/// that has it (~/.config, /etc/xdg), else empty.
 [[nodiscard]] QString settingsFile(const QString& named);
 
 /// Loads the file into `config`. Throws Failure.

@@ -40,7 +40,8 @@ Ping ping()
 QString toJson(const Ping& ping)
 {
     const QJsonObject object = {
-        {QStringLiteral("triggerResult"), ping.triggerResult ? QJsonValue(*ping.triggerResult) : QJsonValue()},
+        {QStringLiteral("triggerResult"),
+         ping.triggerResult ? QJsonValue(*ping.triggerResult) : QJsonValue()},
         {QStringLiteral("available"), ping.available},
         {QStringLiteral("text"), ping.text},
         {QStringLiteral("elapsedMs"), qint64(ping.elapsed.count())},

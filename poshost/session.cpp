@@ -10,13 +10,13 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <QThread>
 
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
 #include "poshost/failure.h"
+#include "poshost/filedescriptor.h"
 #include "poshost/output.h"
 #include <network/restclient.h>
 #include <orvex/activitynotifier.h>
@@ -111,10 +111,7 @@ void Session::sendEvent(int code)
 
 void Session::waitUntilIdle(int stopFd, QDeadlineTimer deadline)
 {
-    const std::shared_ptr<int> idleFd(new int(::eventfd(0, EFD_CLOEXEC)), [](int* fd) {
-        ::close(*fd);
-        delete fd;
-    });
+    const auto idle = std::make_shared<FileDescriptor>(::eventfd(0, EFD_CLOEXEC));
     for (QThread* thread : m_loader.object()->findChildren<QThread*>()) {
         if (!thread->isRunning()) {
             continue;
@@ -124,18 +121,18 @@ void Session::waitUntilIdle(int stopFd, QDeadlineTimer deadline)
         // Queued behind what the events have queued there.
         QMetaObject::invokeMethod(
             messenger,
-            [messenger, idleFd] {
-                (void)::eventfd_write(*idleFd, 1);
+            [messenger, idle] {
+                (void)::eventfd_write(idle->get(), 1);
                 messenger->deleteLater();
             },
             Qt::QueuedConnection);
-        std::array sources = {pollfd{*idleFd, POLLIN, 0}, pollfd{stopFd, POLLIN, 0}};
+        std::array sources = {pollfd{idle->get(), POLLIN, 0}, pollfd{stopFd, POLLIN, 0}};
         int ready = -1;
         while (ready < 0) {
             ready = ::poll(sources.data(), sources.size(), int(deadline.remainingTime()));
         }
         eventfd_t count = 0;
-        if (sources[0].revents == 0 || ::eventfd_read(*idleFd, &count) != 0) {
+        if (sources[0].revents == 0 || ::eventfd_read(idle->get(), &count) != 0) {
             return;
         }
     }

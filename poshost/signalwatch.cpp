@@ -22,12 +22,12 @@ namespace {
 /// How long a clean end may take.
 constexpr std::chrono::milliseconds patience{900};
 
-int checked(int fd)
+FileDescriptor checked(int fd)
 {
     if (fd < 0) {
         throw std::system_error(errno, std::generic_category(), "watching signals");
     }
-    return fd;
+    return FileDescriptor(fd);
 }
 
 /// Blocks the signals that end the program. One that the parent had ignored (nohup) stays ignored.
@@ -55,27 +55,23 @@ int readSignal(int signalFd)
 }  // namespace
 
 SignalWatch::SignalWatch()
-    : m_signalFd(-1)
-    , m_stopFd(checked(::eventfd(0, EFD_CLOEXEC)))
-    , m_quitFd(checked(::eventfd(0, EFD_CLOEXEC)))
+    : m_stop(checked(::eventfd(0, EFD_CLOEXEC)))
+    , m_quit(checked(::eventfd(0, EFD_CLOEXEC)))
 {
     const sigset_t watched = blockSignals();
-    m_signalFd = checked(::signalfd(-1, &watched, SFD_CLOEXEC));
+    m_signals = checked(::signalfd(-1, &watched, SFD_CLOEXEC));
     m_watcher = std::thread(&SignalWatch::watch, this);
 }
 
 SignalWatch::~SignalWatch()
 {
-    (void)::eventfd_write(m_quitFd, 1);
+    (void)::eventfd_write(m_quit.get(), 1);
     m_watcher.join();
-    for (const int fd : {m_signalFd, m_stopFd, m_quitFd}) {
-        ::close(fd);
-    }
 }
 
 void SignalWatch::watch()
 {
-    std::array<pollfd, 2> sources = {pollfd{m_signalFd, POLLIN, 0}, pollfd{m_quitFd, POLLIN, 0}};
+    std::array<pollfd, 2> sources = {pollfd{m_signals.get(), POLLIN, 0}, pollfd{m_quit.get(), POLLIN, 0}};
     int timeout = -1;
     for (;;) {
         const int ready = ::poll(sources.data(), sources.size(), timeout);
@@ -88,8 +84,8 @@ void SignalWatch::watch()
         if (received() != 0) {  // out of patience, or a second signal
             forceEnd(received());
         }
-        m_received = readSignal(m_signalFd);
-        (void)::eventfd_write(m_stopFd, 1);
+        m_received = readSignal(m_signals.get());
+        (void)::eventfd_write(m_stop.get(), 1);
         RestClient::cancelAll(true);
         timeout = int(patience.count());
     }
@@ -104,11 +100,10 @@ void SignalWatch::forceEnd(int signal) const
 void SignalWatch::throwIfReceived() const
 {
     if (const int signal = received(); signal != 0) {
-        throw Failure(128 + signal,
-                      QStringLiteral("interrupted by %1")
-                          .arg(QString::fromLatin1(signal == SIGINT    ? "SIGINT"
-                                                   : signal == SIGTERM ? "SIGTERM"
-                                                                       : "SIGHUP")));
+        throw Failure(128 + signal, QStringLiteral("interrupted by %1")
+                                        .arg(QString::fromLatin1(signal == SIGINT    ? "SIGINT"
+                                                                 : signal == SIGTERM ? "SIGTERM"
+                                                                                     : "SIGHUP")));
     }
 }
 

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <thread>
 
+#include "poshost/filedescriptor.h"
+
 namespace poshost {
 
 /// Ends the program in good order on SIGINT, SIGTERM and SIGHUP, unless its parent had them ignored.
@@ -23,7 +25,7 @@ public:
     /// The first signal's number; 0 when none has come.
     [[nodiscard]] int received() const { return m_received.load(); }
     /// Readable from the first signal on; for poll(). Nobody reads it.
-    [[nodiscard]] int stopFd() const { return m_stopFd; }
+    [[nodiscard]] int stopFd() const { return m_stop.get(); }
     /// Throws Failure once a signal has come.
     void throwIfReceived() const;
 
@@ -31,9 +33,9 @@ private:
     void watch();
     void forceEnd(int signal) const;
 
-    int m_signalFd;
-    int m_stopFd;
-    int m_quitFd;
+    FileDescriptor m_signals;
+    FileDescriptor m_stop;
+    FileDescriptor m_quit;
     std::atomic<int> m_received = 0;
     std::thread m_watcher;
 };

@@ -52,8 +52,8 @@ public:
         posix_spawnattr_setsigdefault(&attributes, &signals);
         // A group of its own: Ctrl-C reaches this process alone, which then ends the child.
         posix_spawnattr_setpgroup(&attributes, 0);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
-                                                  POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setflags(&attributes,
+                                 POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     }
     SpawnPlan(const SpawnPlan&) = delete;
     SpawnPlan& operator=(const SpawnPlan&) = delete;
@@ -66,6 +66,17 @@ public:
     posix_spawn_file_actions_t actions = {};
     posix_spawnattr_t attributes = {};
 };
+
+/// An open file without a name that holds `content`.
+FileDescriptor inMemory(const char* name, const QByteArray& content)
+{
+    FileDescriptor file(::memfd_create(name, MFD_CLOEXEC));
+    if (!file.isOpen() ||
+        ::pwrite(file.get(), content.constData(), size_t(content.size()), 0) != content.size()) {
+        refuse(QStringLiteral("stand: cannot start: %1").arg(systemError(errno)));
+    }
+    return file;
+}
 
 StandInfo parseReady(const QJsonObject& ready)
 {
@@ -87,15 +98,17 @@ StandInfo parseReady(const QJsonObject& ready)
 
 }  // namespace
 
-StandProcess::StandProcess(const QStringList& arguments, const SignalWatch& signals)
+StandProcess::StandProcess(const QByteArray& scenario, const SignalWatch& signals)
 {
     const QString program = QCoreApplication::applicationDirPath() + QLatin1String("/marksim");
     if (!QFileInfo(program).isExecutable()) {
-        refuse(QStringLiteral("stand: no program %1; build or install it, or give your own settings with --config")
+        refuse(QStringLiteral(
+                   "stand: no program %1; build or install it, or give your own settings with --config")
                    .arg(program));
     }
     try {
-        start(program, arguments);
+        const FileDescriptor scenarioFile = inMemory("scenario", scenario);
+        start(program, scenario.isEmpty() ? -1 : scenarioFile.get());
         const QJsonObject ready = QJsonDocument::fromJson(readReadyLine(signals)).object();
         if (!ready.value(QLatin1String("ready")).toBool()) {
             failStart();
@@ -112,49 +125,51 @@ StandProcess::~StandProcess()
     stop();
 }
 
-void StandProcess::start(const QString& program, const QStringList& arguments)
+void StandProcess::start(const QString& program, int scenarioFd)
 {
-    std::array<int, 2> pipe = {-1, -1};
-    m_errorsFd = ::memfd_create("stand-errors", MFD_CLOEXEC);
-    if (m_errorsFd < 0 || ::pipe2(pipe.data(), O_CLOEXEC) != 0) {
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         refuse(QStringLiteral("stand: cannot start: %1").arg(systemError(errno)));
     }
-    m_outFd = pipe[0];
+    m_out = FileDescriptor(ends[0]);
+    const FileDescriptor in(ends[1]);
+    m_errors = inMemory("errors", {});
 
     SpawnPlan plan;
-    posix_spawn_file_actions_addopen(&plan.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&plan.actions, pipe[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&plan.actions, m_errorsFd, STDERR_FILENO);
-
     std::vector<QByteArray> words = {program.toLocal8Bit(), QByteArrayLiteral("--die-with-parent")};
-    std::transform(arguments.begin(), arguments.end(), std::back_inserter(words),
-                   [](const QString& argument) { return argument.toLocal8Bit(); });
+    posix_spawn_file_actions_addopen(&plan.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&plan.actions, in.get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&plan.actions, m_errors.get(), STDERR_FILENO);
+    if (scenarioFd >= 0) {
+        posix_spawn_file_actions_adddup2(&plan.actions, scenarioFd, STDERR_FILENO + 1);
+        words.insert(words.end(), {QByteArrayLiteral("--scenario"), QByteArrayLiteral("/proc/self/fd/3")});
+    }
     std::vector<char*> argv;
     std::transform(words.begin(), words.end(), std::back_inserter(argv),
                    [](QByteArray& word) { return word.data(); });
     argv.push_back(nullptr);
 
-    const int error = ::posix_spawn(&m_pid, argv.front(), &plan.actions, &plan.attributes, argv.data(), environ);
-    ::close(pipe[1]);
+    const int error =
+        ::posix_spawn(&m_pid, argv.front(), &plan.actions, &plan.attributes, argv.data(), environ);
     if (error != 0) {
         m_pid = -1;
         refuse(QStringLiteral("stand: cannot start %1: %2").arg(program, systemError(error)));
     }
-    m_pidFd = int(::syscall(SYS_pidfd_open, m_pid, 0));
+    m_pidFd = FileDescriptor(int(::syscall(SYS_pidfd_open, m_pid, 0)));
 }
 
 QByteArray StandProcess::readReadyLine(const SignalWatch& signals)
 {
     QByteArray line;
     while (!line.endsWith('\n')) {
-        std::array sources = {pollfd{m_outFd, POLLIN, 0}, pollfd{signals.stopFd(), POLLIN, 0}};
+        std::array sources = {pollfd{m_out.get(), POLLIN, 0}, pollfd{signals.stopFd(), POLLIN, 0}};
         const int ready = ::poll(sources.data(), sources.size(), readyTimeout);
         signals.throwIfReceived();
         if (ready < 0 && errno == EINTR) {
             continue;
         }
         std::array<char, 4096> buffer;
-        const ssize_t count = ready > 0 ? ::read(m_outFd, buffer.data(), buffer.size()) : 0;
+        const ssize_t count = ready > 0 ? ::read(m_out.get(), buffer.data(), buffer.size()) : 0;
         if (count <= 0) {
             failStart();
         }
@@ -167,7 +182,7 @@ void StandProcess::failStart()
 {
     (void)waitForEnd(endTimeout);
     QByteArray said(2048, '\0');
-    said.resize(qMax<ssize_t>(0, ::pread(m_errorsFd, said.data(), size_t(said.size()), 0)));
+    said.resize(qMax<ssize_t>(0, ::pread(m_errors.get(), said.data(), size_t(said.size()), 0)));
     refuse(QStringLiteral("stand: did not come up: %1")
                .arg(said.isEmpty() ? QStringLiteral("it said nothing; run marksim by itself to see why")
                                    : QString::fromUtf8(said)));
@@ -175,7 +190,7 @@ void StandProcess::failStart()
 
 bool StandProcess::waitForEnd(int milliseconds) const noexcept
 {
-    pollfd source = {m_pidFd, POLLIN, 0};
+    pollfd source = {m_pidFd.get(), POLLIN, 0};
     int ready = 0;
     do {
         ready = ::poll(&source, 1, milliseconds);
@@ -193,12 +208,6 @@ void StandProcess::stop() noexcept
         while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
         }
         m_pid = -1;
-    }
-    for (int* fd : {&m_pidFd, &m_outFd, &m_errorsFd}) {
-        if (*fd >= 0) {
-            ::close(*fd);
-            *fd = -1;
-        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "poshost/filedescriptor.h"
 #include "poshost/signalwatch.h"
 
 namespace poshost {
@@ -32,9 +33,9 @@ struct StandInfo
 class StandProcess
 {
 public:
-    /// Starts the program beside this one with `arguments` and waits until it is ready. Throws Failure when
-    /// it does not come up or a signal arrives meanwhile.
-    StandProcess(const QStringList& arguments, const SignalWatch& signals);
+    /// Starts the program beside this one with a scenario of its own format (empty: none) and waits until it
+    /// is ready. Throws Failure when it does not come up or a signal arrives meanwhile.
+    StandProcess(const QByteArray& scenario, const SignalWatch& signals);
     StandProcess(const StandProcess&) = delete;
     StandProcess& operator=(const StandProcess&) = delete;
     ~StandProcess();
@@ -42,16 +43,16 @@ public:
     [[nodiscard]] const StandInfo& info() const { return m_info; }
 
 private:
-    void start(const QString& program, const QStringList& arguments);
+    void start(const QString& program, int scenarioFd);
     QByteArray readReadyLine(const SignalWatch& signals);
     [[noreturn]] void failStart();
     void stop() noexcept;
     [[nodiscard]] bool waitForEnd(int milliseconds) const noexcept;
 
     int m_pid = -1;
-    int m_pidFd = -1;
-    int m_outFd = -1;     ///< its standard output
-    int m_errorsFd = -1;  ///< a file in memory that takes its standard error
+    FileDescriptor m_pidFd;
+    FileDescriptor m_out;     ///< its standard output
+    FileDescriptor m_errors;  ///< a file in memory that takes its standard error
     StandInfo m_info;
 };
 

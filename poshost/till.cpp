@@ -2,6 +2,7 @@
 
 #include "poshost/output.h"
 #include "poshost/pluginfile.h"
+#include "poshost/scenario.h"
 #include "poshost/standsettings.h"
 
 namespace poshost {
@@ -16,14 +17,16 @@ Till::Till(const Options& options, const SignalWatch& signals, Log4Qt::Level lev
     // What is wrong is said before anything is started.
     configureLog(config, options, level);
     m_settings = readHostSettings(config, options);
+    const Scenario scenario = findScenario(options.scenario);
     const QString plugin = findPlugin(m_settings.pluginFile);
 
     if (usesStand(options)) {
         if (!options.stand) {
             printNote(QStringLiteral("no settings found, starting the test stand (as with --stand)"));
         }
-        m_stand.emplace(QStringList(), signals);
+        m_stand.emplace(scenario.stand, signals);
         pointAtStand(config, m_stand->info());
+        scenario.applySettings(config);
         m_settings = readHostSettings(config, options);
     }
     m_session.emplace(plugin);
@@ -33,8 +36,9 @@ Till::Till(const Options& options, const SignalWatch& signals, Log4Qt::Level lev
 bool Till::start()
 {
     if (!m_session->start()) {
-        printNote(QStringLiteral("the plug-in is idle: no MarkedGoods*, DraftBeer*, Motp* or Moot* section of "
-                                 "the settings has markverifycrptservice = crpt"));
+        printNote(
+            QStringLiteral("the plug-in is idle: no MarkedGoods*, DraftBeer*, Motp* or Moot* section of "
+                           "the settings has markverifycrptservice = crpt"));
         return false;
     }
     m_session->introduceService(m_settings);

@@ -78,7 +78,8 @@ QString sideData(const Result& result, const MarkingCode& code)
     QStringList parts;
     if (const auto date = result.expireDates.constFind(code); date != result.expireDates.constEnd()) {
         parts.append(date->isValid()
-                         ? QStringLiteral("годен до %1").arg(date->toLocalTime().toString(QStringLiteral("dd.MM.yyyy HH:mm")))
+                         ? QStringLiteral("годен до %1")
+                               .arg(date->toLocalTime().toString(QStringLiteral("dd.MM.yyyy HH:mm")))
                          : QStringLiteral("срок годности не указан"));
     }
     if (const auto weight = result.productWeights.constFind(code);
@@ -206,7 +207,8 @@ QString notices(const QList<Notification>& notifications)
 QString toTable(const Verification& verification, const TableStyle& style)
 {
     const QList<Row> rows = makeRows(verification);
-    return table(rows, style) + u'\n' + sums(rows) + QStringLiteral(", за %1 мс\n").arg(verification.elapsed.count()) +
+    return table(rows, style) + u'\n' + sums(rows) +
+           QStringLiteral(", за %1 мс\n").arg(verification.elapsed.count()) +
            QStringLiteral("Источник: %1\n").arg(origin(verification)) + notices(verification.notifications);
 }
 

@@ -1,0 +1,63 @@
+#include "poshost/scenario.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "poshost/failure.h"
+
+namespace poshost {
+
+namespace {
+
+Scenario parse(const QString& name, const QByteArray& content)
+{
+    const QJsonObject object = QJsonDocument::fromJson(content).object();
+    const QJsonObject settings = object.value(QLatin1String("settings")).toObject();
+    Scenario scenario;
+    scenario.name = name;
+    scenario.shows = object.value(QLatin1String("shows")).toString();
+    scenario.stand = QJsonDocument(object.value(QLatin1String("stand")).toObject()).toJson();
+    for (auto setting = settings.begin(); setting != settings.end(); ++setting) {
+        scenario.settings.insert(setting.key(), setting.value().toString());
+    }
+    return scenario;
+}
+
+}  // namespace
+
+void Scenario::applySettings(Config& config) const
+{
+    for (auto setting = settings.begin(); setting != settings.end(); ++setting) {
+        config.setValue(setting.key(), setting.value());
+    }
+}
+
+QList<Scenario> shippedScenarios()
+{
+    QList<Scenario> scenarios;
+    const QDir folder(QStringLiteral(":/scenarios"));
+    for (const QFileInfo& entry : folder.entryInfoList(QDir::Files, QDir::Name)) {
+        QFile file(entry.filePath());
+        if (file.open(QIODevice::ReadOnly)) {
+            scenarios.append(parse(entry.completeBaseName(), file.readAll()));
+        }
+    }
+    return scenarios;
+}
+
+Scenario findScenario(const QString& name)
+{
+    if (name.isEmpty()) {
+        return {};
+    }
+    for (const Scenario& scenario : shippedScenarios()) {
+        if (scenario.name == name) {
+            return scenario;
+        }
+    }
+    refuse(QStringLiteral("no scenario \"%1\"; \"poshost scenarios\" lists them").arg(name));
+}
+
+}  // namespace poshost
