@@ -14,11 +14,16 @@ using std::chrono::seconds;
 
 namespace {
 
-/// Milliseconds, or the largest value where a limit in seconds is too large for them.
+/// Milliseconds, or the nearest value that they can hold for a limit in seconds out of their range.
 milliseconds toMilliseconds(seconds limit)
 {
-    constexpr auto longest = std::chrono::floor<seconds>(milliseconds::max());
-    return limit > longest ? milliseconds::max() : milliseconds(limit);
+    if (limit > std::chrono::floor<seconds>(milliseconds::max())) {
+        return milliseconds::max();
+    }
+    if (limit < std::chrono::ceil<seconds>(milliseconds::min())) {
+        return milliseconds::min();
+    }
+    return limit;
 }
 
 }  // namespace

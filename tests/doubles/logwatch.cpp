@@ -14,6 +14,7 @@ QString lineOf(const Log4Qt::LogRecord& record)
 
 LogWatch::LogWatch()
 {
+    Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = "/dev/null"});
     Log4Qt::LogManager::setWatcher([this](const Log4Qt::LogRecord& record) {
         const std::lock_guard lock(m_mutex);
         m_records.append(record);

@@ -6,7 +6,8 @@
 
 #include <log4qt/logmanager.h>
 
-/// What is logged while the object lives, one at a time in the process. Threads: any.
+/// What is logged from debug level on while the object lives, one at a time in the process. Nothing is
+/// written to standard error from then on. Threads: any.
 class LogWatch
 {
 public:

@@ -3,17 +3,13 @@
 #include <ostream>
 
 #include <QDateTime>
-#include <QString>
 #include <QUrl>
 
+#include "tests/support/printers.h"
 #include <utils/markingcode.h>
 
 // How GoogleTest shows the values of these types.
 
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
 inline void PrintTo(const QUrl& url, std::ostream* out)
 {
     PrintTo(url.toString(), out);
