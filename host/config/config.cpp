@@ -13,6 +13,7 @@
 #define SI_IMPLEMENTATION
 #include <SimpleIni.h>
 #include <fnmatch.h>
+#include <locale.h>
 
 #include <QFile>
 
@@ -46,6 +47,18 @@ QStringList inFileOrder(CSimpleIniCaseA::TNamesDepend names)
         texts.append(QString::fromUtf8(name.pItem));
     }
     return texts;
+}
+
+/// fnmatch() in UTF-8 whatever the locale of the process, so that "?" is one character.
+bool matches(const QByteArray& pattern, const QByteArray& name)
+{
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const locale_t ours = utf8 != nullptr ? uselocale(utf8) : nullptr;
+    const bool match = fnmatch(pattern.constData(), name.constData(), FNM_NOESCAPE) == 0;
+    if (ours != nullptr) {
+        uselocale(ours);
+    }
+    return match;
 }
 
 bool fail(QString* error, const QString& text)
@@ -139,9 +152,7 @@ QStringList Config::sections(const QString& wildcard) const
     m_state->ini->GetAllSections(names);
     QStringList matching = inFileOrder(std::move(names));
     const QByteArray pattern = wildcard.toUtf8();
-    matching.removeIf([&](const QString& name) {
-        return fnmatch(pattern.constData(), name.toUtf8().constData(), FNM_NOESCAPE) != 0;
-    });
+    matching.removeIf([&](const QString& name) { return !matches(pattern, name.toUtf8()); });
     return matching;
 }
 

@@ -42,6 +42,17 @@ QString faultOfSetting(const QByteArray& line, bool inSection)
     return inSection ? QString() : QStringLiteral("параметр стоит до первой секции");
 }
 
+QString faultOfLine(const QByteArray& line, bool inSection)
+{
+    if (line.contains('\0') || !isUtf8(line)) {
+        return QStringLiteral("текст не в кодировке UTF-8");
+    }
+    if (line.isEmpty() || line[0] == ';' || line[0] == '#') {
+        return {};
+    }
+    return line[0] == '[' ? faultOfSection(line) : faultOfSetting(line, inSection);
+}
+
 }  // namespace
 
 QString faultOfIni(const QByteArray& text)
@@ -53,18 +64,8 @@ QString faultOfIni(const QByteArray& text)
     for (const QByteArray& untrimmed : lines.split('\n')) {
         ++number;
         const QByteArray line = untrimmed.trimmed();
-        if (line.isEmpty() || line[0] == ';' || line[0] == '#') {
-            continue;
-        }
-        QString fault;
-        if (line.contains('\0') || !isUtf8(line)) {
-            fault = QStringLiteral("текст не в кодировке UTF-8");
-        } else if (line[0] == '[') {
-            fault = faultOfSection(line);
-            inSection = true;
-        } else {
-            fault = faultOfSetting(line, inSection);
-        }
+        const QString fault = faultOfLine(line, inSection);
+        inSection = inSection || line.startsWith('[');
         if (!fault.isEmpty()) {
             return QStringLiteral("%1: %2").arg(QString::number(number), fault);
         }
