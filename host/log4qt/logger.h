@@ -27,6 +27,7 @@ enum class Level { Trace, Debug, Info, Warn, Error, Fatal, Off };
 class ORVEX_EXPORT Logger
 {
 public:
+    /// For LogManager.
     Logger(QString name, std::shared_ptr<spdlog::logger> sink);
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;

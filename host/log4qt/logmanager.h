@@ -10,12 +10,12 @@
 namespace Log4Qt {
 
 /// Where and how log lines are written. All fields have sensible defaults, so that a host without a logging
-/// configuration logs warnings and errors to standard error.
+/// configuration logs to standard error, in colour on a terminal.
 struct LogSettings
 {
     /// Lines below this level are dropped.
     Level level = Level::Info;
-    /// Path of a log file that is appended to; empty writes to standard error.
+    /// Path of a log file that is appended to, its folder made when missing; empty writes to standard error.
     QString file;
     /// Line pattern in spdlog's notation.
     QString pattern = QStringLiteral("%Y-%m-%d %H:%M:%S.%e %^%-5l%$ [%n] %v");
@@ -46,12 +46,17 @@ public:
 
     /// Makes `secret` unreadable in every line written from now on: all but its last four characters become
     /// asterisks (all of them when it has eight or fewer). Texts shorter than four characters are ignored,
-    /// they would blot out unrelated text. The values that follow "X-API-KEY" and "Authorization" in a line
-    /// are masked without being registered.
+    /// they would blot out unrelated text. What follows "X-API-KEY" and "Authorization" up to the end of a
+    /// line is masked without being registered, but for a closing " (owner)" after an API key. Of more than
+    /// 256 secrets the oldest are forgotten.
     static void addSecret(const QString& secret);
 
     /// Calls `watcher` for every line that passes the level, in the thread that logs it. One watcher at a
-    /// time; an empty function removes it. After the call returns, an earlier watcher is not called any more.
+    /// time; an empty function removes it. After the call returns, an earlier watcher is neither running nor
+    /// called any more (unless it made the call itself).
+    ///
+    /// Calls of the watcher do not overlap, so it must not wait for another thread that logs. It may log; it
+    /// is not called for its own lines. What it throws is dropped.
     static void setWatcher(std::function<void(const LogRecord&)> watcher);
 
     /// The level named by `name` ("trace", "debug", "info", "warn" or "warning", "error", "fatal", "off", in

@@ -99,12 +99,14 @@ void LogOutput::setWatcher(std::function<void(const LogRecord&)> watcher)
 void LogOutput::write(spdlog::logger& logger, Level level, const QString& name, const QString& text) noexcept
 {
     try {
-        const LogRecord record{level, name, m_showSecrets ? text : m_mask.masked(text)};
-        const QByteArray line = record.text.toUtf8();
+        const QString shown = m_showSecrets ? text : m_mask.masked(text);
+        const QByteArray line = shown.toUtf8();
         logger.log(spdlog::source_loc{}, spdlogLevel(level),
                    spdlog::string_view_t(line.constData(), size_t(line.size())));
         if (m_watched) {
-            watch(record);
+            // A copy of the characters: watchers keep records, and a literal may lie in a library that is
+            // unloaded before them.
+            watch({level, name, QString(shown.constData(), shown.size())});
         }
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging must never be what fails
     }

@@ -86,7 +86,8 @@ void SecretMask::add(const QString& secret)
     }
     const std::lock_guard lock(m_secretsMutex);
     auto changed = std::make_shared<QStringList>(*m_secrets);
-    changed->append(secret);
+    // A copy of the characters: a secret that is a literal lies in a library that may be unloaded.
+    changed->append(QString(secret.constData(), secret.size()));
     if (changed->size() > MostSecrets) {
         changed->removeFirst();
     }

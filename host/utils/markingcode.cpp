@@ -37,7 +37,7 @@ QString fromBase64(const QString& text)
     return QString::fromLatin1(decoded);
 }
 
-QString withoutLeadingFnc1(QString text)
+QString withoutLeadingFnc1(const QString& text)
 {
     static const std::array symbologies = {QStringLiteral("]d2"), QStringLiteral("]C1"),
                                            QStringLiteral("]Q3")};
