@@ -14,8 +14,9 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 /// More than any honest reply has in its head; libcurl itself bounds single lines only.
-constexpr qint64 MostHeadBytes = 256 * 1024;
+constexpr size_t MostHeadBytes = 256 * 1024;
 constexpr int PollMilliseconds = 1000;
+constexpr int FirstFinalStatus = 200;
 
 void initialiseLibcurl()
 {
@@ -23,10 +24,14 @@ void initialiseLibcurl()
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
-/// As libcurl takes it: limits beyond its range are none.
-long inLibcurlRange(milliseconds limit)
+/// As libcurl takes it: a limit beyond its range is none.
+long libcurlLimit(milliseconds limit)
 {
-    return limit.count() > std::numeric_limits<int>::max() ? 0 : long(limit.count());
+    if (limit <= milliseconds::zero() || limit.count() >= std::numeric_limits<int>::max()) {
+        return 0;
+    }
+    // libcurl's clock arithmetic may be a millisecond fast, and a time-out must not come before its time.
+    return long(limit.count()) + 1;
 }
 
 }  // namespace
@@ -86,7 +91,7 @@ Exchange::Result Exchange::run(const Request& request)
         curl_easy_setopt(m_easy.get(), CURLOPT_URL, m_url.constData());
     }
     applyMethod(request);
-    curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, inLibcurlRange(request.limit));
+    curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
 
     m_replyBody.clear();
     m_headBytes = 0;
@@ -94,8 +99,8 @@ Exchange::Result Exchange::run(const Request& request)
     m_error[0] = '\0';
     const auto start = steady_clock::now();
     const Ending ending = transfer();
-    const bool limitReached =
-        request.limit > milliseconds::zero() && steady_clock::now() - start >= request.limit;
+    const auto took = std::chrono::floor<milliseconds>(steady_clock::now() - start);
+    const bool limitReached = request.limit > milliseconds::zero() && took >= request.limit;
 
     Result result;
     result.failure = judge(ending, limitReached);
@@ -103,6 +108,8 @@ Exchange::Result Exchange::run(const Request& request)
     result.body = std::move(m_replyBody);
     if (result.failure != Failure::None) {
         result.detail = QString::fromUtf8(m_error);
+        // The status of an interim reply says nothing.
+        result.status = result.status < FirstFinalStatus ? 0 : result.status;
     }
     return result;
 }
@@ -188,17 +195,17 @@ long Exchange::info(CURLINFO what) const
 size_t Exchange::onBody(char* bytes, size_t size, size_t count, void* exchange)
 {
     auto* self = static_cast<Exchange*>(exchange);
-    const auto length = qint64(size * count);
-    const qint64 accepted = std::min(length, self->m_maxReplyBytes - self->m_replyBody.size());
-    self->m_replyBody.append(bytes, accepted);
+    const size_t length = size * count;
+    const size_t accepted = std::min(length, self->m_maxReplyBytes - size_t(self->m_replyBody.size()));
+    self->m_replyBody.append(bytes, qsizetype(accepted));
     self->m_tooLarge = accepted < length;
-    return size_t(accepted);
+    return accepted;
 }
 
 size_t Exchange::onHeader(char* /*bytes*/, size_t size, size_t count, void* exchange)
 {
     auto* self = static_cast<Exchange*>(exchange);
-    self->m_headBytes += qint64(size * count);
+    self->m_headBytes += size * count;
     self->m_tooLarge = self->m_headBytes > MostHeadBytes;
     return self->m_tooLarge ? 0 : size * count;
 }

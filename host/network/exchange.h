@@ -23,7 +23,7 @@ public:
         QString caFile;
         /// URL of a proxy; empty for none.
         QString proxy;
-        qint64 maxReplyBytes = 0;
+        size_t maxReplyBytes = 0;
     };
     struct Request
     {
@@ -86,8 +86,8 @@ private:
     QByteArray m_url;
     QByteArray m_requestBody;
     QByteArray m_replyBody;
-    qint64 m_maxReplyBytes;
-    qint64 m_headBytes = 0;
+    size_t m_maxReplyBytes;
+    size_t m_headBytes = 0;
     bool m_tooLarge = false;
     bool m_proxied;
     char m_error[CURL_ERROR_SIZE] = {};

@@ -24,7 +24,7 @@ Exchange::Settings configured()
     const int maxReplyBytes = config.getInt(QStringLiteral("Network:maxReplyBytes"), DefaultMaxReplyBytes);
     return {.caFile = config.getString(QStringLiteral("Network:caFile")),
             .proxy = config.getString(QStringLiteral("Network:proxy")),
-            .maxReplyBytes = maxReplyBytes > 0 ? maxReplyBytes : DefaultMaxReplyBytes};
+            .maxReplyBytes = size_t(maxReplyBytes > 0 ? maxReplyBytes : DefaultMaxReplyBytes)};
 }
 
 bool isAskable(const QUrl& url)
@@ -59,6 +59,7 @@ struct RestClient::State
     QString alias;
     const Log4Qt::Logger* logger = nullptr;
 
+    /// Taken after requestMutex where both are.
     mutable std::mutex lastMutex;
     http::Response last;
 

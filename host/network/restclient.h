@@ -28,10 +28,15 @@ class Logger;
 ///
 /// Settings, read when the client is created: "Network:caFile" (PEM file with the trusted certificates
 /// instead of the system's), "Network:proxy" (URL of a proxy, none by default), "Network:maxReplyBytes"
-/// (default 16 MiB; a larger reply, counted after decompression, is a network error).
+/// (default 16 MiB; a larger reply, counted after decompression, is a network error, as is one with more than
+/// 256 KiB of header lines).
 ///
-/// Failures never throw: they are in the Response. Header names or values with CR, LF or NUL are refused
-/// without an exchange (NetworkError::ProtocolFailure).
+/// Failures never throw: they are in the Response. A header whose name is no HTTP token or whose value holds
+/// CR, LF or NUL is refused without an exchange (NetworkError::ProtocolFailure). A header without a value is
+/// sent. A body is sent as "application/json" unless a "Content-Type" is given.
+///
+/// A request over a connection that the other side has meanwhile closed is repeated once over a new one, so
+/// the other side may see it twice.
 ///
 /// Threads: any thread, one request at a time; a request started meanwhile in another thread waits. The
 /// setters are for the owner, before a request.
@@ -44,7 +49,8 @@ public:
     ~RestClient() override;
 
     /// Limit of one whole exchange, name look-up included, for the requests that follow. Zero or less: no
-    /// limit. The last of the three setters called is in force; a new client has a limit of 30 s.
+    /// limit. The last of the three setters called is in force; a new client has a limit of 30 s. A time-out
+    /// never comes before the limit.
     virtual void setTimeout(int seconds);
     virtual void setTimeout(std::chrono::milliseconds timeout);
     /// A point in time instead of a duration. An exchange that would begin at or after it is a time-out at
