@@ -139,7 +139,7 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         CLI::App* chosen = app.get_subcommands().empty() ? &app : app.get_subcommands().front();
-        printOut(text(chosen->help()));
+        printOut(text(chosen->help(chosen == &app ? "" : app.get_name())));
         return std::nullopt;
     } catch (const CLI::CallForVersion& version) {
         printOut(text(version.what()) + u'\n');

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include "tests/support/childprocess.h"
+#include "tests/support/marksim.h"
+
+/// Environment of a poshost that finds no settings of this machine's user, and no colours.
+[[nodiscard]] QStringList cleanEnvironment();
+
+/// Runs poshost to its end.
+[[nodiscard]] ProcessOutcome poshost(const QStringList& arguments, const QByteArray& input = {});
+
+/// The one JSON object that is all of `output`; fails the test when it is anything else.
+[[nodiscard]] QJsonObject onlyObject(const QByteArray& output);
+
+/// A settings file of its own.
+class SettingsFile
+{
+public:
+    explicit SettingsFile(const QByteArray& content);
+    /// Settings for the operator and the modules of a stand, with `more` at their end.
+    explicit SettingsFile(const MarkSim& stand, const QByteArray& more = {});
+
+    [[nodiscard]] QString path() const { return m_folder.filePath(QStringLiteral("till.ini")); }
+
+private:
+    QTemporaryDir m_folder;
+};

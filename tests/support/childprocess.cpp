@@ -1,0 +1,108 @@
+#include "tests/support/childprocess.h"
+
+#include <csignal>
+#include <stdexcept>
+
+#include <QDir>
+#include <QFile>
+#include <QProcessEnvironment>
+#include <QUuid>
+
+namespace {
+
+constexpr int LongWait = 60'000;  // milliseconds; far above anything that works
+
+}  // namespace
+
+ChildProcess::ChildProcess(const QString& program, const QStringList& arguments,
+                           const QStringList& environment)
+    : m_mark(QStringLiteral("TEST_PROCESS_MARK=%1").arg(QUuid::createUuid().toString(QUuid::WithoutBraces)))
+{
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    const QStringList added = environment + QStringList{m_mark};
+    for (const QString& variable : added) {
+        variables.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+    }
+    m_process.setProcessEnvironment(variables);
+    m_process.setProgram(program);
+    m_process.setArguments(arguments);
+    // A test that runs in the background of a shell has SIGINT ignored.
+    m_process.setChildProcessModifier([] {
+        for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+            (void)std::signal(number, SIG_DFL);
+        }
+    });
+    m_process.start();
+    if (!m_process.waitForStarted(LongWait)) {
+        throw std::runtime_error("cannot start " + program.toStdString());
+    }
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.kill();
+        m_process.waitForFinished(LongWait);
+    }
+}
+
+void ChildProcess::giveInput(const QByteArray& input)
+{
+    m_process.write(input);
+    m_process.closeWriteChannel();
+}
+
+bool ChildProcess::waitForError(const QByteArray& text)
+{
+    for (;;) {
+        m_errors += m_process.readAllStandardError();
+        if (m_errors.contains(text)) {
+            return true;
+        }
+        m_process.setReadChannel(QProcess::StandardError);
+        if (!m_process.waitForReadyRead(LongWait)) {
+            return false;
+        }
+    }
+}
+
+void ChildProcess::sendSignal(int number) const
+{
+    ::kill(static_cast<pid_t>(m_process.processId()), number);
+}
+
+ProcessOutcome ChildProcess::wait()
+{
+    ProcessOutcome outcome;
+    const bool finished = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(LongWait);
+    outcome.ended = finished && m_process.exitStatus() == QProcess::NormalExit;
+    outcome.exitStatus = outcome.ended ? m_process.exitCode() : -1;
+    outcome.output = m_process.readAllStandardOutput();
+    outcome.errors = m_errors + m_process.readAllStandardError();
+    outcome.children = runningChildren();
+    return outcome;
+}
+
+QStringList ChildProcess::runningChildren() const
+{
+    QStringList found;
+    const QStringList numbers =
+        QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[1-9]*")}, QDir::Dirs);
+    for (const QString& number : numbers) {
+        QFile environment(QStringLiteral("/proc/%1/environ").arg(number));
+        QFile command(QStringLiteral("/proc/%1/cmdline").arg(number));
+        if (number.toLongLong() != m_process.processId() && environment.open(QIODevice::ReadOnly) &&
+            environment.readAll().contains(m_mark.toLatin1()) && command.open(QIODevice::ReadOnly)) {
+            found << QString::fromLocal8Bit(command.readAll().replace('\0', ' ')).trimmed();
+        }
+    }
+    return found;
+}
+
+ProcessOutcome runProcess(const QString& program, const QStringList& arguments, const QByteArray& input,
+                          const QStringList& environment)
+{
+    ChildProcess process(program, arguments, environment);
+    process.giveInput(input);
+    return process.wait();
+}
