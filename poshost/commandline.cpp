@@ -145,6 +145,10 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
         printOut(text(version.what()) + u'\n');
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
+        if (const auto unknown = app.remaining(); app.get_subcommands().empty() && !unknown.empty()) {
+            refuse(QStringLiteral("\"%1\" is neither a command nor an option; see \"poshost --help\"")
+                       .arg(text(unknown.front())));
+        }
         refuse(QStringLiteral("%1; see \"poshost --help\"").arg(text(error.what())));
     }
     takeOver(raw, options);

@@ -56,9 +56,17 @@ std::chrono::seconds readTimeout(const std::optional<std::chrono::seconds>& wish
         std::chrono::seconds(readNumber(config, key, 0, longestTimeout.count(), fallback.count())));
 }
 
+/// An address as the plug-in will read it. What does not parse, such as "http://a b", would be taken for a
+/// path on a host named "http".
+QUrl addressOf(const QString& text)
+{
+    const bool isWhole = text.contains(QLatin1String("://"));
+    return isWhole && !QUrl(text, QUrl::StrictMode).isValid() ? QUrl() : QUrl::fromUserInput(text);
+}
+
 void checkHost(const QString& host)
 {
-    const QUrl url = QUrl::fromUserInput(host);
+    const QUrl url = addressOf(host);
     const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
     if (!url.isValid() || url.host().isEmpty() || !isHttp) {
         refuse(QStringLiteral("settings, [Host] hosts: \"%1\" is no http or https address; write it as "
@@ -76,7 +84,7 @@ void checkNetwork(const Config& config)
                    .arg(file));
     }
     if (const QString proxy = config.getString(key("Network", "proxy"));
-        !proxy.isEmpty() && QUrl::fromUserInput(proxy).host().isEmpty()) {
+        !proxy.isEmpty() && addressOf(proxy).host().isEmpty()) {
         refuse(QStringLiteral(
                    "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));
