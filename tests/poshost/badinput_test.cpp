@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadCall{"noPlugin", {"--stand", "--plugin", "/nowhere.so", "verify", "C"}, "no such plug-in file"},
         BadCall{
             "textForPlugin", {"--stand", "--plugin", SOURCE_FOLDER "/dev", "verify", "C"}, "not a plug-in"},
-        BadCall{"foreignPlugin", {"--stand", "--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"SomebodyElse\""},
+        BadCall{"foreignPlugin", {"--stand", "--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"AnotherService\""},
         BadCall{"disabledPlugin", {"--stand", "--plugin", DISABLED_PLUGIN, "verify", "C"}, "disabled"}),
     [](const auto& call) { return call.param.name; });
 
