@@ -14,7 +14,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 /// More than any honest reply has in its head; libcurl itself bounds single lines only.
-constexpr size_t MostHeadBytes = 256 * 1024;
+constexpr size_t MostHeadBytes = size_t{256} * 1024;
 constexpr int PollMilliseconds = 1000;
 constexpr int FirstFinalStatus = 200;
 

@@ -171,17 +171,15 @@ using Deadline = RestClientTest;
 
 TEST_F(Deadline, EndsASilentOrDrippingExchange)
 {
-    const struct
-    {
-        ScriptedReply reply;
-        int status;
-    } cases[] = {
-        {{"", Then::Silence}, 0},
-        {{"HTTP/1.1 200 OK\r\nContent-Length: 99999\r\n\r\n", Then::Drip}, 200},
-        {{"HTTP/1.1 200 OK\r\nX-Drip: ", Then::Drip}, 200},
+    const ScriptedReply replies[] = {
+        {"", Then::Silence},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 99999\r\n\r\n", Then::Drip},
+        {"HTTP/1.1 200 OK\r\nX-Drip: ", Then::Drip},
     };
     client.setTargetAlias(QStringLiteral("серверу проверки"));
-    for (const auto& [reply, status] : cases) {
+    const tr::Tr text(QStringLiteral("networkTimeout"),
+                      QStringLiteral("Обращение к серверу проверки: превышено время ожидания ответа"));
+    for (const ScriptedReply& reply : replies) {
         const ScriptedServer server(reply);
         client.setTimeout(60ms);
         const auto byTimeout = get(server.url());
@@ -193,13 +191,8 @@ TEST_F(Deadline, EndsASilentOrDrippingExchange)
             EXPECT_TRUE(response.isTimeout());
             EXPECT_FALSE(response.isNetworkError());
             EXPECT_EQ(response.networkError(), NetworkError::Timeout);
-            EXPECT_EQ(response.status(), status);
-            EXPECT_EQ(
-                response.errorText(),
-                tr::Tr(QStringLiteral("networkTimeout"),
-                       QStringLiteral("Обращение к серверу проверки: превышено время ожидания ответа")));
+            EXPECT_EQ(response.errorText(), text);
         }
-        EXPECT_EQ(server.received().size(), 2);
     }
 }
 
@@ -240,7 +233,7 @@ TEST_F(Deadline, HoldsForTheNameLookUp)
     client.setTimeout(60ms);
     const auto response = get(QUrl(QStringLiteral("http://slow.test/")));
     EXPECT_TRUE(response.isTimeout());
-    EXPECT_EQ(SlowLookup::pending(), 1);
+    EXPECT_EQ(SlowLookup::finished(), 0);
 }
 
 using CancelAll = RestClientTest;
@@ -248,7 +241,6 @@ using CancelAll = RestClientTest;
 TEST_F(CancelAll, EndsRunningAndFutureExchanges)
 {
     const ScriptedServer server({{"HTTP/1.1 200 OK\r\n", Then::Silence}, {"", Then::Silence}, okReply()});
-    client.setTimeout(0);
     for (const bool withdrawnAtOnce : {true, false}) {
         http::Response response;
         std::thread requester([&] { response = get(server.url()); });
@@ -280,11 +272,11 @@ TEST_F(Unreachable, ServerIsNamedInTheError)
     const auto refused = get(closedPort);
     expectNoExchange(refused, NetworkError::ConnectionRefused, "networkConnectionRefused");
     EXPECT_EQ(refused.errorText().ru(), QStringLiteral("Обращение к 127.0.0.1: соединение отклонено"));
-    expectNoExchange(get(QUrl(QStringLiteral("http://nosuch.invalid/"))), NetworkError::HostNotFound,
+    expectNoExchange(get(QUrl(QStringLiteral("http://unknown.test/"))), NetworkError::HostNotFound,
                      "networkHostNotFound");
 }
 
-TEST_F(Unreachable, StaleConnectionIsReplaced)
+TEST_F(Unreachable, ServerMayBeGoneAfterAReply)
 {
     QUrl url;
     {

@@ -16,6 +16,7 @@ struct Gate
     std::condition_variable changed;
     bool closed = false;
     int waiting = 0;
+    int finished = 0;
 };
 
 Gate& gate()
@@ -32,6 +33,7 @@ void waitAtGate()
     // A client that waits for the look-up fails its test rather than hanging it.
     g.changed.wait_for(lock, std::chrono::seconds(20), [&] { return !g.closed; });
     --g.waiting;
+    ++g.finished;
     g.changed.notify_all();
 }
 
@@ -41,6 +43,7 @@ SlowLookup::SlowLookup()
 {
     const std::lock_guard lock(gate().mutex);
     gate().closed = true;
+    gate().finished = 0;
 }
 
 SlowLookup::~SlowLookup()
@@ -51,10 +54,10 @@ SlowLookup::~SlowLookup()
     gate().changed.wait(lock, [] { return gate().waiting == 0; });
 }
 
-int SlowLookup::pending()
+int SlowLookup::finished()
 {
     const std::lock_guard lock(gate().mutex);
-    return gate().waiting;
+    return gate().finished;
 }
 
 /// Stands before the C library's function of that name, also for libcurl.
@@ -64,6 +67,9 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* na
     if (name != nullptr && std::strcmp(name, "slow.test") == 0) {
         waitAtGate();
         return EAI_AGAIN;
+    }
+    if (name != nullptr && std::strcmp(name, "unknown.test") == 0) {
+        return EAI_NONAME;
     }
     using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
     static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));

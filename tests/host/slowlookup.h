@@ -1,7 +1,7 @@
 #pragma once
 
 /// Makes the look-up of the name "slow.test" in this process hang, as with a name server that does not
-/// answer, from its construction to its destruction. One at a time.
+/// answer, from its construction to its destruction. One at a time. The name "unknown.test" is never found.
 class SlowLookup
 {
 public:
@@ -11,6 +11,6 @@ public:
     /// Lets the look-ups fail and waits for the last of them.
     ~SlowLookup();
 
-    /// How many look-ups are hanging.
-    [[nodiscard]] static int pending();
+    /// How many look-ups have come back since the construction.
+    [[nodiscard]] static int finished();
 };
