@@ -1,7 +1,5 @@
 #include "crpt/crptclient.h"
 
-#include <exception>
-
 #include <QJsonObject>
 #include <QMutexLocker>
 #include <QScopeGuard>
@@ -72,9 +70,8 @@ CrptClient::UpdateInfoStatus CrptClient::updateInfo()
         } else {
             install(sites);
         }
-    } catch (const std::exception& exception) {
-        logger->error(QStringLiteral("Обновление списка площадок прервано: %1"),
-                      QString::fromUtf8(exception.what()));
+    } catch (...) {
+        logger->error(QStringLiteral("Обновление списка площадок прервано исключением"));
         cdnInfos.updateSucceeded = false;
     }
     return UpdateInfoStatus::Finished;

@@ -17,6 +17,9 @@
 
 class CrptClient;
 class LmchzClient;
+namespace control::args::marking {
+class Verify;
+}
 namespace Log4Qt {
 class Logger;
 }
@@ -80,6 +83,7 @@ private:
     [[nodiscard]] bool isServiceUsed() const;
     void addTriggers();
     void startThread();
+    [[nodiscard]] CheckMarkingCodesResult check(const control::args::marking::Verify& arguments) const;
     void createLocalModuleClient();
     void listen();
     [[nodiscard]] QSharedPointer<LmchzClient> localModule() const;

@@ -4,6 +4,7 @@
 
 #include "contracts/verify.h"
 #include "crpt/crptclient.h"
+#include "crpt/resultfitting.h"
 #include "lmchz/lmchzclient.h"
 #include <log4qt/logger.h>
 #include <orvex/dialog.h>
@@ -26,6 +27,15 @@ milliseconds toMilliseconds(seconds limit)
     return limit;
 }
 
+CheckMarkingCodesResult unreachable(const QList<MarkingCode>& codes)
+{
+    http::Response nothing;
+    nothing.setErrorKind(http::ErrorKind::Unreachable);
+    CheckMarkingCodesResult result{CheckMarkingCodesReply(nothing)};
+    fitToErrorKind(result, codes);
+    return result;
+}
+
 }  // namespace
 
 EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
@@ -36,13 +46,25 @@ EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
     }
     const SimpleProgress progress = MockFactory<Dialog>::create()->showProgress(
         tr::Tr(QStringLiteral("processRequestMessage"), QStringLiteral("Обращение к серверу...")), tr::Tr());
-    const CheckMarkingCodesResult online = crptClient->checkMarkingCodes(
+    try {
+        arguments.setVerifyResult(check(arguments));
+    } catch (...) {
+        // Nothing may leave the plug-in, and goods without a verdict may not be sold.
+        logger->error(QStringLiteral("Проверка кодов маркировок прервана исключением"));
+        arguments.setVerifyResult(unreachable(arguments.markingCodes()));
+    }
+    return EContext::Done;
+}
+
+CheckMarkingCodesResult CrptService::check(const control::args::marking::Verify& arguments) const
+{
+    CheckMarkingCodesResult online = crptClient->checkMarkingCodes(
         arguments.apiKey(), arguments.markingCodes(), toMilliseconds(arguments.operationTimeout()),
         toMilliseconds(arguments.requestTimeout()));
-    arguments.setVerifyResult(offlineCheckRequired(online, arguments.apiKey())
-                                  ? offlineCheck(online, arguments.markingCodes(), arguments.apiKey())
-                                  : online);
-    return EContext::Done;
+    if (offlineCheckRequired(online, arguments.apiKey())) {
+        return offlineCheck(online, arguments.markingCodes(), arguments.apiKey());
+    }
+    return online;
 }
 
 bool CrptService::offlineCheckRequired(const CheckMarkingCodesResult& result, const QString& apiKey) const

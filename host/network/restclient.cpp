@@ -16,6 +16,7 @@ namespace {
 using std::chrono::milliseconds;
 using namespace std::chrono_literals;
 
+constexpr milliseconds DefaultLimit = 30s;
 constexpr int DefaultMaxReplyBytes = 16 * 1024 * 1024;
 
 Exchange::Settings configured()
@@ -54,7 +55,7 @@ struct RestClient::State
     std::mutex requestMutex;
     Exchange exchange{configured()};
 
-    milliseconds timeout = 30s;
+    milliseconds timeout = DefaultLimit;
     std::optional<QDeadlineTimer> deadline;
     QString alias;
     const Log4Qt::Logger* logger = nullptr;
@@ -78,7 +79,7 @@ private:
 std::optional<milliseconds> RestClient::State::limit() const
 {
     if (!deadline) {
-        return std::max(timeout, 0ms);
+        return timeout > 0ms ? timeout : DefaultLimit;
     }
     if (deadline->isForever()) {
         return 0ms;

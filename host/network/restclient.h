@@ -48,9 +48,9 @@ public:
     RestClient();
     ~RestClient() override;
 
-    /// Limit of one whole exchange, name look-up included, for the requests that follow. Zero or less: no
-    /// limit. The last of the three setters called is in force; a new client has a limit of 30 s. A time-out
-    /// never comes before the limit.
+    /// Limit of one whole exchange, name look-up included, for the requests that follow. A new client has one
+    /// of 30 s; zero or less stands for that one too, since nobody at a till waits for ever. The last of the
+    /// three setters called is in force. A time-out never comes before the limit.
     virtual void setTimeout(int seconds);
     virtual void setTimeout(std::chrono::milliseconds timeout);
     /// A point in time instead of a duration. An exchange that would begin at or after it is a time-out at

@@ -1,4 +1,5 @@
 #include <future>
+#include <new>
 
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
@@ -263,6 +264,15 @@ TEST_F(Verification, WritesTheClientsResultIntoTheAction)
     EXPECT_THAT(perform(action), ElementsAre(2));
     EXPECT_THAT(service.client().checks, ElementsAre("Key 2"));
     EXPECT_EQ(arguments.verifyResult().passedCodes, arguments.markingCodes());
+}
+
+TEST_F(Verification, RefusesTheGoodsWhenItIsBrokenOffByAnException)
+{
+    arguments.setService("crpt");
+    service.client().onCheck = [] { throw std::bad_alloc(); };
+    EXPECT_THAT(perform(action), ElementsAre(2));
+    EXPECT_EQ(arguments.verifyResult().failedCodes.keys(), arguments.markingCodes());
+    EXPECT_TRUE(arguments.verifyResult().hasError(CheckMarkingCodesResult::Unreachable));
 }
 
 TEST_F(Verification, HandsTimeLimitsOnInMilliseconds)
