@@ -137,6 +137,7 @@ private:
     void waitForStart(std::chrono::milliseconds limit);
 
     // List update
+    [[nodiscard]] bool hasKeys() const;
     [[nodiscard]] CDNInfos collectSites();
     [[nodiscard]] CDNInfos sitesOf(const QUrl& host);
     void install(const CDNInfos& sites);

@@ -46,12 +46,9 @@ std::atomic<bool> CrptClient::updateRunning = false;
 
 CrptClient::UpdateInfoStatus CrptClient::updateInfo()
 {
-    {
-        const QMutexLocker lock(&keysMutex);
-        if (keys.isEmpty()) {
-            logger->warn(QStringLiteral("Нет ключей для работы с CDN-площадками"));
-            return UpdateInfoStatus::NoKeys;
-        }
+    if (!hasKeys()) {
+        logger->warn(QStringLiteral("Нет ключей для работы с CDN-площадками"));
+        return UpdateInfoStatus::NoKeys;
     }
     if (updateRunning) {
         logger->debug(QStringLiteral("Процесс обновления списка CDN-площадок уже запущен"));
@@ -75,6 +72,12 @@ CrptClient::UpdateInfoStatus CrptClient::updateInfo()
         cdnInfos.updateSucceeded = false;
     }
     return UpdateInfoStatus::Finished;
+}
+
+bool CrptClient::hasKeys() const
+{
+    const QMutexLocker lock(&keysMutex);
+    return !keys.isEmpty();
 }
 
 void CrptClient::withdrawNotice() const

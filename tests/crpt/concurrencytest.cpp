@@ -111,6 +111,7 @@ TEST_F(CrptClientTest, ChecksThatComeBeforeTheStartWaitForItWithinTheirTime)
     client->addHost(QUrl("http://op1"), "owner");
     client->addKey("key", "owner");
     auto checked = std::async(std::launch::async, [this] { return request(Patience).status(); });
+    EXPECT_EQ(checked.wait_for(milliseconds(50)), std::future_status::timeout) << "not without the start";
     client->onStart();
     ASSERT_EQ(checked.wait_for(Patience), std::future_status::ready);
     EXPECT_EQ(checked.get(), 200);

@@ -90,6 +90,20 @@ TEST_F(HostsAndKeys, PassOverEveryNewHostWhileThereAreKeysOfNoOwner)
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
+TEST_F(HostsAndKeys, MayBeAskedByWhoeverReadsTheLog)
+{
+    start(false);
+    Log4Qt::LogManager::setWatcher([this](const Log4Qt::LogRecord&) {
+        (void)client->getApiKey(a);
+        (void)client->getHosts(CdnMethod::Info);
+    });
+    client->updateInfo();
+    client->addHost(a, "owner");
+    client->addKey("key", "owner");
+    client->updateInfo();
+    EXPECT_THAT(asked(), ElementsAre("info a"));
+}
+
 class StandingClient : public CrptClientTest
 {
 };

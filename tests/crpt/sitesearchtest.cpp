@@ -97,36 +97,40 @@ TEST_F(SearchBeforeAWalk, IsHeldBackForAWhileAfterOneThatFailed)
     }
 }
 
-TEST_F(SearchBeforeAWalk, HeldBackIsJudgedByTheKnownSites)
+TEST_F(SearchBeforeAWalk, HeldBackIsJudgedByTheLastListReplyAndTheKnownSites)
 {
     settings.set("CRPT:updateInfoInterval", "3600");
-    struct Case
-    {
-        const char* name;
-        Answer listReply;  // of the search that fails
-        Answer failure;    // of the only site, after that
-        ErrorKind outcome;
+    const std::pair<http::Response, ErrorKind> cases[] = {
+        {reply(200), ErrorKind::SalePermitted}, {reply(500), ErrorKind::SalePermitted},
+        {reply(401), ErrorKind::SalePermitted}, {reply(404), ErrorKind::Unreachable},
+        {timedOut(), ErrorKind::Unreachable},   {cutOff(), ErrorKind::Unreachable},
     };
-    const Case cases[] = {
-        {"a site with a network fault", lists({"s1"}), answers(cutOff()), ErrorKind::Unreachable},
-        {"a site out of order", lists({"s1"}), says(500), ErrorKind::SalePermitted},
-        {"no list", says(500), says(500), ErrorKind::Unreachable},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [listReply, outcome] : cases) {
+        start();
+        info("op1", {says(500), answers(listReply)});
+        request();  // the search that holds the next ones back
+        client->getCdnInfo(QUrl("http://op1"), "key");
+        forget();
+        EXPECT_EQ(request().errorKind(), outcome) << listReply.status();
+    }
+}
+
+TEST_F(SearchBeforeAWalk, HeldBackIsJudgedByWhatTookTheSitesAway)
+{
+    settings.set("CRPT:updateInfoInterval", "3600");
+    const std::pair<http::Response, ErrorKind> cases[] = {{cutOff(), ErrorKind::Unreachable},
+                                                          {reply(500), ErrorKind::SalePermitted}};
+    for (const auto& [failure, outcome] : cases) {
         start();
         info("op1", {says(500)});
         request();  // the search that holds the next ones back
         relist({"s1"});
         client->updateInfo();  // not a check's search
-        info("op1", {c.listReply});
-        check("s1", {c.failure});
+        check("s1", {answers(failure)});
         request();
         forget();
-        const http::Response response = request();
+        EXPECT_EQ(request().errorKind(), outcome) << failure.status();
         EXPECT_THAT(asked(), IsEmpty());
-        EXPECT_EQ(response.errorKind(), c.outcome);
-        EXPECT_EQ(response.status(), 0);
     }
 }
 
@@ -138,37 +142,43 @@ TEST_F(SearchDuringAWalk, GoesOnWithWhatItFindsAndIsMadeOnce)
 {
     struct Case
     {
-        const char* name;
-        QStringList listed;  // by the new list; s1 fails, s2 answers, s3 has a network fault
-        QStringList asked;
+        QStringList listed;  // by the new list; s0 and s1 fail, s2 answers
+        QStringList asked;   // after "check s0", "check s1", "info op1" and the probes
         ErrorKind outcome;
     };
     const Case cases[] = {
-        {"a site that answers", {"s2"}, {"check s1", "info op1", "health s2", "check s2"}, ErrorKind::None},
-        {"the same site",
-         {"s1"},
-         {"check s1", "info op1", "health s1", "check s1"},
-         ErrorKind::SalePermitted},
-        {"the same and another one",
-         {"s1", "s2"},
-         {"check s1", "info op1", "health s1", "health s2", "check s1", "check s2"},
-         ErrorKind::None},
-        {"a site out of reach",
-         {"s3"},
-         {"check s1", "info op1", "health s3", "check s3"},
-         ErrorKind::Unreachable},
-        {"no site", {}, {"check s1", "info op1"}, ErrorKind::Unreachable},
+        {{"s2"}, {"check s2"}, ErrorKind::None},
+        {{"s1"}, {"check s1"}, ErrorKind::SalePermitted},
+        {{"s1", "s2"}, {"check s1", "check s2"}, ErrorKind::None},
+        {{}, {}, ErrorKind::Unreachable},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        startWithSites({"s1"});
+        startWithSites({"s0", "s1"});
+        check("s0", {says(500)});
         check("s1", {says(500)});
         check("s2", {says(200, Ok)});
-        check("s3", {answers(cutOff())});
         relist(c.listed);
         EXPECT_EQ(request().errorKind(), c.outcome);
-        EXPECT_EQ(asked(), c.asked);
+        const QStringList requests = asked();
+        EXPECT_THAT(requests.mid(0, 3), ElementsAre("check s0", "check s1", "info op1"));
+        EXPECT_EQ(requests.mid(3 + c.listed.size()), c.asked);
         EXPECT_EQ(log.take().last() == NoneLine, c.outcome != ErrorKind::None);
+    }
+}
+
+TEST_F(SearchDuringAWalk, InVainPermitsTheSaleUnlessTheNetworkTookASiteAway)
+{
+    const std::pair<http::Response, ErrorKind> cases[] = {
+        {reply(500), ErrorKind::SalePermitted}, {reply(429), ErrorKind::SalePermitted},
+        {timedOut(), ErrorKind::SalePermitted}, {cutOff(), ErrorKind::Unreachable},
+        {reply(404), ErrorKind::Unreachable},   {reply(403), ErrorKind::Unreachable},
+    };
+    for (const auto& [failure, outcome] : cases) {
+        startWithSites({"s1", "s2"});
+        check("s1", {answers(failure)});
+        check("s2", {says(500)});
+        EXPECT_EQ(request().errorKind(), outcome) << failure.status();
+        EXPECT_EQ(asked().size(), 7) << "two checks, the list with two probes, two checks again";
     }
 }
 
