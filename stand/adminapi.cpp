@@ -96,6 +96,7 @@ const std::initializer_list<AdminApi::AdminRoute> AdminApi::routes = {
     {"DELETE", "/goods/", &AdminApi::removeGood},
     {"GET", "/modules/", &AdminApi::module},
     {"PUT", "/modules/", &AdminApi::setModule},
+    {"PUT", "/scenario", &AdminApi::playScenario},
     {"POST", "/reset", &AdminApi::reset},
 };
 
@@ -199,8 +200,12 @@ Answer AdminApi::good(const Request&, const std::string& name)
 
 Answer AdminApi::setGood(const Request& request, const std::string& name)
 {
-    auto source = bodyOf(request).toObject();
-    source["code"_L1] = QString::fromStdString(name);
+    const auto code = QString::fromStdString(name);
+    const auto body = bodyOf(request);
+    auto source = body.toObject();
+    if (!body.isObject() || source.value("code"_L1).toString(code) != code)
+        throw InputError(u"body: must be an object {...} without \"code\" or with that of the path"_s);
+    source["code"_L1] = code;
     stand_.goods().put(Good::fromJson(source, u"body"_s));
     return good(request, name);
 }
@@ -232,6 +237,12 @@ Answer AdminApi::setModule(const Request& request, const std::string& name)
     if (state)
         module.setState(*state);
     return this->module(request, name);
+}
+
+Answer AdminApi::playScenario(const Request& request, const std::string&)
+{
+    stand_.play(Scenario::fromJson(bodyOf(request), u"body"_s));
+    return Answer::json(200, stand_.state());
 }
 
 Answer AdminApi::reset(const Request&, const std::string&)

@@ -22,7 +22,7 @@ public:
     Behaviour welcome() override { return {}; }
     Exchange serve(const Request& request, const ConnectionInfo& connection) override;
     void ended(std::uint64_t, int, Outcome) override {}
-    [[nodiscard]] std::uint64_t largestBody() const override { return 4 * 1024 * 1024; }
+    [[nodiscard]] std::uint64_t largestBody() const override { return 4UL * 1024 * 1024; }
 
 private:
     /// One method: a path of its own, or one with a name at its end.
@@ -47,6 +47,7 @@ private:
     [[nodiscard]] Answer removeGood(const Request& request, const std::string& name);
     [[nodiscard]] Answer module(const Request& request, const std::string& name);
     [[nodiscard]] Answer setModule(const Request& request, const std::string& name);
+    [[nodiscard]] Answer playScenario(const Request& request, const std::string& name);
     [[nodiscard]] Answer reset(const Request& request, const std::string& name);
 
     static const std::initializer_list<AdminRoute> routes;

@@ -24,6 +24,7 @@ void readConnection(JsonReader& reader, Behaviour& behaviour)
 {
     behaviour.connect = reader
                             .choice<Connect>("connect"_L1, {{"refuse"_L1, Connect::Refuse},
+                                                            {"unanswered"_L1, Connect::Unanswered},
                                                             {"reset"_L1, Connect::Reset},
                                                             {"close"_L1, Connect::Close},
                                                             {"silent"_L1, Connect::Silent}})
@@ -201,11 +202,16 @@ void checkConnectionAlone(const JsonReader& reader, const Behaviour& behaviour)
             reader.fail("connect"_L1,
                         u"concerns whole connections, \"%1\" cannot stand beside it"_s.arg(key));
     }
-    if (behaviour.connect == Connect::Refuse && behaviour.times)
-        reader.fail("times"_L1, u"a refused connection is not seen and cannot be counted"_s);
+    if (isAtTheDoor(behaviour.connect) && behaviour.times)
+        reader.fail("times"_L1, u"a connection that is not accepted is not seen and cannot be counted"_s);
 }
 
 }  // namespace
+
+bool isAtTheDoor(Connect connect)
+{
+    return connect == Connect::Refuse || connect == Connect::Unanswered;
+}
 
 bool Twist::names(const QStringList& list, const QString& code)
 {

@@ -15,11 +15,15 @@ namespace marksim {
 /// What happens to a connection before any request on it is read.
 enum class Connect {
     Normal,
-    Refuse,  ///< the port is closed, connections that are open are reset
-    Reset,   ///< accepted, then reset
-    Close,   ///< accepted, then closed after the first bytes (of a request or of the TLS handshake)
-    Silent,  ///< accepted, never read
+    Refuse,      ///< the port is closed, connections that are open are reset
+    Unanswered,  ///< attempts to connect get no answer, connections that are open are reset
+    Reset,       ///< accepted, then reset at the first bytes (of a request or of the TLS handshake)
+    Close,       ///< accepted, then closed at the first bytes
+    Silent,      ///< accepted, never read
 };
+
+/// True for what keeps a connection from being accepted at all.
+[[nodiscard]] bool isAtTheDoor(Connect connect);
 
 /// Which certificate is shown when the stand runs with TLS.
 enum class Certificate { Good, WrongHost, Expired, SelfSigned };

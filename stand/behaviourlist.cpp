@@ -16,10 +16,12 @@ void BehaviourList::append(std::vector<Behaviour> behaviours)
     std::move(behaviours.begin(), behaviours.end(), std::back_inserter(behaviours_));
 }
 
-bool BehaviourList::refuses() const
+Connect BehaviourList::door() const
 {
-    return std::any_of(behaviours_.begin(), behaviours_.end(),
-                       [](const Behaviour& behaviour) { return behaviour.connect == Connect::Refuse; });
+    const auto found = std::find_if(behaviours_.begin(), behaviours_.end(), [](const Behaviour& behaviour) {
+        return isAtTheDoor(behaviour.connect);
+    });
+    return found == behaviours_.end() ? Connect::Normal : found->connect;
 }
 
 template <typename Fits>

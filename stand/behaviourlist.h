@@ -15,8 +15,8 @@ public:
     void assign(std::vector<Behaviour> behaviours);
     void append(std::vector<Behaviour> behaviours);
 
-    /// True while the port is to be closed.
-    [[nodiscard]] bool refuses() const;
+    /// Whether connections are to be accepted (Normal) or what keeps them out.
+    [[nodiscard]] Connect door() const;
     [[nodiscard]] Behaviour takeForConnection();
     /// `method` is empty for a request to no known method.
     [[nodiscard]] Behaviour takeForRequest(std::string_view method);

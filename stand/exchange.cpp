@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QLocale>
 #include <algorithm>
+#include <charconv>
 #include <random>
 #include <zlib.h>
 
@@ -52,29 +53,29 @@ Body shapedBody(std::string text, const Behaviour& behaviour)
 /// Compresses in steps, so that a body of many megabytes never stands in memory whole.
 std::string gzipped(const Body& body)
 {
-    z_stream stream{};
     constexpr int gzipFormat = 16;
+    constexpr std::size_t step = 64UL * 1024;
+    z_stream stream{};
     if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, MAX_WBITS + gzipFormat, 8,
                      Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::bad_alloc();
     const Wire plain({}, body);
     std::string result;
-    std::vector<char> in(64 * 1024);
-    std::vector<char> out(64 * 1024);
-    for (std::uint64_t offset = 0, left = plain.size(), more = 1; more != 0;) {
+    std::vector<char> in(step);
+    std::vector<char> out(step);
+    std::uint64_t offset = 0;
+    do {
         const auto size = plain.read(offset, in.data(), in.size());
         offset += size;
-        left -= size;
-        more = left > 0;
         stream.next_in = reinterpret_cast<Bytef*>(in.data());
         stream.avail_in = static_cast<uInt>(size);
         do {
             stream.next_out = reinterpret_cast<Bytef*>(out.data());
             stream.avail_out = static_cast<uInt>(out.size());
-            deflate(&stream, more ? Z_NO_FLUSH : Z_FINISH);
+            deflate(&stream, offset == plain.size() ? Z_FINISH : Z_NO_FLUSH);
             result.append(out.data(), out.size() - stream.avail_out);
         } while (stream.avail_out == 0);
-    }
+    } while (offset < plain.size());
     deflateEnd(&stream);
     return result;
 }
@@ -157,6 +158,16 @@ std::string head(const Answer& answer)
     return text + "\r\n";
 }
 
+/// The status that a raw reply begins with, 0 when it begins with something else.
+int statusOf(std::string_view raw)
+{
+    constexpr std::string_view version = "HTTP/1.1 ";
+    int status = 0;
+    if (raw.size() > version.size() && raw.starts_with("HTTP/1."))
+        std::from_chars(raw.data() + version.size(), raw.data() + raw.size(), status);
+    return status;
+}
+
 void applyCut(Exchange& exchange, const Behaviour& behaviour)
 {
     auto cut = behaviour.cut;
@@ -214,6 +225,7 @@ Exchange planExchange(Answer answer, const Behaviour& behaviour, const Request& 
     exchange.drip = behaviour.drip;
     if (behaviour.raw) {
         exchange.wire = Wire(*behaviour.raw, {});
+        exchange.status = statusOf(*behaviour.raw);
         exchange.ending = Ending::Close;
     } else {
         exchange.wire = wireOf(std::move(answer), behaviour, request, exchange.ending);

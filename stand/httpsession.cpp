@@ -59,11 +59,12 @@ void HttpSession::run(Connect treatment)
     switch (treatment) {
     case Connect::Normal:
     case Connect::Refuse:
+    case Connect::Unanswered:
         return stream_.isTls() ? handshake() : readHead();
     case Connect::Reset:
-        return stream_.reset();
+        return endAfterFirstBytes(&HttpSession::drop);
     case Connect::Close:
-        return closeAfterFirstBytes();
+        return endAfterFirstBytes(&HttpSession::drain);
     case Connect::Silent:
         return waitForPeerToLeave();
     }
@@ -83,10 +84,12 @@ void HttpSession::handshake()
     });
 }
 
-void HttpSession::closeAfterFirstBytes()
+/// The first bytes tell that the peer takes the connection for established: ended earlier, it would look to
+/// the peer now like this, now like a connection that never came about.
+void HttpSession::endAfterFirstBytes(void (HttpSession::*end)())
 {
     stream_.socket().async_read_some(asio::buffer(piece_),
-                                     then([](HttpSession& self, std::size_t) { self.drain(); }));
+                                     then([end](HttpSession& self, std::size_t) { (self.*end)(); }));
 }
 
 void HttpSession::readHead()
@@ -158,10 +161,24 @@ std::size_t HttpSession::pieceSize() const
     return static_cast<std::size_t>(std::min(most, exchange_.limit - sent_));
 }
 
+/// A peer that gave up during a delay must not be counted as answered.
+bool HttpSession::peerHasLeft()
+{
+    char byte = 0;
+    Error error;
+    stream_.socket().non_blocking(true, error);
+    stream_.socket().receive(asio::buffer(&byte, 1), asio::socket_base::message_peek, error);
+    return error && error != asio::error::would_block;
+}
+
 void HttpSession::sendPiece()
 {
     if (sent_ == exchange_.limit)
         return finish();
+    if (sent_ == 0 && peerHasLeft()) {
+        finishWith(Outcome::PeerLeft);
+        return stream_.close();
+    }
     const auto size = exchange_.wire.read(sent_, piece_.data(), pieceSize());
     asio::async_write(stream_, asio::buffer(piece_.data(), size),
                       then([](HttpSession& self, std::size_t written) { self.pieceSent(written); }));

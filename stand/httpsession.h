@@ -29,13 +29,14 @@ private:
     using Error = boost::system::error_code;
 
     void handshake();
-    void closeAfterFirstBytes();
+    void endAfterFirstBytes(void (HttpSession::*end)());
     void readHead();
     void readBody();
     void promiseToReadOn();
     void refuse(const Error& error);
     void serve();
     void begin(Exchange exchange);
+    [[nodiscard]] bool peerHasLeft();
     void sendPiece();
     [[nodiscard]] std::size_t pieceSize() const;
     void pieceSent(std::size_t size);
@@ -48,7 +49,7 @@ private:
     template <typename Member>
     auto then(Member member);
 
-    static constexpr std::size_t largestPiece = 64 * 1024;
+    static constexpr std::size_t largestPiece = 64UL * 1024;
 
     PeerStream stream_;
     Service& service_;

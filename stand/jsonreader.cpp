@@ -17,7 +17,8 @@ JsonReader::JsonReader(const QJsonValue& value, QString where)
 
 QJsonValue JsonReader::take(QLatin1String key)
 {
-    known_ << key;
+    if (!known_.contains(key))
+        known_ << key;
     return object_.value(key);
 }
 
@@ -118,8 +119,9 @@ QJsonValue parseJson(const QByteArray& bytes, const QString& where)
     QJsonParseError error{};
     const auto document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        throw InputError(
-            u"%1: not JSON at byte %2 (%3)"_s.arg(where).arg(error.offset).arg(error.errorString()));
+        throw InputError(u"%1: line %2: this is not JSON (%3)"_s.arg(where)
+                             .arg(bytes.left(error.offset).count('\n') + 1)
+                             .arg(error.errorString()));
     return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
 }
 

@@ -22,6 +22,16 @@ void bindTo(tcp::acceptor& acceptor, const tcp::endpoint& endpoint)
     acceptor.bind(endpoint);
 }
 
+/// Binds for good. A port that the system is to choose is bound without sharing first, or the system may
+/// choose one that another process has reserved in the same way.
+void reserve(tcp::acceptor& acceptor, const tcp::endpoint& endpoint)
+{
+    acceptor.open(endpoint.protocol());
+    acceptor.set_option(tcp::acceptor::reuse_address(endpoint.port() != 0));
+    acceptor.bind(endpoint);
+    acceptor.set_option(tcp::acceptor::reuse_address(true));
+}
+
 std::uint64_t nextConnectionId()
 {
     static std::uint64_t last = 0;
@@ -32,16 +42,16 @@ std::uint64_t nextConnectionId()
 
 Listener::Listener(asio::io_context& io, const std::string& address, std::uint16_t port, const QString& name,
                    Service& service, TlsContexts tls)
-    : io_(io)
-    , service_(service)
+    : service_(service)
     , tls_(std::move(tls))
     , endpoint_(asio::ip::make_address(address), port)
     , reservation_(io)
     , acceptor_(io)
+    , plug_(io)
     , retry_(io)
 {
     try {
-        bindTo(reservation_, endpoint_);
+        reserve(reservation_, endpoint_);
         endpoint_ = reservation_.local_endpoint();
         open();
     } catch (const boost::system::system_error& error) {
@@ -58,10 +68,21 @@ std::string Listener::authority() const
     return text.str();
 }
 
+void Listener::setDoor(Connect door)
+{
+    const auto wanted = isAtTheDoor(door) ? door : Connect::Normal;
+    if (wanted == door_)
+        return;
+    door_ = wanted;
+    close();
+    if (door_ == Connect::Normal)
+        open();
+    if (door_ == Connect::Unanswered)
+        leaveUnanswered();
+}
+
 void Listener::open()
 {
-    if (acceptor_.is_open())
-        return;
     bindTo(acceptor_, endpoint_);
     acceptor_.listen();
     accept();
@@ -71,11 +92,21 @@ void Listener::close()
 {
     boost::system::error_code ignored;
     acceptor_.close(ignored);
+    plug_.close(ignored);
     for (const auto& session : sessions_) {
         if (const auto alive = session.lock())
             alive->drop();
     }
     sessions_.clear();
+}
+
+/// Listens without accepting: one connection of our own fills the queue, and the system leaves further
+/// attempts without an answer.
+void Listener::leaveUnanswered()
+{
+    bindTo(acceptor_, endpoint_);
+    acceptor_.listen(0);
+    plug_.async_connect(endpoint_, [](const boost::system::error_code&) {});
 }
 
 void Listener::accept()
@@ -90,7 +121,7 @@ void Listener::accept()
         spdlog::warn("port {}: accept: {}", port(), error.message());
         retry_.expires_after(std::chrono::milliseconds(50));
         retry_.async_wait([this](const boost::system::error_code& aborted) {
-            if (!aborted && acceptor_.is_open())
+            if (!aborted && isOpen())
                 accept();
         });
     });

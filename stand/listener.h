@@ -30,26 +30,30 @@ public:
     /// address:port, an IPv6 address in brackets.
     [[nodiscard]] std::string authority() const;
     [[nodiscard]] std::uint16_t port() const { return endpoint_.port(); }
-    [[nodiscard]] bool isOpen() const { return acceptor_.is_open(); }
+    [[nodiscard]] bool isOpen() const { return door_ == Connect::Normal; }
     [[nodiscard]] std::uint64_t accepted() const { return accepted_; }
 
-    void open();
-    /// Closes the port and resets the connections that are open.
-    void close();
+    /// Normal opens the port. Refuse and Unanswered shut it, each in its way, and reset the connections that
+    /// are open; others do as Normal.
+    void setDoor(Connect door);
 
 private:
+    void open();
+    void close();
+    void leaveUnanswered();
     void accept();
     void welcome(boost::asio::ip::tcp::socket socket);
 
-    boost::asio::io_context& io_;
     Service& service_;
     TlsContexts tls_;
     boost::asio::ip::tcp::endpoint endpoint_;
     boost::asio::ip::tcp::acceptor reservation_;  ///< bound, never listening
     boost::asio::ip::tcp::acceptor acceptor_;
+    boost::asio::ip::tcp::socket plug_;  ///< fills the queue of a port that is to leave others unanswered
     boost::asio::steady_timer retry_;
     std::vector<std::weak_ptr<HttpSession>> sessions_;
     std::uint64_t accepted_ = 0;
+    Connect door_ = Connect::Normal;
 };
 
 }  // namespace marksim

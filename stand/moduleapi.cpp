@@ -117,13 +117,6 @@ void ModuleApi::setState(ModuleState state)
     readyAt_ = std::chrono::steady_clock::now() + setup_.readyAfter;
 }
 
-void ModuleApi::restart(ModuleSetup setup)
-{
-    setup_ = std::move(setup);
-    setState(setup_.state);
-    greyList_.reset();
-}
-
 QJsonObject ModuleApi::toJson() const
 {
     return {{"state"_L1, moduleStateName(state())},

@@ -40,9 +40,6 @@ public:
     [[nodiscard]] ModuleState state() const;
     void setState(ModuleState state);
     void setReadyAfter(std::chrono::milliseconds delay) { setup_.readyAfter = delay; }
-    /// Back to how the module was set up.
-    void restart(ModuleSetup setup);
-
     /// {"state", "readyAfterMs", "user", "password", "token", "greyList": true, false or null while nobody
     /// has set it}
     [[nodiscard]] QJsonObject toJson() const;

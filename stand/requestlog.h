@@ -31,7 +31,7 @@ class RequestLog
 {
 public:
     static constexpr std::size_t mostRequests = 10'000;
-    static constexpr std::size_t mostBytes = 64 * 1024 * 1024;
+    static constexpr std::size_t mostBytes = 64UL * 1024 * 1024;
 
     /// Enters a request and gives it a number and the time.
     std::uint64_t add(LoggedRequest entry);

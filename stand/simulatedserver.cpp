@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::uint64_t largestRequestBody = 64 * 1024 * 1024;
+constexpr std::uint64_t largestRequestBody = 64UL * 1024 * 1024;
 
 Answer wrongVerb(const Route& route)
 {
@@ -20,10 +20,9 @@ Answer wrongVerb(const Route& route)
 
 }  // namespace
 
-SimulatedServer::SimulatedServer(boost::asio::io_context& io, ServerAddress address, std::unique_ptr<Api> api,
-                                 RequestLog& log, Listener::TlsContexts tls)
+SimulatedServer::SimulatedServer(boost::asio::io_context& io, ServerAddress address, RequestLog& log,
+                                 Listener::TlsContexts tls)
     : address_(std::move(address))
-    , api_(std::move(api))
     , log_(log)
     , tls_(tls != nullptr)
     , listener_(io, address_.address, address_.port, QString::fromStdString(address_.name), *this,
@@ -50,10 +49,7 @@ void SimulatedServer::appendBehaviours(std::vector<Behaviour> behaviours)
 
 void SimulatedServer::followBehaviours()
 {
-    if (behaviours_.refuses())
-        listener_.close();
-    else
-        listener_.open();
+    listener_.setDoor(behaviours_.door());
 }
 
 Behaviour SimulatedServer::welcome()

@@ -25,13 +25,16 @@ struct ServerAddress
 class SimulatedServer : public Service
 {
 public:
-    /// Opens the port unless `behaviours` refuse connections. Throws InputError when the port cannot be had.
-    SimulatedServer(boost::asio::io_context& io, ServerAddress address, std::unique_ptr<Api> api,
-                    RequestLog& log, Listener::TlsContexts tls);
+    /// Opens the port; setApi() is to follow before any request. Throws InputError when the port cannot be
+    /// had.
+    SimulatedServer(boost::asio::io_context& io, ServerAddress address, RequestLog& log,
+                    Listener::TlsContexts tls);
 
     [[nodiscard]] const std::string& name() const { return address_.name; }
     [[nodiscard]] std::string url() const;
-    [[nodiscard]] Api& api() { return *api_; }
+    [[nodiscard]] const std::string& prefix() const { return address_.prefix; }
+    /// What the server answers from now on.
+    void setApi(std::unique_ptr<Api> api) { api_ = std::move(api); }
     [[nodiscard]] const Listener& listener() const { return listener_; }
     [[nodiscard]] std::uint64_t requests() const { return requests_; }
 

@@ -4,7 +4,9 @@
 #include "siteapi.h"
 
 #include <QFile>
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace marksim {
 namespace {
@@ -14,6 +16,10 @@ using namespace Qt::StringLiterals;
 constexpr int defaultOperators = 1;
 constexpr int defaultSites = 3;
 constexpr int defaultModules = 1;
+
+// In the order of Stand::Role.
+constexpr std::array nouns = {"operator", "site", "module"};
+constexpr std::array groups = {"operators", "sites", "modules"};
 
 /// Keys have the form of the operator's; the first ones are accepted when nobody names others.
 std::string defaultKey(int number)
@@ -47,36 +53,61 @@ QString text(const std::string& string)
 Stand::Stand(boost::asio::io_context& io, const Options& options)
     : io_(io)
     , options_(options)
-    , scenario_(options.scenario.empty() ? Scenario() : Scenario::fromFile(options.scenario))
-    , keys_(options.keys.empty() ? scenario_.keys : options.keys)
-    , startGoods_(loadGoods(options.goods))
+    , packedGoods_(loadGoods(options.goods))
 {
-    const int modules = countOf(options.modules, scenario_.modules, defaultModules);
-    for (int number = 1; options.keys.empty() && scenario_.keys.empty() && number <= std::max(1, modules);
-         ++number)
-        keys_.push_back(defaultKey(number));
-    for (const auto& good : scenario_.goods)
-        startGoods_.put(good);
-    addServers(Role::Operator, countOf(options.operators, scenario_.operators, defaultOperators));
-    addServers(Role::Site, countOf(options.sites, scenario_.sites, defaultSites));
-    addServers(Role::Module, modules);
-    checkNames();
-    reset();
+    auto scenario = options.scenario.empty() ? Scenario() : Scenario::fromFile(options.scenario);
+    if (options.tls || scenario.tls.value_or(false))
+        certificates_ = std::make_unique<Certificates>(options.bind);
+    addServers(Role::Operator, countOf(options.operators, scenario.operators, defaultOperators), scenario);
+    addServers(Role::Site, countOf(options.sites, scenario.sites, defaultSites), scenario);
+    addServers(Role::Module, countOf(options.modules, scenario.modules, defaultModules), scenario);
+    takeOver(std::move(scenario), text(options.scenario));
     admin_ = std::make_unique<AdminApi>(*this);
     adminListener_ = std::make_unique<Listener>(io_, options.adminBind, options.adminPort, u"admin port"_s,
                                                 *admin_, nullptr);
 }
 
-void Stand::addServers(Role role, int count)
+void Stand::addServers(Role role, int count, const Scenario& scenario)
 {
-    static constexpr std::array names = {"operator-", "site-", "module-"};
+    Listener::TlsContexts tls;
+    if (certificates_ && role != Role::Module)
+        tls = [this](Certificate kind) -> auto&
+        {
+            return certificates_->context(kind);
+        };
     for (int number = 1; number <= count; ++number) {
-        const auto name = names.at(static_cast<std::size_t>(role)) + std::to_string(number);
-        const auto& setup = setupOf(name);
-        servers_.push_back({role, std::make_unique<SimulatedServer>(
-                                      io_, ServerAddress{name, options_.bind, setup.port, setup.prefix},
-                                      makeApi(role, name, number), log_, nullptr)});
+        const auto name =
+            std::string(nouns.at(static_cast<std::size_t>(role))) + '-' + std::to_string(number);
+        const auto planned = scenario.servers.find(name);
+        const auto setup = planned == scenario.servers.end() ? ServerSetup() : planned->second;
+        servers_.push_back(
+            {role, number,
+             std::make_unique<SimulatedServer>(
+                 io_, ServerAddress{name, options_.bind, setup.port, setup.prefix}, log_, tls)});
     }
+}
+
+int Stand::count(Role role) const
+{
+    return static_cast<int>(std::count_if(servers_.begin(), servers_.end(),
+                                          [role](const Entry& entry) { return entry.role == role; }));
+}
+
+void Stand::play(Scenario scenario)
+{
+    checkSameServers(scenario);
+    takeOver(std::move(scenario), u"body"_s);
+}
+
+void Stand::takeOver(Scenario scenario, const QString& where)
+{
+    checkNames(scenario, where);
+    scenario_ = std::move(scenario);
+    keys_ = options_.keys.empty() ? scenario_.keys : options_.keys;
+    const int defaults = keys_.empty() ? std::max(1, count(Role::Module)) : 0;
+    for (int number = 1; number <= defaults; ++number)
+        keys_.push_back(defaultKey(number));
+    reset();
 }
 
 std::unique_ptr<Api> Stand::makeApi(Role role, const std::string& name, int number)
@@ -132,19 +163,36 @@ const ServerSetup& Stand::setupOf(const std::string& name) const
     return found == scenario_.servers.end() ? nothing : found->second;
 }
 
-void Stand::checkNames() const
+void Stand::checkNames(const Scenario& scenario, const QString& where) const
 {
-    for (const auto& [name, setup] : scenario_.servers) {
+    for (const auto& [name, setup] : scenario.servers) {
         if (find(name).empty() && name.find('-') != std::string::npos)
             throw InputError(
-                u"%1: servers.%2: there is no such server; raise the count of servers of its kind"_s.arg(
-                    text(options_.scenario), text(name)));
+                u"%1.servers.%2: there is no such server; raise the count of servers of its kind"_s.arg(
+                    where, text(name)));
+    }
+}
+
+void Stand::checkSameServers(const Scenario& scenario) const
+{
+    const auto differs = [](auto wanted, auto running) { return wanted && *wanted != running; };
+    if (differs(scenario.operators, count(Role::Operator)) || differs(scenario.sites, count(Role::Site)) ||
+        differs(scenario.modules, count(Role::Module)) || differs(scenario.tls, certificates_ != nullptr))
+        throw InputError(
+            u"body: the scenario needs other servers than those that run; start marksim with it"_s);
+    for (const auto* server : find("all")) {
+        const auto planned = scenario.servers.find(server->name());
+        if (planned == scenario.servers.end())
+            continue;
+        const auto port = planned->second.port;
+        if ((port != 0 && port != server->listener().port()) || planned->second.prefix != server->prefix())
+            throw InputError(
+                u"body.servers.%1: a running server keeps its port and prefix"_s.arg(text(server->name())));
     }
 }
 
 std::vector<SimulatedServer*> Stand::find(const std::string& name) const
 {
-    static constexpr std::array groups = {"operators", "sites", "modules"};
     std::vector<SimulatedServer*> found;
     for (const auto& entry : servers_) {
         if (name == "all" || name == entry.server->name() ||
@@ -162,17 +210,16 @@ ModuleApi* Stand::module(const std::string& name) const
 
 void Stand::reset()
 {
-    goods_ = startGoods_;
-    for (const auto& entry : servers_)
-        entry.server->setBehaviours(setupOf(entry.server->name()).behaviours);
-    for (const auto* group : {"operators", "sites", "modules", "all"}) {
-        for (auto* server : find(group))
-            server->appendBehaviours(setupOf(group).behaviours);
-    }
-    int number = 0;
+    goods_ = packedGoods_;
+    for (const auto& good : scenario_.goods)
+        goods_.put(good);
     for (const auto& entry : servers_) {
-        if (entry.role == Role::Module)
-            modules_.at(entry.server->name())->restart(moduleSetup(entry.server->name(), ++number));
+        const auto& name = entry.server->name();
+        entry.server->setApi(makeApi(entry.role, name, entry.number));
+        auto behaviours = setupOf(name).behaviours;
+        for (const auto* group : {groups.at(static_cast<std::size_t>(entry.role)), "all"})
+            std::ranges::copy(setupOf(group).behaviours, std::back_inserter(behaviours));
+        entry.server->setBehaviours(std::move(behaviours));
     }
     log_.clear();
 }
@@ -210,7 +257,7 @@ QJsonObject Stand::ready() const
             {"sites"_L1, describe(Role::Site)},
             {"modules"_L1, describe(Role::Module)},
             {"keys"_L1, keys},
-            {"caFile"_L1, QJsonValue()},
+            {"caFile"_L1, certificates_ ? QJsonValue(text(certificates_->caFile())) : QJsonValue()},
             {"goods"_L1, goods_.all().size()}};
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "adminapi.h"
+#include "certificates.h"
 #include "commandline.h"
 #include "goods.h"
 #include "moduleapi.h"
@@ -36,13 +37,16 @@ public:
     [[nodiscard]] Goods& goods() { return goods_; }
     [[nodiscard]] RequestLog& log() { return log_; }
 
-    /// Back to the start: behaviours, goods, modules, an empty log. Ports stay.
+    /// Back to the start of the scenario: keys, behaviours, goods, modules, an empty log. Ports stay.
     void reset();
+    /// Goes over to another scenario as if it had been there from the start. Throws InputError, with nothing
+    /// changed, when it needs other servers than those that run.
+    void play(Scenario scenario);
 
 private:
     enum class Role { Operator, Site, Module };
 
-    void addServers(Role role, int count);
+    void addServers(Role role, int count, const Scenario& scenario);
     [[nodiscard]] std::unique_ptr<Api> makeApi(Role role, const std::string& name, int number);
     [[nodiscard]] ModuleSetup moduleSetup(const std::string& name, int number) const;
     [[nodiscard]] std::vector<std::string> keysOf(const std::string& name) const;
@@ -50,11 +54,15 @@ private:
     [[nodiscard]] const ServerSetup& setupOf(const std::string& name) const;
     [[nodiscard]] QJsonArray describe(Role role) const;
     [[nodiscard]] QJsonObject moduleStatus(const std::string& name) const;
-    void checkNames() const;
+    void takeOver(Scenario scenario, const QString& where);
+    void checkNames(const Scenario& scenario, const QString& where) const;
+    void checkSameServers(const Scenario& scenario) const;
+    [[nodiscard]] int count(Role role) const;
 
     struct Entry
     {
         Role role;
+        int number;
         std::unique_ptr<SimulatedServer> server;
     };
 
@@ -62,8 +70,9 @@ private:
     Options options_;
     Scenario scenario_;
     std::vector<std::string> keys_;
-    Goods startGoods_;
+    const Goods packedGoods_;
     Goods goods_;
+    std::unique_ptr<Certificates> certificates_;
     RequestLog log_;
     std::vector<Entry> servers_;
     std::map<std::string, ModuleApi*> modules_;
