@@ -25,7 +25,7 @@ MarkingCode readCode(const QByteArray& bytes, const QString& where)
         refuse(QStringLiteral("%1: the code has %2 characters; %3 are allowed")
                    .arg(where, QString::number(text.size()), QString::number(longestCode)));
     }
-    const MarkingCode code(text);
+    MarkingCode code(text);
     if (code.isEmpty()) {
         refuse(QStringLiteral("%1: the code is empty; give a code or leave it out").arg(where));
     }
@@ -37,7 +37,7 @@ QByteArray contentOf(const QString& name)
     const bool fromInput = name == QLatin1String("-");
     QFile file(name);
     const bool open = fromInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    const QByteArray content = open ? file.readAll() : QByteArray();
+    QByteArray content = open ? file.readAll() : QByteArray();
     if (!open || file.error() != QFileDevice::NoError) {
         refuse(QStringLiteral("%1: cannot read the codes: %2; name a readable file with --codes-file")
                    .arg(fromInput ? QStringLiteral("standard input") : name, file.errorString()));

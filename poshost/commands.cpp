@@ -25,7 +25,7 @@ namespace {
 
 QList<MarkingCode> codesFor(const Options& options)
 {
-    const QList<MarkingCode> codes = readCodes(options.codes, options.codesFile);
+    QList<MarkingCode> codes = readCodes(options.codes, options.codesFile);
     if (!codes.isEmpty()) {
         return codes;
     }

@@ -18,7 +18,7 @@ QString findPlugin(const QString& named)
     const QString architecture = QStringLiteral("../lib/" POSHOST_ARCHITECTURE);
     for (const QString& folder : {QStringLiteral("../lib"), libraries + QLatin1String("/crptservice"),
                                   architecture + QLatin1String("/crptservice")}) {
-        const QString file = QDir::cleanPath(beside.filePath(folder + QLatin1String("/libcrptservice.so")));
+        QString file = QDir::cleanPath(beside.filePath(folder + QLatin1String("/libcrptservice.so")));
         if (QFileInfo(file).isFile()) {
             return file;
         }

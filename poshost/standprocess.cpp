@@ -81,13 +81,13 @@ FileDescriptor inMemory(const char* name, const QByteArray& content)
 StandInfo parseReady(const QJsonObject& ready)
 {
     StandInfo info;
-    for (const QJsonValue& value : ready.value(QLatin1String("operators")).toArray()) {
+    for (const QJsonValue value : ready.value(QLatin1String("operators")).toArray()) {
         info.operators.append(value[QLatin1String("url")].toString());
     }
-    for (const QJsonValue& value : ready.value(QLatin1String("keys")).toArray()) {
+    for (const QJsonValue value : ready.value(QLatin1String("keys")).toArray()) {
         info.keys.append(value.toString());
     }
-    for (const QJsonValue& value : ready.value(QLatin1String("modules")).toArray()) {
+    for (const QJsonValue value : ready.value(QLatin1String("modules")).toArray()) {
         info.modules.append({value[QLatin1String("url")].toString(), value[QLatin1String("user")].toString(),
                              value[QLatin1String("password")].toString(),
                              value[QLatin1String("token")].toString()});

@@ -59,9 +59,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadCall{"eventOutOfRange", {"--stand", "event", "65536"}, "65536"},
         BadCall{"noConfig", {"--config", "/nowhere/till.ini", "verify", "C"}, "/nowhere/till.ini"},
         BadCall{"noPlugin", {"--stand", "--plugin", "/nowhere.so", "verify", "C"}, "no such plug-in file"},
+        BadCall{"textForPlugin",
+                {"--stand", "--plugin", QString(SOURCE_FOLDER) + "/dev", "verify", "C"},
+                "not a plug-in"},
         BadCall{
-            "textForPlugin", {"--stand", "--plugin", SOURCE_FOLDER "/dev", "verify", "C"}, "not a plug-in"},
-        BadCall{"foreignPlugin", {"--stand", "--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"AnotherService\""},
+            "foreignPlugin", {"--stand", "--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"AnotherService\""},
         BadCall{"disabledPlugin", {"--stand", "--plugin", DISABLED_PLUGIN, "verify", "C"}, "disabled"}),
     [](const auto& call) { return call.param.name; });
 

@@ -9,17 +9,12 @@ using poshost::readCodes;
 
 TEST(CheckCodes, EveryWayOfWritingGsMeansIt)
 {
-    const QString meant = "0104600439931256215Qbag!\x1d"
-                          "93Zjqw";
-    for (const char* typed :
-         {R"(0104600439931256215Qbag!\x1d93Zjqw)", R"(0104600439931256215Qbag!\x1D93Zjqw)",
-          R"(0104600439931256215Qbag!\u001d93Zjqw)", R"(0104600439931256215Qbag!\u001D93Zjqw)",
-          "0104600439931256215Qbag!<GS>93Zjqw",
-          "0104600439931256215Qbag!\x1d"
-          "93Zjqw"}) {
-        const QList<MarkingCode> codes = readCodes({typed}, {});
+    const QByteArray front = "0104600439931256215Qbag!";
+    const QByteArray back = "93Zjqw";
+    for (const char* gs : {R"(\x1d)", R"(\x1D)", R"(\u001d)", R"(\u001D)", "<GS>", "\x1d"}) {
+        const QList<MarkingCode> codes = readCodes({front + gs + back}, {});
         ASSERT_EQ(codes.size(), 1);
-        EXPECT_EQ(codes[0].toString(), meant) << typed;
+        EXPECT_EQ(codes[0].toString(), QString(front + '\x1d' + back)) << gs;
     }
     EXPECT_EQ(readCodes({"<gs>"}, {})[0].toString(), "<gs>");
 }

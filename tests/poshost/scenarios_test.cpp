@@ -16,8 +16,8 @@ struct Expected
 {
     const char* scenario;
     int exitStatus;
-    const char* source;
     int errorKind;
+    const char* source;
     qsizetype refused;
     const char* why = nullptr;     ///< a flag that some refused code has
     const char* notice = nullptr;  ///< identifier of the notice that stands at the end
@@ -29,22 +29,22 @@ void PrintTo(const Expected& expected, std::ostream* out)
 }
 
 const Expected shipped[] = {
-    {"bad-token", 1, "online", 2, 11, "Unreachable", "crptIncorrectTokenErrorNotification"},
-    {"blackout", 1, "offline", 0, 1, "Blocked"},
-    {"blackout-alone", 1, "online", 2, 11, "Unreachable"},
-    {"calm", 1, "online", 0, 3, "Sold"},
-    {"cross-border", 0, "online", 1, 0},
-    {"dead-site", 1, "online", 0, 3, "Sold"},
-    {"emergency", 1, "offline", 0, 1, "Blocked"},
-    {"emergency-alone", 0, "online", 1, 0},
-    {"half-answer", 1, "online", 0, 4, "NotInReply"},
-    {"module-only", 1, "offline", 0, 1, "Blocked"},
-    {"module-setup", 1, "offline", 0, 1, "Blocked"},
-    {"module-starting", 1, "online", 2, 11, "Unreachable"},
-    {"overload", 0, "online", 1, 0},
-    {"silence", 0, "online", 1, 0},
-    {"slow-site", 1, "online", 0, 3, "Sold"},
-    {"tls", 1, "online", 0, 3, "Sold"},
+    {"bad-token", 1, 2, "online", 11, "Unreachable", "crptIncorrectTokenErrorNotification"},
+    {"blackout", 1, 0, "offline", 1, "Blocked"},
+    {"blackout-alone", 1, 2, "online", 11, "Unreachable"},
+    {"calm", 1, 0, "online", 3, "Sold"},
+    {"cross-border", 0, 1, "online", 0},
+    {"dead-site", 1, 0, "online", 3, "Sold"},
+    {"emergency", 1, 0, "offline", 1, "Blocked"},
+    {"emergency-alone", 0, 1, "online", 0},
+    {"half-answer", 1, 0, "online", 4, "NotInReply"},
+    {"module-only", 1, 0, "offline", 1, "Blocked"},
+    {"module-setup", 1, 0, "offline", 1, "Blocked"},
+    {"module-starting", 1, 2, "online", 11, "Unreachable"},
+    {"overload", 0, 1, "online", 0},
+    {"silence", 0, 1, "online", 0},
+    {"slow-site", 1, 0, "online", 3, "Sold"},
+    {"tls", 1, 0, "online", 3, "Sold"},
 };
 
 class ShippedScenario : public testing::TestWithParam<Expected>
@@ -53,7 +53,7 @@ class ShippedScenario : public testing::TestWithParam<Expected>
 
 bool someCodeHas(const QJsonObject& report, const QString& flag)
 {
-    for (const QJsonValue& failed : report["failedCodes"].toArray()) {
+    for (const QJsonValue failed : report["failedCodes"].toArray()) {
         if (failed["status"].toArray().contains(flag)) {
             return true;
         }

@@ -13,7 +13,7 @@ namespace {
 QStringList namesOf(const QJsonValue& array)
 {
     QStringList names;
-    for (const QJsonValue& name : array.toArray()) {
+    for (const QJsonValue name : array.toArray()) {
         names << name.toString();
     }
     return names;
@@ -26,7 +26,7 @@ QMap<QString, QString> verdicts(const QJsonObject& report)
     for (const QString& code : namesOf(report["passedCodes"])) {
         result[code] = "passed";
     }
-    for (const QJsonValue& failed : report["failedCodes"].toArray()) {
+    for (const QJsonValue failed : report["failedCodes"].toArray()) {
         result[failed["code"].toString()] = namesOf(failed["status"]).join('|');
     }
     return result;
@@ -34,7 +34,7 @@ QMap<QString, QString> verdicts(const QJsonObject& report)
 
 QJsonObject entryOf(const QJsonObject& report, const char* array, const QString& code)
 {
-    for (const QJsonValue& entry : report[QLatin1String(array)].toArray()) {
+    for (const QJsonValue entry : report[QLatin1String(array)].toArray()) {
         if (entry["code"].toString() == code) {
             return entry.toObject();
         }
@@ -45,7 +45,7 @@ QJsonObject entryOf(const QJsonObject& report, const char* array, const QString&
 
 QString header(const QJsonObject& request, const QString& name)
 {
-    for (const QJsonValue& pair : request["headers"].toArray()) {
+    for (const QJsonValue pair : request["headers"].toArray()) {
         if (pair[0].toString() == name) {
             return pair[1].toString();
         }
