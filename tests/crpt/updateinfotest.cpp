@@ -228,9 +228,9 @@ TEST_F(SiteListUpdate, RunsOneAtATimeInTheProcess)
 TEST_F(SiteListUpdate, ThatBreaksOffLeavesTheNextOnePossible)
 {
     startWithSites({"s1"});
-    info("op1", {[](const SentRequest&) -> http::Response { throw std::runtime_error("сбой"); }});
+    info("op1", {[](const SentRequest&) -> http::Response { throw std::runtime_error("fault"); }});
     EXPECT_EQ(client->updateInfo(), Status::Finished);
-    EXPECT_THAT(log.take(), ElementsAre(FetchLine, "error Обновление списка площадок прервано: сбой"));
+    EXPECT_THAT(log.take(), ElementsAre(FetchLine, "error Обновление списка площадок прервано исключением"));
     relist({"s2"});
     client->updateInfo();
     EXPECT_EQ(log.take().last(), "info Выбрана CDN: http://s2 (10 мс)");
