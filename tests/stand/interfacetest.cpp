@@ -237,8 +237,8 @@ TEST(Log, TellsWhatWasSentAndHowItEnded)
     StandClient client(stand);
     (void)client.check({milk}, "site-2");
     (void)client.health("site-1");
-    client.behave("site-2", R"({"latencyMs": 300})");
-    client.setTimeout(std::chrono::milliseconds(50));
+    client.behave("site-2", R"({"latencyMs": 1200})");
+    client.setTimeout(std::chrono::milliseconds(400));
     EXPECT_EQ(client.check({}, "site-2").result, CURLE_OPERATION_TIMEDOUT);
     client.setTimeout(std::chrono::seconds(20));
     client.behave("site-2", R"({"cut": {"after": 20, "by": "reset"}})");
