@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QUrl>
 
 #include "contracts/initverifyservice.h"
@@ -28,6 +30,10 @@ CrptService::CrptService(utils::ForMock /*tag*/)
 CrptService::~CrptService()
 {
     BasicPlugin::deinit();  // nobody calls this object any more
+    if (crptClient) {
+        // A list update under way is waited for, those that are queued behind it are not.
+        QCoreApplication::removePostedEvents(crptClient.data(), QEvent::MetaCall);
+    }
     thread->quit();
     thread->wait();
     delete thread;
