@@ -1,75 +1,45 @@
 #include "scriptedserver.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include <optional>
+
 #include <poll.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <openssl/ssl.h>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/write.hpp>
 
-/// One socket, plain or TLS.
-class ScriptedServer::Connection
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using Then = ScriptedReply::Then;
+
+namespace {
+
+/// Nothing when the other side has closed.
+std::optional<ReceivedRequest> readRequest(tcp::socket& socket)
 {
-public:
-    Connection(int socket, const TestCertificate* certificate)
-        : m_socket(socket)
-        , m_tls(certificate != nullptr ? certificate->newServerTls(socket) : nullptr)
-    {
-    }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-    ~Connection()
-    {
-        SSL_free(m_tls);
-        close(m_socket);
-    }
-
-    bool handshake() { return m_tls == nullptr || SSL_accept(m_tls) == 1; }
-
-    /// Empty when the other side has closed.
-    QByteArray read()
-    {
-        QByteArray bytes(65536, Qt::Uninitialized);
-        const auto count = m_tls != nullptr ? SSL_read(m_tls, bytes.data(), int(bytes.size()))
-                                            : recv(m_socket, bytes.data(), size_t(bytes.size()), 0);
-        return bytes.left(count > 0 ? count : 0);
-    }
-
-    bool write(QByteArray bytes)
-    {
-        while (!bytes.isEmpty()) {
-            const auto count = m_tls != nullptr
-                                   ? SSL_write(m_tls, bytes.constData(), int(bytes.size()))
-                                   : send(m_socket, bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL);
-            if (count <= 0) {
-                return false;
+    QByteArray input;
+    QByteArray bytes(65536, Qt::Uninitialized);
+    boost::system::error_code error;
+    while (const auto count = socket.read_some(asio::buffer(bytes.data(), size_t(bytes.size())), error)) {
+        input.append(bytes.constData(), qsizetype(count));
+        const qsizetype headEnd = input.indexOf("\r\n\r\n") + 4;
+        if (headEnd >= 4) {
+            const ReceivedRequest request{input.left(headEnd), input.mid(headEnd)};
+            if (request.body.size() >= request.line("Content-Length").mid(15).trimmed().toLongLong()) {
+                return request;
             }
-            bytes.remove(0, count);
-        }
-        return true;
-    }
-
-    void drip()
-    {
-        pollfd waiting{m_socket, POLLIN, 0};
-        while (poll(&waiting, 1, 5) == 0 && write(" ")) {
         }
     }
+    return {};
+}
 
-    void endInReset() const
-    {
-        const linger abort{1, 0};
-        setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-    }
+bool write(tcp::socket& socket, const QByteArray& bytes)
+{
+    boost::system::error_code error;
+    asio::write(socket, asio::buffer(bytes.constData(), size_t(bytes.size())), error);
+    return !error;
+}
 
-    void interrupt() const { shutdown(m_socket, SHUT_RDWR); }
-
-private:
-    int m_socket;
-    SSL* m_tls;
-};
+}  // namespace
 
 ScriptedReply okReply(const QByteArray& body)
 {
@@ -86,44 +56,27 @@ QByteArray ReceivedRequest::line(const QByteArray& header) const
     return {};
 }
 
-ScriptedServer::ScriptedServer(QList<ScriptedReply> replies, const TestCertificate* certificate)
-    : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    , m_certificate(certificate)
-    , m_replies(std::move(replies))
+ScriptedServer::ScriptedServer(std::initializer_list<ScriptedReply> replies)
+    : m_listener(m_io, tcp::endpoint(asio::ip::address_v4::loopback(), 0))
+    , m_replies(replies)
+    , m_servant([this] { serveAll(); })
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(m_listener, generic, length) != 0 || listen(m_listener, 16) != 0 ||
-        getsockname(m_listener, generic, &length) != 0) {
-        qFatal("The test server cannot listen");
-    }
-    m_port = ntohs(address.sin_port);
-    m_acceptor = std::thread([this] { acceptAll(); });
 }
 
 ScriptedServer::~ScriptedServer()
 {
-    shutdown(m_listener, SHUT_RDWR);
-    m_acceptor.join();
     {
         const std::lock_guard lock(m_mutex);
-        for (const auto& connection : m_connections) {
-            connection->interrupt();
-        }
+        m_stopping = true;
+        shutdown(m_listener.native_handle(), SHUT_RDWR);
+        shutdown(m_socket, SHUT_RDWR);
     }
-    for (std::thread& servant : m_servants) {
-        servant.join();
-    }
-    close(m_listener);
+    m_servant.join();
 }
 
 QUrl ScriptedServer::url(const QString& path) const
 {
-    const QString scheme = m_certificate != nullptr ? QStringLiteral("https") : QStringLiteral("http");
-    return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme, QString::number(m_port), path));
+    return QUrl(QString("http://127.0.0.1:%1").arg(m_listener.local_endpoint().port()) + path);
 }
 
 QList<ReceivedRequest> ScriptedServer::received() const
@@ -135,7 +88,7 @@ QList<ReceivedRequest> ScriptedServer::received() const
 int ScriptedServer::connections() const
 {
     const std::lock_guard lock(m_mutex);
-    return int(m_servants.size());
+    return m_connections;
 }
 
 void ScriptedServer::waitForRequests(qsizetype count) const
@@ -144,69 +97,44 @@ void ScriptedServer::waitForRequests(qsizetype count) const
     m_requestCame.wait(lock, [&] { return m_received.size() >= count; });
 }
 
-void ScriptedServer::acceptAll()
+void ScriptedServer::serveAll()
 {
-    // OpenSSL writes without MSG_NOSIGNAL. Only the server's own threads are spared: the client must not need
-    // it.
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
     for (;;) {
-        const int socket = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0) {
+        Socket socket(m_io);
+        boost::system::error_code error;
+        m_listener.accept(socket, error);
+        std::unique_lock lock(m_mutex);
+        if (error || m_stopping) {
             return;
         }
-        const std::lock_guard lock(m_mutex);
-        const auto connection =
-            m_connections.insert(m_connections.end(), std::make_unique<Connection>(socket, m_certificate));
-        m_servants.emplace_back([this, connection] {
-            serve(**connection);
-            const std::lock_guard ended(m_mutex);
-            m_connections.erase(connection);
-        });
+        ++m_connections;
+        m_socket = socket.native_handle();
+        lock.unlock();
+        serve(socket);
+        lock.lock();
+        m_socket = -1;
     }
 }
 
-void ScriptedServer::serve(Connection& connection)
+void ScriptedServer::serve(Socket& socket)
 {
-    using Then = ScriptedReply::Then;
-    if (!connection.handshake()) {
-        return;
-    }
-    QByteArray input;
     ScriptedReply reply;
     while (reply.then == Then::NextRequest) {
-        ReceivedRequest request;
-        qsizetype missing = 1;
-        while (missing > 0) {
-            const qsizetype headEnd = input.indexOf("\r\n\r\n") + 4;
-            if (headEnd >= 4) {
-                request.head = input.left(headEnd);
-                missing =
-                    headEnd + request.line("Content-Length").mid(15).trimmed().toLongLong() - input.size();
-            }
-            if (missing > 0) {
-                const QByteArray more = connection.read();
-                if (more.isEmpty()) {
-                    return;
-                }
-                input += more;
-            }
+        const auto request = readRequest(socket);
+        if (!request) {
+            return;
         }
-        request.body = input.mid(request.head.size());
-        input.clear();
-        reply = takeReply(request);
-        if (!connection.write(reply.bytes)) {
+        reply = takeReply(*request);
+        if (!write(socket, reply.bytes)) {
             return;
         }
     }
-    if (reply.then == Then::Reset) {
-        connection.endInReset();
-    } else if (reply.then == Then::Drip) {
-        connection.drip();
+    if (reply.then == Then::Drip) {
+        pollfd closing{socket.native_handle(), POLLIN, 0};
+        while (poll(&closing, 1, 5) == 0 && write(socket, " ")) {
+        }
     } else if (reply.then == Then::Silence) {
-        connection.read();
+        (void)readRequest(socket);
     }
 }
 

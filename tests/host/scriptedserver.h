@@ -1,8 +1,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <list>
-#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -10,7 +8,8 @@
 #include <QList>
 #include <QUrl>
 
-#include "testcertificate.h"
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 
 /// What the server sends for one request, byte by byte as given, and what it does with the connection after.
 struct ScriptedReply
@@ -18,7 +17,6 @@ struct ScriptedReply
     enum class Then {
         NextRequest,
         Close,
-        Reset,
         /// Sends nothing more and waits until the client closes.
         Silence,
         /// Sends a blank every few milliseconds until the client closes.
@@ -42,44 +40,39 @@ struct ReceivedRequest
 };
 
 /// A server on a port of its own on 127.0.0.1 that answers with bytes made up beforehand: it knows as little
-/// of HTTP as is needed to tell where a request ends.
+/// of HTTP as is needed to tell where a request ends. It serves one connection after another.
 class ScriptedServer
 {
 public:
-    /// The replies are given one after another, the last of them for every further request. With a
-    /// certificate the server speaks TLS.
-    explicit ScriptedServer(QList<ScriptedReply> replies, const TestCertificate* certificate = nullptr);
-    explicit ScriptedServer(const ScriptedReply& reply)
-        : ScriptedServer(QList<ScriptedReply>{reply})
-    {
-    }
+    /// The replies are given one after another, the last of them for every further request.
+    ScriptedServer(std::initializer_list<ScriptedReply> replies);
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
-    /// Closes all connections.
+    /// Closes its connection.
     ~ScriptedServer();
 
-    [[nodiscard]] QUrl url(const QString& path = QStringLiteral("/")) const;
+    [[nodiscard]] QUrl url(const QString& path = "/") const;
     [[nodiscard]] QList<ReceivedRequest> received() const;
     [[nodiscard]] int connections() const;
     /// Returns once that many requests have come in whole.
     void waitForRequests(qsizetype count) const;
 
 private:
-    class Connection;
+    using Socket = boost::asio::ip::tcp::socket;
 
-    void acceptAll();
-    void serve(Connection& connection);
+    void serveAll();
+    void serve(Socket& socket);
     ScriptedReply takeReply(const ReceivedRequest& request);
 
-    int m_listener;
-    int m_port = 0;
-    const TestCertificate* m_certificate;
+    boost::asio::io_context m_io;
+    boost::asio::ip::tcp::acceptor m_listener;
 
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_requestCame;
     QList<ScriptedReply> m_replies;
     QList<ReceivedRequest> m_received;
-    std::list<std::unique_ptr<Connection>> m_connections;
-    std::list<std::thread> m_servants;
-    std::thread m_acceptor;
+    int m_connections = 0;
+    int m_socket = -1;  // of the connection being served
+    bool m_stopping = false;
+    std::thread m_servant;
 };

@@ -1,16 +1,16 @@
 #pragma once
 
 /// Makes the look-up of the name "slow.test" in this process hang, as with a name server that does not
-/// answer, from its construction to its destruction. One at a time. The name "unknown.test" is never found.
+/// answer, from its construction to its destruction: once in the process, for one look-up, which it waits for
+/// in the end. The name "unknown.test" is never found.
 class SlowLookup
 {
 public:
-    SlowLookup();
+    SlowLookup() = default;
     SlowLookup(const SlowLookup&) = delete;
     SlowLookup& operator=(const SlowLookup&) = delete;
-    /// Lets the look-ups fail and waits for the last of them.
     ~SlowLookup();
 
-    /// How many look-ups have come back since the construction.
-    [[nodiscard]] static int finished();
+    /// Whether the look-up has come back; to be asked once.
+    [[nodiscard]] static bool isOver();
 };
