@@ -227,7 +227,7 @@ void CrptClient::Walk::ask(const CdnInfo& site)
 
 CrptClient::Walk::Next CrptClient::Walk::judge(CdnInfo& site)
 {
-    auto* const logger = m_client.logger;
+    const auto* log = m_client.logger;
     switch (requestStatusOf(m_response)) {
     case RequestStatus::Ok:
     case RequestStatus::Failed:
@@ -235,18 +235,18 @@ CrptClient::Walk::Next CrptClient::Walk::judge(CdnInfo& site)
     case RequestStatus::CrossBorderUnavailable:
         return retryCrossBorder();
     case RequestStatus::Emergency:
-        logger->warn(QStringLiteral("В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"));
+        log->warn(QStringLiteral("В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"));
         return stop(http::ErrorKind::SalePermitted);
     case RequestStatus::IncorrectToken:
         m_client.notifyIncorrectToken();
         return Next::Stop;
     case RequestStatus::ProtocolError:
-        logger->error(QStringLiteral("Ошибка протокола"));
+        log->error(QStringLiteral("Ошибка протокола"));
         return Next::Stop;
     case RequestStatus::Timeout:
         if (isBudgetSpent()) {
-            logger->warn(QStringLiteral("Суммарное время ожидания ответа от сервера превысило %1 мсек."),
-                         qint64(m_operationTimeout.count()));
+            log->warn(QStringLiteral("Суммарное время ожидания ответа от сервера превысило %1 мсек."),
+                      qint64(m_operationTimeout.count()));
             return stop(http::ErrorKind::SalePermitted);
         }
         return leave(site, false);

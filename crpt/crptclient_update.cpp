@@ -140,7 +140,7 @@ void CrptClient::install(const CDNInfos& sites)
 QSharedPointer<RestClient> CrptClient::freshClient(const QString& alias, const QString& timeoutKey) const
 {
     constexpr int defaultTimeout = 10;  // seconds
-    const auto client = MockFactory<RestClient>::create();
+    auto client = MockFactory<RestClient>::create();
     client->setLogger(logger);
     client->setTargetAlias(alias);
     client->setTimeout(std::chrono::milliseconds(
@@ -187,7 +187,7 @@ CDNInfos CrptClient::checkHealth(const QJsonArray& listed, const QString& apiKey
 {
     const auto clock = MockFactory<CurrentTime>::create();
     CDNInfos healthy;
-    for (const QJsonValue& element : listed) {
+    for (const auto& element : listed) {
         const QString host = element.toObject().value(QLatin1String("host")).toString();
         if (host.isEmpty()) {
             continue;

@@ -38,7 +38,7 @@ CheckMarkingCodesResult gatherResults(const http::Response& reply)
 {
     CheckMarkingCodesResult whole;
     const QJsonArray results = reply.responseObject().value(QLatin1String("results")).toArray();
-    for (const QJsonValue& element : results) {
+    for (const auto& element : results) {
         gather(whole, CheckMarkingCodesResult(CheckMarkingCodesReply(reply, element.toObject())));
     }
     return whole;

@@ -106,7 +106,7 @@ CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesReply& r
         object.value(QLatin1String("version")).toString(),
     };
     const QJsonArray codes = object.value(QLatin1String("codes")).toArray();
-    for (const QJsonValue& code : codes) {
+    for (const auto& code : codes) {
         readCode(code.toObject(), request);
     }
 }
