@@ -210,7 +210,7 @@ TEST_F(RestClientTest, ConnectionIsEndedByCancelAllNowAndLater)
 
 TEST_F(RestClientTest, ConnectionThatCannotBeMadeNamesTheServer)
 {
-    auto gone = std::make_unique<ScriptedServer>(std::initializer_list{okReply()});
+    auto gone = std::make_unique<ScriptedServer>(std::initializer_list<ScriptedReply>{okReply()});
     const QUrl url = gone->url();
     EXPECT_EQ(get(url).status(), 200);
     gone.reset();

@@ -42,8 +42,8 @@ TEST(CodeEntry, EveryFlagFollowsItsFieldWhateverTheValueIs)
           Field{"realizable", Result::NotRealizable, false}, Field{"utilised", Result::NotUtilised, false},
           Field{"valid", Result::NotValid, false}, Field{"verified", Result::NotVerified, false},
           Field{"isOwner", Result::NotOwner, false}, Field{"isTracking", Result::NotTracking, false}}) {
-        const auto flagsWith = [&](const QByteArray& value) {
-            return flagsOf(parseEntry(R"("message": "m", ")" + name + "\": " + value));
+        const auto flagsWith = [field = name](const QByteArray& value) {
+            return flagsOf(parseEntry(R"("message": "m", ")" + field + "\": " + value));
         };
         EXPECT_EQ(flagsWith("true"), flaggedWhen ? flag : 0) << name.constData();
         EXPECT_EQ(flagsWith("false"), flaggedWhen ? 0 : flag) << name.constData();
