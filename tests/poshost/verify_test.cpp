@@ -208,4 +208,12 @@ TEST(Verify, LogGoesToTheFileAndNeverToStandardOutput)
     EXPECT_FALSE(run.output.contains("Проверка кодов")) << run.output.toStdString();
 }
 
+TEST(Verify, DocumentedSettingsAreAccepted)
+{
+    const ProcessOutcome run =
+        poshost({"--stand", "--config", SOURCE_FOLDER "/docs/till.ini", "verify", milk});
+    EXPECT_EQ(run.exitStatus, 0) << run.errors.toStdString();
+    EXPECT_EQ(run.errors, "Обращение к серверу...\n");
+}
+
 }  // namespace
