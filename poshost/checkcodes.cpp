@@ -12,6 +12,8 @@ namespace poshost {
 
 namespace {
 
+constexpr qint64 longestFile = 256 * 1024 * 1024;
+
 MarkingCode readCode(const QByteArray& bytes, const QString& where)
 {
     QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -37,10 +39,14 @@ QByteArray contentOf(const QString& name)
     const bool fromInput = name == QLatin1String("-");
     QFile file(name);
     const bool open = fromInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    QByteArray content = open ? file.readAll() : QByteArray();
+    QByteArray content = open ? file.read(longestFile + 1) : QByteArray();
     if (!open || file.error() != QFileDevice::NoError) {
         refuse(QStringLiteral("%1: cannot read the codes: %2; name a readable file with --codes-file")
                    .arg(fromInput ? QStringLiteral("standard input") : name, file.errorString()));
+    }
+    if (content.size() > longestFile) {
+        refuse(QStringLiteral("%1: longer than %2 bytes; check the codes in several runs")
+                   .arg(name, QString::number(longestFile)));
     }
     return content;
 }

@@ -42,14 +42,14 @@ QList<MarkingCode> codesFor(const Options& options)
 /// A till has been up for a while when its first sale comes, and the plug-in has found its sites.
 constexpr std::chrono::seconds warmUp{2};
 
-void startOnlineServices(Till& till, const SignalWatch& signals)
+void startOnlineServices(Till& till)
 {
     till.session().sendEvent(EActivityListener::OnlineServicesRefresh);
     if (till.settings().maintainsModules) {
         till.session().sendEvent(EActivityListener::LocalModulesSetUp);
     }
-    till.session().waitUntilIdle(signals.stopFd(), warmUp);
-    signals.throwIfReceived();
+    till.session().waitUntilIdle(till.signals().stopFd(), warmUp);
+    till.signals().throwIfReceived();
 }
 
 void warnOfMissingSettings(const HostSettings& settings)
@@ -59,18 +59,18 @@ void warnOfMissingSettings(const HostSettings& settings)
     }
 }
 
-int runVerify(const Options& options, const SignalWatch& signals)
+int runVerify(const Options& options)
 {
     const QList<MarkingCode> codes = codesFor(options);
-    Till till(options, signals, Log4Qt::Level::Warn);
+    Till till(options, Log4Qt::Level::Warn);
     Verification verification;
     verification.codes = codes;
     if (till.start()) {
         warnOfMissingSettings(till.settings());
         const ProgressLine progress;
-        startOnlineServices(till, signals);
+        startOnlineServices(till);
         verification = verify(codes, till.settings(), options.refund);
-        signals.throwIfReceived();
+        till.signals().throwIfReceived();
     }
     verification.notifications = till.notifications().all();
     if (options.json) {
@@ -85,11 +85,11 @@ int runVerify(const Options& options, const SignalWatch& signals)
     return verification.exitStatus();
 }
 
-int runPing(const Options& options, const SignalWatch& signals)
+int runPing(const Options& options)
 {
-    Till till(options, signals, Log4Qt::Level::Warn);
+    Till till(options, Log4Qt::Level::Warn);
     const Ping result = till.start() ? ping() : Ping();
-    signals.throwIfReceived();
+    till.signals().throwIfReceived();
     if (options.json) {
         printOut(toJson(result));
     } else if (result.isServed) {
@@ -109,9 +109,9 @@ void printNotification(const Notification& notification)
                        .arg(notification.id, notification.textId, notification.text));
 }
 
-int runEvents(const Options& options, const SignalWatch& signals)
+int runEvents(const Options& options)
 {
-    Till till(options, signals, Log4Qt::Level::Debug);
+    Till till(options, Log4Qt::Level::Debug);
     if (!till.start()) {
         return exitstatus::NotServed;
     }
@@ -119,8 +119,8 @@ int runEvents(const Options& options, const SignalWatch& signals)
     for (const int code : options.events) {
         printOut(QStringLiteral("событие %1\n").arg(code));
         till.session().sendEvent(code);
-        till.session().waitUntilIdle(signals.stopFd());
-        signals.throwIfReceived();
+        till.session().waitUntilIdle(till.signals().stopFd());
+        till.signals().throwIfReceived();
         for (const Notification& notification : till.notifications().all().sliced(printed)) {
             printNotification(notification);
             ++printed;
@@ -139,15 +139,15 @@ int listScenarios()
 
 }  // namespace
 
-int run(const Options& options, const SignalWatch& signals)
+int run(const Options& options)
 {
     switch (options.command) {
     case Command::Verify:
-        return runVerify(options, signals);
+        return runVerify(options);
     case Command::Ping:
-        return runPing(options, signals);
+        return runPing(options);
     case Command::Event:
-        return runEvents(options, signals);
+        return runEvents(options);
     case Command::Scenarios:
         return listScenarios();
     }

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "poshost/commandline.h"
-#include "poshost/signalwatch.h"
 
 namespace poshost {
 
 /// Does what the command line asks for and returns the exit status. Throws Failure.
-[[nodiscard]] int run(const Options& options, const SignalWatch& signals);
+[[nodiscard]] int run(const Options& options);
 
 }  // namespace poshost

@@ -1,4 +1,5 @@
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -12,7 +13,6 @@
 #include "poshost/exitstatus.h"
 #include "poshost/failure.h"
 #include "poshost/output.h"
-#include "poshost/signalwatch.h"
 
 namespace {
 
@@ -25,11 +25,11 @@ void useUtf8()
     }
 }
 
-int runAs(int argc, char** argv, const poshost::SignalWatch& signals)
+int runAs(int argc, char** argv)
 {
     try {
         const auto options = poshost::parseCommandLine(argc, argv);
-        return options ? poshost::run(*options, signals) : poshost::exitstatus::Good;
+        return options ? poshost::run(*options) : poshost::exitstatus::Good;
     } catch (const poshost::Failure& failure) {
         poshost::printNote(failure.line());
         return failure.exitStatus();
@@ -44,8 +44,8 @@ int runAs(int argc, char** argv, const poshost::SignalWatch& signals)
 int main(int argc, char** argv)
 {
     useUtf8();
-    const poshost::SignalWatch signals;
+    // A failed write is reported where it happens.
+    (void)std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication app(argc, argv);
-    const int status = runAs(argc, argv, signals);
-    return signals.received() != 0 ? 128 + signals.received() : status;
+    return runAs(argc, argv);
 }

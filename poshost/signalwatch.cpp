@@ -42,7 +42,6 @@ sigset_t blockSignals()
         }
     }
     pthread_sigmask(SIG_BLOCK, &watched, nullptr);
-    (void)std::signal(SIGPIPE, SIG_IGN);
     return watched;
 }
 

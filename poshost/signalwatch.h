@@ -10,10 +10,10 @@ namespace poshost {
 /// Ends the program in good order on SIGINT, SIGTERM and SIGHUP, unless its parent had them ignored.
 ///
 /// The first signal cancels every HTTP exchange of the process, so that a check that is running returns, and
-/// makes stopFd() readable; main() then takes everything down. When that takes too long, or on a second
-/// signal, the process ends at once. SIGPIPE is ignored: a failed write is reported where it happens.
+/// makes stopFd() readable; whoever waits then takes everything down. When that takes too long, or on a
+/// second signal, the process ends at once.
 ///
-/// Made first thing in main(), before any other thread: they must all inherit the blocked signals.
+/// Made before any other thread: they must all inherit the blocked signals.
 class SignalWatch
 {
 public:

@@ -30,7 +30,7 @@ namespace poshost {
 namespace {
 
 constexpr int readyTimeout = 30'000;  // milliseconds; a sanitizer build on a busy machine is slow
-constexpr int endTimeout = 500;       // milliseconds
+constexpr int endTimeout = 2'000;     // milliseconds
 
 QString systemError(int error)
 {

@@ -7,7 +7,7 @@
 
 namespace poshost {
 
-Till::Till(const Options& options, const SignalWatch& signals, Log4Qt::Level level)
+Till::Till(const Options& options, Log4Qt::Level level)
 {
     Config& config = *Singleton<Config>::instance();
     const QString file = settingsFile(options.configFile);
@@ -24,13 +24,13 @@ Till::Till(const Options& options, const SignalWatch& signals, Log4Qt::Level lev
         if (!options.stand) {
             printNote(QStringLiteral("no settings found, starting the test stand (as with --stand)"));
         }
-        m_stand.emplace(scenario.stand, signals);
+        m_stand.emplace(scenario.stand, m_signals);
         pointAtStand(config, m_stand->info());
         scenario.applySettings(config);
         m_settings = readHostSettings(config, options);
     }
     m_session.emplace(plugin);
-    signals.throwIfReceived();
+    m_signals.throwIfReceived();
 }
 
 bool Till::start()

@@ -17,11 +17,13 @@ class Till
 {
 public:
     /// `level` is the log's where nothing else is asked for. Throws Failure, and leaves nothing behind then.
-    Till(const Options& options, const SignalWatch& signals, Log4Qt::Level level);
+    Till(const Options& options, Log4Qt::Level level);
 
     /// Starts the plug-in and hands it the operator's hosts and keys. False, after a note, when it is idle.
     [[nodiscard]] bool start();
 
+    /// From the first moment of the till to its last, signals end it in good order.
+    [[nodiscard]] const SignalWatch& signals() const { return m_signals; }
     [[nodiscard]] const HostSettings& settings() const { return m_settings; }
     [[nodiscard]] const NotificationLog& notifications() const { return m_notifications; }
     [[nodiscard]] Session& session() { return *m_session; }
@@ -30,6 +32,7 @@ public:
     [[nodiscard]] static bool usesStand(const Options& options);
 
 private:
+    SignalWatch m_signals;
     HostSettings m_settings;
     std::optional<StandProcess> m_stand;
     NotificationLog m_notifications;
