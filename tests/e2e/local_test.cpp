@@ -44,7 +44,7 @@ void breakOnline(const MarkSim& stand)
 
 void setModule(const MarkSim& stand, const QString& name, const QJsonObject& change)
 {
-    stand.admin("PUT", "/modules/" + name, change);
+    stand.admin("PUT", "/modules/" + name, toJson(change));
 }
 
 class OfflineSale : public testing::Test

@@ -16,11 +16,10 @@ constexpr int LongWait = 60'000;  // milliseconds; far above anything that works
 
 ChildProcess::ChildProcess(const QString& program, const QStringList& arguments,
                            const QStringList& environment)
-    : m_mark(QStringLiteral("TEST_PROCESS_MARK=%1").arg(QUuid::createUuid().toString(QUuid::WithoutBraces)))
+    : m_mark("TEST_PROCESS_MARK=" + QUuid::createUuid().toByteArray())
 {
     QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    const QStringList added = environment + QStringList{m_mark};
-    for (const QString& variable : added) {
+    for (const QString& variable : environment + QStringList{m_mark}) {
         variables.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
     }
     m_process.setProcessEnvironment(variables);
@@ -50,6 +49,14 @@ void ChildProcess::giveInput(const QByteArray& input)
 {
     m_process.write(input);
     m_process.closeWriteChannel();
+}
+
+QByteArray ChildProcess::readLine()
+{
+    m_process.setReadChannel(QProcess::StandardOutput);
+    while (!m_process.canReadLine() && m_process.waitForReadyRead(LongWait)) {
+    }
+    return m_process.readLine();
 }
 
 bool ChildProcess::waitForError(const QByteArray& text)
@@ -86,13 +93,11 @@ ProcessOutcome ChildProcess::wait()
 QStringList ChildProcess::runningChildren() const
 {
     QStringList found;
-    const QStringList numbers =
-        QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[1-9]*")}, QDir::Dirs);
-    for (const QString& number : numbers) {
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(number));
-        QFile command(QStringLiteral("/proc/%1/cmdline").arg(number));
+    for (const QString& number : QDir("/proc").entryList({"[1-9]*"}, QDir::Dirs)) {
+        QFile environment("/proc/" + number + "/environ");
+        QFile command("/proc/" + number + "/cmdline");
         if (number.toLongLong() != m_process.processId() && environment.open(QIODevice::ReadOnly) &&
-            environment.readAll().contains(m_mark.toLatin1()) && command.open(QIODevice::ReadOnly)) {
+            environment.readAll().contains(m_mark) && command.open(QIODevice::ReadOnly)) {
             found << QString::fromLocal8Bit(command.readAll().replace('\0', ' ')).trimmed();
         }
     }

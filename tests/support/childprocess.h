@@ -28,16 +28,19 @@ public:
 
     /// Writes to its standard input and closes that.
     void giveInput(const QByteArray& input);
+    /// Its next line on standard output; empty when it ends or is silent for too long.
+    [[nodiscard]] QByteArray readLine();
     /// Waits until it has written `text` to standard error; false when it ends or is silent for too long.
     [[nodiscard]] bool waitForError(const QByteArray& text);
     void sendSignal(int number) const;
+    [[nodiscard]] qint64 processId() const { return m_process.processId(); }
     /// Waits until it has ended.
     ProcessOutcome wait();
 
 private:
     [[nodiscard]] QStringList runningChildren() const;
 
-    QString m_mark;
+    QByteArray m_mark;
     QProcess m_process;
     QByteArray m_errors;
 };

@@ -1,83 +1,57 @@
 #include "tests/support/marksim.h"
 
-#include <memory>
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
-#include <QDebug>
-#include <QFile>
 #include <QJsonDocument>
 
-#include <curl/curl.h>
+#include <gtest/gtest.h>
 
-namespace {
-
-constexpr int StartMilliseconds = 30'000;
-
-[[noreturn]] void fail(const QString& what)
-{
-    throw std::runtime_error(what.toStdString());
-}
-
-size_t collect(char* bytes, size_t size, size_t count, void* target)
-{
-    static_cast<QByteArray*>(target)->append(bytes, static_cast<qsizetype>(size * count));
-    return size * count;
-}
-
-QByteArray toJson(const QJsonValue& value)
-{
-    return value.isArray() ? QJsonDocument(value.toArray()).toJson()
-                           : QJsonDocument(value.toObject()).toJson();
-}
-
-}  // namespace
+using namespace std::chrono_literals;
 
 MarkSim::MarkSim(const QStringList& arguments, const QJsonObject& scenario)
 {
-    QStringList all = arguments;
-    all << QStringLiteral("--die-with-parent");
+    QStringList all = arguments + QStringList{"--die-with-parent"};
     if (!scenario.isEmpty()) {
-        QFile file(m_folder.filePath(QStringLiteral("scenario.json")));
-        if (!file.open(QIODevice::WriteOnly) || file.write(toJson(scenario)) < 0) {
-            fail(QStringLiteral("cannot write the scenario"));
+        if (!m_scenario.open() || m_scenario.write(toJson(scenario)) < 0 || !m_scenario.flush()) {
+            throw std::runtime_error("cannot write the scenario");
         }
-        all << QStringLiteral("--scenario") << file.fileName();
+        all << "--scenario" << m_scenario.fileName();
     }
-    m_process.setProgram(QStringLiteral(MARKSIM_PATH));
-    m_process.setArguments(all);
-    m_process.start();
-    while (!m_process.canReadLine()) {
-        if (!m_process.waitForReadyRead(StartMilliseconds)) {
-            fail(QStringLiteral("marksim does not start: ") +
-                 QString::fromUtf8(m_process.readAllStandardError()));
-        }
+    m_process.emplace(MARKSIM_PATH, all);
+    m_ready = QJsonDocument::fromJson(m_process->readLine()).object();
+    if (m_ready.isEmpty()) {
+        throw std::runtime_error("marksim does not start: " + end().errors.toStdString());
     }
-    m_ready = QJsonDocument::fromJson(m_process.readLine()).object();
 }
 
 MarkSim::~MarkSim()
 {
-    if (m_process.state() != QProcess::Running || m_process.waitForFinished(0)) {
-        qCritical("marksim ended before its time: %s", m_process.readAllStandardError().constData());
+    if (!m_ended) {
+        const ProcessOutcome outcome = end();
+        EXPECT_EQ(outcome.exitStatus, 0) << "marksim: " << outcome.errors.toStdString();
     }
-    m_process.terminate();
-    if (!m_process.waitForFinished(StartMilliseconds)) {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
+}
+
+ProcessOutcome MarkSim::end(int signal)
+{
+    m_ended = true;
+    m_process->sendSignal(signal);
+    return m_process->wait();
 }
 
 QString MarkSim::url(const QString& server) const
 {
     for (const char* group : {"operators", "sites", "modules"}) {
-        const QJsonArray servers = m_ready[QLatin1String(group)].toArray();
+        const QJsonArray servers = m_ready[group].toArray();
         for (const QJsonValue& entry : servers) {
             if (entry["name"].toString() == server) {
                 return entry["url"].toString();
             }
         }
     }
-    fail(QStringLiteral("no server ") + server);
+    throw std::runtime_error("no server " + server.toStdString());
 }
 
 QStringList MarkSim::operatorUrls() const
@@ -97,13 +71,18 @@ QJsonObject MarkSim::module(int number) const
 
 void MarkSim::behave(const QString& server, const QJsonValue& behaviours) const
 {
-    admin("PUT", QStringLiteral("/behaviours/") + server, behaviours);
+    admin("PUT", "/behaviours/" + server, toJson(behaviours));
+}
+
+void MarkSim::behave(const QString& server, const char* json) const
+{
+    admin("PUT", "/behaviours/" + server, json);
 }
 
 QList<QJsonObject> MarkSim::requests(const QString& server, const QString& method) const
 {
     QList<QJsonObject> found;
-    const QJsonArray all = admin("GET", QStringLiteral("/requests"))["requests"].toArray();
+    const QJsonArray all = admin("GET", "/requests")["requests"].toArray();
     for (const QJsonValue& request : all) {
         if ((server.isEmpty() || request["server"] == server) &&
             (method.isEmpty() || request["api"] == method)) {
@@ -115,34 +94,37 @@ QList<QJsonObject> MarkSim::requests(const QString& server, const QString& metho
 
 void MarkSim::forgetRequests() const
 {
-    admin("DELETE", QStringLiteral("/requests"));
+    admin("DELETE", "/requests");
 }
 
-QJsonValue MarkSim::admin(const char* verb, const QString& path, const QJsonValue& body) const
+HttpReply MarkSim::ask(const char* verb, const QString& path, const QByteArray& body) const
 {
-    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy(curl_easy_init(), &curl_easy_cleanup);
-    const QByteArray url = (m_ready["admin"].toString() + path).toUtf8();
-    const QByteArray json = body.isNull() ? QByteArray() : toJson(body);
-    QByteArray reply;
-    curl_easy_setopt(easy.get(), CURLOPT_URL, url.constData());
-    curl_easy_setopt(easy.get(), CURLOPT_PROXY, "");
-    curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy.get(), CURLOPT_CUSTOMREQUEST, verb);
-    curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, &collect);
-    curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &reply);
-    if (!json.isEmpty()) {
-        curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE, long(json.size()));
-        curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, json.constData());
+    return m_client.send(verb, m_ready["admin"].toString() + path, body);
+}
+
+QJsonValue MarkSim::admin(const char* verb, const QString& path, const QByteArray& body) const
+{
+    const HttpReply reply = ask(verb, path, body);
+    if (reply.status != 200) {
+        throw std::runtime_error(verb + path.toStdString() + ": " + reply.body.toStdString());
     }
-    long status = 0;
-    const CURLcode code = curl_easy_perform(easy.get());
-    curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (code != CURLE_OK || status != 200) {
-        fail(QStringLiteral("%1 %2: %3 %4")
-                 .arg(QLatin1String(verb), path)
-                 .arg(status)
-                 .arg(QString::fromUtf8(reply)));
+    return reply.json();
+}
+
+QByteArray toJson(const QJsonValue& value)
+{
+    const auto document = value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
+    return document.toJson(QJsonDocument::Compact);
+}
+
+bool eventually(const std::function<bool()>& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + 30s;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(5ms);
     }
-    const QJsonDocument document = QJsonDocument::fromJson(reply);
-    return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
+    return true;
 }

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <csignal>
+#include <functional>
+#include <optional>
+
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QProcess>
-#include <QString>
-#include <QStringList>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
+
+#include "tests/support/childprocess.h"
+#include "tests/support/httpclient.h"
 
 /// A marksim of its own for one test: started with ports that the system chooses, ended with the object.
+/// The test fails when it ends before that, or ends badly.
 class MarkSim
 {
 public:
@@ -24,20 +29,33 @@ public:
     [[nodiscard]] QStringList operatorUrls() const;
     [[nodiscard]] QString key() const { return m_ready["keys"].toArray().first().toString(); }
     [[nodiscard]] QJsonObject module(int number = 1) const;
-    [[nodiscard]] qint64 processId() const { return m_process.processId(); }
+    [[nodiscard]] qint64 processId() const { return m_process->processId(); }
 
     /// How a server ("site-1") or a group ("sites") behaves from now on: one behaviour or an array of them;
     /// an empty array makes it behave normally.
     void behave(const QString& server, const QJsonValue& behaviours) const;
+    void behave(const QString& server, const char* json) const;
     /// The requests that a server, or any, has had to one method, or any, in the order in which they came.
     [[nodiscard]] QList<QJsonObject> requests(const QString& server = {}, const QString& method = {}) const;
     void forgetRequests() const;
 
-    /// One exchange with the admin port; throws std::runtime_error unless it is answered with 200.
-    QJsonValue admin(const char* verb, const QString& path, const QJsonValue& body = {}) const;
+    /// One exchange with the admin port, whatever comes of it.
+    HttpReply ask(const char* verb, const QString& path, const QByteArray& body = {}) const;
+    /// The same; throws std::runtime_error unless it is answered with 200.
+    QJsonValue admin(const char* verb, const QString& path, const QByteArray& body = {}) const;
+
+    /// Ends it before the object does.
+    ProcessOutcome end(int signal = SIGTERM);
 
 private:
-    QTemporaryDir m_folder;
-    QProcess m_process;
+    QTemporaryFile m_scenario;
+    std::optional<ChildProcess> m_process;
     QJsonObject m_ready;
+    HttpClient m_client;
+    bool m_ended = false;
 };
+
+[[nodiscard]] QByteArray toJson(const QJsonValue& value);
+
+/// Waits until the condition holds; false when it does not hold for too long.
+[[nodiscard]] bool eventually(const std::function<bool()>& condition);
