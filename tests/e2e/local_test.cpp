@@ -1,19 +1,14 @@
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
 #include "tests/e2e/till.h"
-#include <orvex/actiondispatcher.h>
-#include <orvex/args.h>
 #include <orvex/eactivitylistener.h>
-#include <orvex/task.h>
 
-using namespace std::chrono_literals;
 using Result = CheckMarkingCodesResult;
 
 namespace {
-
-const QJsonArray Nothing;
 
 /// One [LMCHZ*] section as settings of a till.
 QStringList moduleSection(const QString& section, const QJsonObject& module, const QStringList& more = {})
@@ -22,59 +17,35 @@ QStringList moduleSection(const QString& section, const QJsonObject& module, con
                          "user=" + module["user"].toString(), "password=" + module["password"].toString(),
                          "token=" + module["token"].toString()};
     lines += more;
-    for (QString& line : lines) {
-        line.prepend(section + ':');
-    }
-    return lines;
-}
-
-QJsonObject onlineFor(const char* what)
-{
-    if (what == QLatin1String("down")) {
-        return {{"connect", "refuse"}};
-    }
-    return {{"method", "check"}, {"status", QString::fromLatin1(what).toInt()}};
+    return lines.replaceInStrings(QRegularExpression("^"), section + ':');
 }
 
 void breakOnline(const MarkSim& stand)
 {
-    stand.behave("sites", onlineFor("down"));
-    stand.behave("operators", onlineFor("down"));
+    stand.behave("sites", R"({"connect": "refuse"})");
+    stand.behave("operators", R"({"connect": "refuse"})");
 }
 
-void setModule(const MarkSim& stand, const QString& name, const QJsonObject& change)
+void expectOnlineResultUnchanged(Till& till)
 {
-    stand.admin("PUT", "/modules/" + name, toJson(change));
+    const Result result = till.verify({goods::Milk});
+    EXPECT_EQ(result.errorKind(), http::ErrorKind::Unreachable);
+    EXPECT_EQ(result.failedCodes[goods::Milk].status, Result::Status(Result::Unreachable));
 }
 
 class OfflineSale : public testing::Test
 {
 protected:
     MarkSim stand;
-    Till till{stand, moduleSection("LMCHZ1", stand.module(), {"timeout=2", "maintain=true"})};
+    Till till{stand, moduleSection("LMCHZ1", stand.module(), {"timeout=2"})};
 
-    void SetUp() override
-    {
-        till.connectOperator();
-        setModule(stand, "module-1", {{"state", "ready"}});
-    }
-
-    void expectOnlineResultUnchanged()
-    {
-        const Result result = till.verify({goods::Milk});
-        EXPECT_EQ(result.errorKind(), http::ErrorKind::Unreachable);
-        EXPECT_EQ(result.failedCodes[goods::Milk].status, Result::Status(Result::Unreachable));
-    }
+    void SetUp() override { till.connectOperator(); }
 };
 
 TEST_F(OfflineSale, VerdictsComeFromTheModule)
 {
     breakOnline(stand);
-    const QJsonArray listed = stand.admin("GET", "/goods")["goods"].toArray();
-    QList<MarkingCode> codes;
-    for (const QJsonValue& good : listed) {
-        codes << MarkingCode(good["code"].toString());
-    }
+    const QList<MarkingCode> codes = listedGoods(stand);
     const Result result = till.verify(codes);
     EXPECT_EQ(result.errorKind(), http::ErrorKind::None);
     EXPECT_EQ(result.status(), 0) << "the reply part of an offline result is empty";
@@ -89,89 +60,76 @@ TEST_F(OfflineSale, VerdictsComeFromTheModule)
     EXPECT_TRUE(till.logged("info Проверка в режиме офлайн"));
     EXPECT_TRUE(till.logged("debug  статус: ready"));
 
-    const QJsonObject request = stand.requests("module-1", "outCheck").value(0);
-    const QJsonArray asked =
-        QJsonDocument::fromJson(request["body"].toString().toUtf8())["cis_list"].toArray();
+    const QByteArray request = stand.requests("module-1", "outCheck").value(0)["body"].toString().toUtf8();
+    const QJsonArray asked = QJsonDocument::fromJson(request)["cis_list"].toArray();
     EXPECT_EQ(asked.size(), codes.size());
     EXPECT_EQ(asked.at(0), (QJsonObject{{"cis", codes.first().cis()}}));
 }
 
 TEST_F(OfflineSale, AlsoFollowsAnEmergencyButNotARefusalOrAMissingToken)
 {
-    stand.behave("sites", onlineFor("203"));
+    stand.behave("sites", R"({"method": "check", "status": 203})");
     EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::None);
     EXPECT_EQ(stand.requests("module-1", "outCheck").size(), 1);
 
     stand.forgetRequests();
-    stand.behave("sites", Nothing);
+    stand.behave("sites", "[]");
     EXPECT_TRUE(till.verify({goods::ExpiredKefir}).hasError(Result::Expired));
-    stand.behave("sites", onlineFor("401"));
+    stand.behave("sites", R"({"method": "check", "status": 401})");
     EXPECT_EQ(till.verify({goods::Milk}).status(), 401);
     EXPECT_TRUE(stand.requests("module-1").isEmpty());
 }
 
-TEST_F(OfflineSale, AModuleThatIsNotReadyLeavesTheOnlineResult)
+TEST_F(OfflineSale, AModuleThatIsNotReadyOrFailsLeavesTheOnlineResult)
 {
     breakOnline(stand);
-    for (const char* state : {"not_configured", "initialization", "sync_error"}) {
-        SCOPED_TRACE(state);
-        setModule(stand, "module-1", {{"state", state}, {"readyAfterMs", 3600000}});
-        expectOnlineResultUnchanged();
-        EXPECT_TRUE(till.logged(QString("debug  статус: ") + state));
+    for (const QString state : {"not_configured", "initialization", "sync_error"}) {
+        SCOPED_TRACE(state.toStdString());
+        stand.admin("PUT", "/modules/module-1", toJson(QJsonObject{{"state", state}}));
+        expectOnlineResultUnchanged(till);
+        EXPECT_TRUE(till.logged("debug  статус: " + state));
     }
     EXPECT_TRUE(stand.requests("module-1", "outCheck").isEmpty());
     EXPECT_EQ(till.log().count("warn ЛМЧЗ не готов к работе"), 3);
-}
 
-TEST_F(OfflineSale, AModuleThatFailsLeavesTheOnlineResult)
-{
-    breakOnline(stand);
-    const auto on = [](const char* method, QJsonObject behaviour) {
-        behaviour.insert("method", method);
-        return behaviour;
-    };
-    const QList<QJsonObject> faults = {
-        {{"connect", "refuse"}},
-        on("status", {{"status", 200}, {"body", QJsonObject{{"status", "Ready"}}}}),
-        on("status", {{"payload", "malformed"}}),
-        on("status", {{"silent", true}}),
-        on("outCheck", {{"status", 500}}),
-        on("outCheck", {{"silent", true}}),
-        on("outCheck", {{"cut", QJsonObject{{"after", 250}}}}),
-    };
-    for (const QJsonObject& fault : faults) {
-        SCOPED_TRACE(QJsonDocument(fault).toJson(QJsonDocument::Compact).toStdString());
+    stand.admin("PUT", "/modules/module-1", R"({"state": "ready"})");
+    for (const char* fault :
+         {R"({"connect": "refuse"})", R"({"method": "status", "body": {"status": "Ready"}})",
+          R"({"method": "status", "payload": "malformed"})", R"({"method": "status", "silent": true})",
+          R"({"method": "outCheck", "status": 500})", R"({"method": "outCheck", "silent": true})",
+          R"({"method": "outCheck", "cut": {"after": 250}})"}) {
+        SCOPED_TRACE(fault);
         stand.behave("module-1", fault);
-        expectOnlineResultUnchanged();
+        expectOnlineResultUnchanged(till);
     }
 }
 
 TEST_F(OfflineSale, OnlyTheRequestedCodesComeBackAsTheModuleLastSaidOfThem)
 {
-    breakOnline(stand);
-    const auto answers = [&](const QJsonObject& twist) {
-        stand.behave("module-1", QJsonObject{{"method", "outCheck"}, {"answers", twist}});
-        return till.verify({goods::Milk, goods::Water, goods::Milk});
+    struct Case
+    {
+        QJsonObject twist;
+        QList<MarkingCode> passed, failed;
     };
-    const QStringList milkWaterMilk = texts({goods::Milk, goods::Water, goods::Milk});
-
-    const Result leftOut = answers({{"omit", QJsonArray{goods::Milk.cis()}}});
-    EXPECT_EQ(texts(leftOut.passedCodes), texts({goods::Water}));
-    EXPECT_TRUE(leftOut.failedCodes.isEmpty());
-
-    EXPECT_EQ(texts(answers({{"repeat", QJsonArray{"*"}}, {"groups", 3}}).passedCodes), milkWaterMilk);
-
-    const Result contradicted = answers({{"contradict", QJsonArray{goods::Milk.cis()}}});
-    EXPECT_EQ(texts(contradicted.passedCodes), milkWaterMilk);
-    EXPECT_EQ(texts(contradicted.failedCodes.keys()), texts({goods::Milk}));
-    EXPECT_TRUE(contradicted.hasError(Result::Blocked));
-
-    EXPECT_EQ(texts(answers({{"add", QJsonArray{goods::ExpiredKefir.cis()}}}).passedCodes),
-              milkWaterMilk);
-
-    const Result silent = answers({{"groups", 0}});
-    EXPECT_TRUE(silent.passedCodes.isEmpty());
-    EXPECT_TRUE(silent.isSuccess());
+    const QList<MarkingCode> all{goods::Milk, goods::Water, goods::Milk};
+    const QJsonArray milk{goods::Milk.cis()};
+    const Case cases[] = {
+        {{{"omit", milk}}, {goods::Water}, {}},
+        {{{"repeat", QJsonArray{"*"}}, {"groups", 3}}, all, {}},
+        {{{"contradict", milk}}, all, {goods::Milk}},
+        {{{"add", QJsonArray{goods::ExpiredKefir.cis()}}}, all, {}},
+        {{{"groups", 0}}, {}, {}},
+    };
+    breakOnline(stand);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(toJson(c.twist).toStdString());
+        stand.behave("module-1", QJsonObject{{"method", "outCheck"}, {"answers", c.twist}});
+        const Result result = till.verify(all);
+        EXPECT_EQ(texts(result.passedCodes), texts(c.passed));
+        EXPECT_EQ(texts(result.failedCodes.keys()), texts(c.failed));
+        EXPECT_EQ(result.hasError(Result::Blocked), !c.failed.isEmpty());
+        EXPECT_EQ(result.isSuccess(), c.failed.isEmpty());
+    }
 }
 
 TEST(OfflineSaleWithSeveralModules, AsksTheOneWhoseTokenIsTheKeyOfTheCheck)
@@ -189,174 +147,113 @@ TEST(OfflineSaleWithSeveralModules, AsksTheOneWhoseTokenIsTheKeyOfTheCheck)
     EXPECT_EQ(stand.requests("module-2", "outCheck").size(), 1);
 }
 
-TEST(OfflineSaleWithAnUnknownToken, LeavesTheOnlineResult)
+TEST(OfflineSaleWithAWrongModuleSection, LeavesTheOnlineResultAndKeepsThePasswordOutOfTheLog)
 {
-    const MarkSim stand;
-    QJsonObject module = stand.module();
-    module["token"] = "another-token";
-    Till till(stand, moduleSection("LMCHZ1", module));
-    till.connectOperator();
-    breakOnline(stand);
-    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
-    EXPECT_TRUE(till.logged("error Токен для проверки товара в ЛМЧЗ не найден"));
-    EXPECT_TRUE(stand.requests("module-1").isEmpty());
-}
-
-TEST(OfflineSaleWithWrongCredentials, LeavesTheOnlineResultAndKeepsThePasswordOutOfTheLog)
-{
-    const MarkSim stand;
-    QJsonObject module = stand.module();
-    module["password"] = "not-the-password";
-    Till till(stand, moduleSection("LMCHZ1", module));
-    till.connectOperator();
-    breakOnline(stand);
-    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
-    EXPECT_EQ(stand.requests("module-1", "status").value(0)["status"].toInt(), 401);
-    EXPECT_FALSE(till.log().join('\n').contains("not-the-password"));
+    for (const QString wrong : {"token", "password"}) {
+        SCOPED_TRACE(wrong.toStdString());
+        const MarkSim stand;
+        QJsonObject module = stand.module();
+        module[wrong] = "not-the-right-one";
+        Till till(stand, moduleSection("LMCHZ1", module));
+        till.connectOperator();
+        breakOnline(stand);
+        expectOnlineResultUnchanged(till);
+        if (wrong == "token") {
+            EXPECT_TRUE(till.logged("error Токен для проверки товара в ЛМЧЗ не найден"));
+            EXPECT_TRUE(stand.requests("module-1").isEmpty());
+        } else {
+            EXPECT_EQ(stand.requests("module-1", "status").value(0)["status"], 401);
+            EXPECT_FALSE(till.log().join('\n').contains("not-the-right-one"));
+        }
+    }
 }
 
 struct MaintenanceCase
 {
     const char* name;
-    QStringList settings;   // of the module's section
-    QString state;          // of the module before the event
-    QJsonObject behaviour;  // of the module
-    QString method;         // that is called, empty for none
-    QJsonObject body;       // that is sent, without the token
-    QString notice;         // text id
+    const char* greyList;   // setting enableGreyList, empty for none
+    const char* state;      // of the module before the event
+    const char* behaviour;  // of the module
+    const char* method;     // that is called, empty for none
+    const char* notice;     // text id, empty for none
 };
 
 class Maintenance : public testing::TestWithParam<MaintenanceCase>
 {
 };
 
+QStringList maintained(const char* greyList)
+{
+    QStringList settings{"maintain=true"};
+    if (*greyList != '\0') {
+        settings << QString("enableGreyList=") + greyList;
+    }
+    return settings;
+}
+
+QList<QJsonObject> callsBesideStatus(const MarkSim& stand)
+{
+    QList<QJsonObject> calls = stand.requests("module-1");
+    calls.removeIf([](const QJsonObject& request) { return request["api"] == "status"; });
+    return calls;
+}
+
 TEST_P(Maintenance, FollowsTheConfigurationOnEvent96)
 {
     const auto& given = GetParam();
     const MarkSim stand;
-    Till till(stand, moduleSection("LMCHZ1", stand.module(), given.settings));
-    setModule(stand, "module-1", {{"state", given.state}});
-    if (!given.behaviour.isEmpty()) {
-        stand.behave("module-1", given.behaviour);
-    }
+    Till till(stand, moduleSection("LMCHZ1", stand.module(), maintained(given.greyList)));
+    stand.admin("PUT", "/modules/module-1", toJson(QJsonObject{{"state", given.state}}));
+    stand.behave("module-1", given.behaviour);
     Till::sendEvent(EActivityListener::LocalModulesSetUp);
 
-    QList<QJsonObject> calls = stand.requests("module-1");
-    calls.removeIf([](const QJsonObject& request) { return request["api"] == "status"; });
-    ASSERT_EQ(calls.size(), given.method.isEmpty() ? 0 : 1);
-    if (!given.method.isEmpty()) {
-        QJsonObject body = given.body;
-        body.insert("token", stand.module()["token"]);
+    const QList<QJsonObject> calls = callsBesideStatus(stand);
+    ASSERT_EQ(calls.size(), *given.method == '\0' ? 0 : 1);
+    if (!calls.isEmpty()) {
+        QJsonObject body{{"token", stand.module()["token"]}};
+        if (*given.greyList != '\0') {
+            body.insert("enableGreyList", given.greyList == QLatin1String("true"));
+        }
         EXPECT_EQ(calls[0]["api"].toString(), given.method);
         EXPECT_EQ(QJsonDocument::fromJson(calls[0]["body"].toString().toUtf8()).object(), body);
     }
-    const QList<Till::Notice> expected =
-        given.notice.isEmpty() ? QList<Till::Notice>() : QList<Till::Notice>{{"Lmchz", given.notice}};
-    EXPECT_EQ(till.notices(), expected);
+    const QString notice = QString("Lmchz|") + given.notice;
+    EXPECT_EQ(till.notices(), *given.notice == '\0' ? QStringList() : QStringList{notice});
 }
 
-QJsonObject refusing(const char* method, int status, const QJsonObject& body)
-{
-    return {{"method", method}, {"status", status}, {"body", body}};
-}
+constexpr const char* InitCode = R"({"method": "init", "status": 500, "body": {"errorCode": 17}})";
+constexpr const char* InitNoCode = R"({"method": "init", "status": 403, "body": {}})";
+constexpr const char* GreyInvalid = R"({"method": "greyList", "status": 400, "body": {"errorCode": 5}})";
+constexpr const char* GreyCode = R"({"method": "greyList", "status": 500, "body": {"errorCode": 5}})";
+constexpr const char* GreyEmpty = R"({"method": "greyList", "status": 500, "text": ""})";
+
+using Case = MaintenanceCase;
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, Maintenance,
     testing::Values(
-        MaintenanceCase{"initialises", {"maintain=true"}, "not_configured", {}, "init", {}, {}},
-        MaintenanceCase{"initialisesWithGreyList",
-                        {"maintain=true", "enableGreyList=false"},
-                        "not_configured",
-                        {},
-                        "init",
-                        {{"enableGreyList", false}},
-                        {}},
-        MaintenanceCase{"initRefused",
-                        {"maintain=true"},
-                        "not_configured",
-                        refusing("init", 500, {{"errorCode", 17}}),
-                        "init",
-                        {},
-                        "lmchzInitError17"},
-        MaintenanceCase{"initRefusedWithoutCode",
-                        {"maintain=true"},
-                        "not_configured",
-                        refusing("init", 403, {}),
-                        "init",
-                        {},
-                        "lmchzInitError"},
-        MaintenanceCase{"greyListOn",
-                        {"maintain=true", "enableGreyList=true"},
-                        "ready",
-                        {},
-                        "greyList",
-                        {{"enableGreyList", true}},
-                        {}},
-        MaintenanceCase{"greyListOff",
-                        {"maintain=true", "enableGreyList=false"},
-                        "ready",
-                        {},
-                        "greyList",
-                        {{"enableGreyList", false}},
-                        {}},
-        MaintenanceCase{"greyListUnsupported",
-                        {"maintain=true", "enableGreyList=true"},
-                        "ready",
-                        refusing("greyList", 400, {{"errorCode", 5}}),
-                        "greyList",
-                        {{"enableGreyList", true}},
-                        "lmchzGreyListInvalidOperation"},
-        MaintenanceCase{"greyListRefused",
-                        {"maintain=true", "enableGreyList=true"},
-                        "ready",
-                        refusing("greyList", 500, {{"errorCode", 5}}),
-                        "greyList",
-                        {{"enableGreyList", true}},
-                        "lmchzGreyListError5"},
-        MaintenanceCase{"greyListRefusedWithEmptyBody",
-                        {"maintain=true", "enableGreyList=true"},
-                        "ready",
-                        {{"method", "greyList"}, {"status", 500}, {"text", ""}},
-                        "greyList",
-                        {{"enableGreyList", true}},
-                        "lmchzGreyListError"},
-        MaintenanceCase{"readyWithoutGreyListSetting", {"maintain=true"}, "ready", {}, {}, {}, {}},
-        MaintenanceCase{
-            "notMaintained", {"maintain=false", "enableGreyList=true"}, "not_configured", {}, {}, {}, {}},
-        MaintenanceCase{"syncError", {"maintain=true"}, "sync_error", {}, {}, {}, {}}),
+        Case{"initialises", "", "not_configured", "[]", "init", ""},
+        Case{"initialisesWithGreyList", "false", "not_configured", "[]", "init", ""},
+        Case{"initRefused", "", "not_configured", InitCode, "init", "lmchzInitError17"},
+        Case{"initRefusedWithoutCode", "", "not_configured", InitNoCode, "init", "lmchzInitError"},
+        Case{"greyListOn", "true", "ready", "[]", "greyList", ""},
+        Case{"greyListOff", "false", "ready", "[]", "greyList", ""},
+        Case{"greyListUnsupported", "true", "ready", GreyInvalid, "greyList",
+             "lmchzGreyListInvalidOperation"},
+        Case{"greyListRefused", "true", "ready", GreyCode, "greyList", "lmchzGreyListError5"},
+        Case{"greyListRefusedWithEmptyBody", "true", "ready", GreyEmpty, "greyList", "lmchzGreyListError"},
+        Case{"readyWithoutGreyListSetting", "", "ready", "[]", "", ""},
+        Case{"syncError", "", "sync_error", "[]", "", ""}),
     [](const auto& maintenance) { return maintenance.param.name; });
 
-/// The text of the connection check's task; empty when the plug-in did not take the action.
-QString ping(const QString& plugin)
+TEST(UnmaintainedModule, IsLeftAsItIs)
 {
-    const control::Action action(control::EActionType::CheckConnection);
-    control::args::Plugin(action).setPluginName(plugin);
-    const auto results = Singleton<ActionDispatcher>::instance()->perform(action);
-    const auto task = action.value("pingTask").value<QSharedPointer<BasicTask>>();
-    EXPECT_EQ(results, QList{task ? EContext::Extended : EContext::Done});
-    return task ? Singleton<TaskManager>::instance()->start(task).get()->toString() : QString();
-}
-
-TEST(Ping, StopsAtTheFirstOperatorThatAnswers)
-{
-    const MarkSim stand({"--operators", "3"});
-    Till till(stand);
-    EXPECT_EQ(ping("CRPT"), "сервер доступен - false") << "no hosts";
-    till.connectOperator();
-    EXPECT_EQ(ping("lmchz"), QString());
-
-    EXPECT_EQ(ping("CrptService"), "сервер доступен - true");
-    EXPECT_EQ(stand.requests({}, "health").size(), 1);
-    const QString first = stand.requests({}, "health")[0]["server"].toString();
-    stand.behave(first, onlineFor("down"));
-    stand.forgetRequests();
-    EXPECT_EQ(ping("crpt"), "сервер доступен - true");
-    EXPECT_EQ(stand.requests({}, "health").size(), 1);
-
-    stand.behave("operators", QJsonObject{{"status", 500}});
-    stand.forgetRequests();
-    EXPECT_EQ(ping("crpt"), "сервер доступен - false");
-    EXPECT_EQ(stand.requests({}, "health").size(), 3);
+    const MarkSim stand;
+    const Till till(stand,
+                    moduleSection("LMCHZ1", stand.module(), {"maintain=false", "enableGreyList=true"}));
+    stand.admin("PUT", "/modules/module-1", R"({"state": "not_configured"})");
+    Till::sendEvent(EActivityListener::LocalModulesSetUp);
+    EXPECT_TRUE(callsBesideStatus(stand).isEmpty());
 }
 
 }  // namespace

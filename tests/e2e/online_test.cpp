@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <thread>
-
 #include <QJsonDocument>
 
 #include <gtest/gtest.h>
@@ -8,31 +5,17 @@
 #include "tests/e2e/till.h"
 #include <orvex/eactivitylistener.h>
 
-using namespace std::chrono_literals;
 using Result = CheckMarkingCodesResult;
 
 namespace {
-
-const QJsonArray Nothing;
 
 /// site-1 is the fastest, then site-2, then site-3.
 QJsonObject orderedSites()
 {
     const auto slow = [](int ms) {
-        return QJsonObject{{"behaviours", QJsonArray{QJsonObject{{"method", "health"}, {"latencyMs", ms}}}}};
+        return QJsonObject{{"behaviours", QJsonObject{{"method", "health"}, {"latencyMs", ms}}}};
     };
     return {{"servers", QJsonObject{{"site-2", slow(80)}, {"site-3", slow(160)}}}};
-}
-
-QJsonObject onCheck(QJsonObject behaviour)
-{
-    behaviour.insert("method", "check");
-    return behaviour;
-}
-
-QJsonObject crossBorderDown()
-{
-    return onCheck({{"status", 503}, {"body", QJsonObject{{"code", 5000}}}});
 }
 
 qsizetype checksAt(const MarkSim& stand, const QString& site)
@@ -57,13 +40,8 @@ protected:
 
 TEST_F(Sale, EveryGoodOfTheStandGetsItsVerdictAndAllFlagsAppear)
 {
-    QList<MarkingCode> codes;
-    const QJsonArray listed = stand.admin("GET", "/goods")["goods"].toArray();
-    for (const QJsonValue& good : listed) {
-        codes << MarkingCode(good["code"].toString());
-    }
-    const QString unlisted = "0104600000000001215zzzzz\u001d93zzzz";
-    codes << MarkingCode(unlisted);
+    const MarkingCode unlisted(QStringLiteral("0104600000000001215zzzzz\u001d93zzzz"));
+    const QList<MarkingCode> codes = listedGoods(stand) + QList{unlisted};
     const Result result = till.verify(codes);
 
     EXPECT_EQ(result.errorKind(), http::ErrorKind::None);
@@ -74,7 +52,7 @@ TEST_F(Sale, EveryGoodOfTheStandGetsItsVerdictAndAllFlagsAppear)
     }
     EXPECT_EQ(int(seen), 0x7FFC) << "every flag that a reply can carry";
     EXPECT_TRUE(result.hasError(Result::EStatus(0))) << "a code that fails by its message alone";
-    EXPECT_TRUE(result.failedCodes[MarkingCode(unlisted)].status.testFlag(Result::NotFound));
+    EXPECT_TRUE(result.failedCodes[unlisted].status.testFlag(Result::NotFound));
     EXPECT_TRUE(result.passedCodes.contains(goods::Milk));
     EXPECT_EQ(result.failedCodes[goods::ExpiredKefir].status, Result::Status(Result::Expired));
     EXPECT_EQ(result.requestInfos.size(), codes.size());
@@ -83,37 +61,25 @@ TEST_F(Sale, EveryGoodOfTheStandGetsItsVerdictAndAllFlagsAppear)
     EXPECT_FALSE(result.mrps.isEmpty());
 }
 
-TEST_F(Sale, TheRequestIsWhatTheOperatorExpects)
-{
-    till.verify({goods::Milk});
-    const QJsonObject request = stand.requests("site-1", "check").value(0);
-    EXPECT_EQ(request["method"].toString(), "POST") << QJsonDocument(request).toJson().toStdString();
-    EXPECT_EQ(request["path"].toString(), "/api/v4/true-api/codes/check");
-    EXPECT_EQ(QJsonDocument::fromJson(request["body"].toString().toUtf8()).object(),
-              (QJsonObject{{"codes", QJsonArray{goods::Milk.toString()}}}));
-    EXPECT_TRUE(till.logged("info Проверка кодов маркировок: [0104607026010011215rhTuv<GS>93VBOs]"));
-}
-
-TEST_F(Sale, ChecksOfOneTillUseOneConnection)
+TEST_F(Sale, ChecksAreWhatTheOperatorExpectsAndUseOneConnection)
 {
     till.verify({goods::Milk});
     till.verify({goods::Water});
     const auto checks = stand.requests("site-1", "check");
     ASSERT_EQ(checks.size(), 2);
-    EXPECT_EQ(checks[0]["connection"].toInt(), checks[1]["connection"].toInt());
+    EXPECT_EQ(checks[0]["method"].toString(), "POST");
+    EXPECT_EQ(checks[0]["path"].toString(), "/api/v4/true-api/codes/check");
+    EXPECT_EQ(QJsonDocument::fromJson(checks[0]["body"].toString().toUtf8()).object(),
+              (QJsonObject{{"codes", QJsonArray{goods::Milk.toString()}}}));
+    EXPECT_EQ(checks[0]["connection"], checks[1]["connection"]);
+    EXPECT_TRUE(till.logged("info Проверка кодов маркировок: [0104607026010011215rhTuv<GS>93VBOs]"));
 }
 
 struct Fault
 {
     const char* name;
-    QJsonObject behaviour;
-    bool byNetwork;
+    const char* behaviour;
 };
-
-std::ostream& operator<<(std::ostream& out, const Fault& fault)
-{
-    return out << fault.name;
-}
 
 class SaleWithABrokenSite : public Sale, public testing::WithParamInterface<Fault>
 {
@@ -132,129 +98,57 @@ TEST_P(SaleWithABrokenSite, IsServedByTheNextOneAndTheBrokenOneRests)
         till.logged("info Площадка " + stand.url("site-1") + " помечена как недоступная на 15 минут"));
     EXPECT_TRUE(till.logged("info Переключение на следующую CDN-площадку"));
 
-    stand.behave("site-1", Nothing);
+    stand.behave("site-1", "[]");
     stand.forgetRequests();
     expectAllPass(till.verify({goods::Milk}), {goods::Milk});
     EXPECT_EQ(checksAt(stand, "site-1"), 0) << "in quarantine";
     EXPECT_EQ(checksAt(stand, "site-2"), 1);
 }
 
-TEST_P(SaleWithABrokenSite, EndsWithAVerdictWhenAllSitesAreBroken)
-{
-    till.verify({goods::Milk});
-    stand.behave("sites", GetParam().behaviour);
-    stand.behave("operators", QJsonObject{{"status", 500}});
-    const Result result = till.verify({goods::Milk}, 20s);
-    if (GetParam().byNetwork) {
-        EXPECT_EQ(result.errorKind(), http::ErrorKind::Unreachable);
-        EXPECT_EQ(result.failedCodes[goods::Milk].status, Result::Status(Result::Unreachable));
-    } else {
-        // The operator's refusal to list sites is no network fault, so nothing forbids the sale.
-        EXPECT_EQ(result.errorKind(), http::ErrorKind::Unreachable);
-    }
-    EXPECT_TRUE(till.logged("warn Нет доступных площадок, пытаемся обновить список площадок"));
-    EXPECT_TRUE(till.logged("warn Не удалось обновить список площадок"));
-    EXPECT_TRUE(till.logged("warn Нет доступных площадок после обновления списка"));
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Faults, SaleWithABrokenSite,
-    testing::Values(Fault{"refused", {{"connect", "refuse"}}, true},
-                    Fault{"reset", onCheck({{"cut", QJsonObject{{"after", 0}, {"by", "reset"}}}}), true},
-                    Fault{"silent", onCheck({{"silent", true}}), false},
-                    Fault{"cut", onCheck({{"cut", QJsonObject{{"after", 300}, {"by", "reset"}}}}), true},
-                    Fault{"error500", onCheck({{"status", 500}}), false},
-                    Fault{"busy429", onCheck({{"status", 429}}), false},
-                    Fault{"forbidden403", onCheck({{"status", 403}}), true},
-                    Fault{"missing404", onCheck({{"status", 404}}), true}),
+    testing::Values(Fault{"refused", R"({"connect": "refuse"})"},
+                    Fault{"reset", R"({"method": "check", "cut": {"after": 0, "by": "reset"}})"},
+                    Fault{"silent", R"({"method": "check", "silent": true})"},
+                    Fault{"dripping", R"({"method": "check", "drip": {"bytes": 1, "everyMs": 500}})"},
+                    Fault{"cut", R"({"method": "check", "cut": {"after": 300, "by": "reset"}})"},
+                    Fault{"error500", R"({"method": "check", "status": 500})"},
+                    Fault{"busy429", R"({"method": "check", "status": 429})"},
+                    Fault{"forbidden403", R"({"method": "check", "status": 403})"},
+                    Fault{"missing404", R"({"method": "check", "status": 404})"}),
     [](const auto& fault) { return fault.param.name; });
 
-TEST_F(Sale, AllSitesOverloadedAndTheListFreshlyConfirmedPermitsTheSale)
+TEST_F(Sale, WithoutASiteOrAnOperatorIsRefusedAsUnreachable)
 {
     till.verify({goods::Milk});
-    // The fresh list brings the sites back once; then they are overloaded again.
-    stand.behave("sites", onCheck({{"status", 500}}));
+    stand.behave("sites", R"({"connect": "refuse"})");
+    stand.behave("operators", R"({"status": 500})");
     const Result result = till.verify({goods::Milk});
-    EXPECT_EQ(result.errorKind(), http::ErrorKind::SalePermitted);
-    expectAllPass(result, {goods::Milk});
-    EXPECT_EQ(stand.requests({}, "check").size(), 1 + 3 + 3);
-}
-
-TEST_F(Sale, EmergencyPermitsTheSaleAndQuarantinesNobody)
-{
-    stand.behave("sites", onCheck({{"status", 203}}));
-    const Result result = till.verify({goods::Milk, goods::ExpiredKefir});
-    EXPECT_EQ(result.errorKind(), http::ErrorKind::SalePermitted);
-    expectAllPass(result, {goods::Milk, goods::ExpiredKefir});
-    EXPECT_TRUE(till.logged("warn В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"));
-
-    stand.behave("sites", Nothing);
-    till.verify({goods::Milk});
-    EXPECT_EQ(checksAt(stand, "site-1"), 2);
-}
-
-TEST_F(Sale, CrossBorderFaultIsRetriedOnceOnTheSameSite)
-{
-    QJsonObject once = crossBorderDown();
-    once.insert("times", 1);
-    stand.behave("site-1", once);
-    expectAllPass(till.verify({goods::Milk}), {goods::Milk});
-    EXPECT_EQ(checksAt(stand, "site-1"), 2);
-    EXPECT_TRUE(till.logged("info Сервис трансграничной проверки кодов недоступен, повторный запрос"));
-}
-
-TEST_F(Sale, CrossBorderFaultThatStaysPermitsTheSale)
-{
-    stand.behave("sites", crossBorderDown());
-    const Result result = till.verify({goods::Milk});
-    EXPECT_EQ(result.errorKind(), http::ErrorKind::SalePermitted);
-    expectAllPass(result, {goods::Milk});
-    EXPECT_EQ(stand.requests({}, "check").size(), 2);
-    EXPECT_TRUE(
-        till.logged("warn Сервис трансграничной проверки кодов недоступен, добавление товара разрешено"));
+    EXPECT_EQ(result.errorKind(), http::ErrorKind::Unreachable);
+    EXPECT_EQ(result.failedCodes[goods::Milk].status, Result::Status(Result::Unreachable));
+    for (const char* line : {"warn Нет доступных площадок, пытаемся обновить список площадок",
+                             "warn Не удалось обновить список площадок",
+                             "warn Нет доступных площадок после обновления списка"}) {
+        EXPECT_TRUE(till.logged(line)) << line;
+    }
 }
 
 TEST_F(Sale, RefusedTokenIsShownToTheCashierUntilTheNextListUpdate)
 {
     till.verify({goods::Milk});
-    stand.behave("site-1", onCheck({{"status", 401}}));
+    stand.behave("site-1", R"({"method": "check", "status": 401})");
     const Result result = till.verify({goods::Milk});
     EXPECT_EQ(result.status(), 401);
     EXPECT_EQ(result.failedCodes[goods::Milk].status, Result::Status(Result::NotInReply));
     EXPECT_EQ(result.failedCodes[goods::Milk].errorCode, 401);
     EXPECT_TRUE(till.logged("error Ошибка авторизации"));
-    const Till::Notice notice{"Crpt", "crptIncorrectTokenErrorNotification"};
-    const Till::Notice withdrawal{"Crpt", {}};
-    EXPECT_EQ(till.notices(), (QList<Till::Notice>{withdrawal, notice}));
+    const QString withdrawal = "Crpt|";
+    const QString notice = "Crpt|crptIncorrectTokenErrorNotification";
+    EXPECT_EQ(till.notices(), (QStringList{withdrawal, notice}));
 
     Till::sendEvent(EActivityListener::OnlineServicesRefresh);
-    for (int i = 0; till.notices().size() < 3 && i < 1000; ++i) {
-        std::this_thread::sleep_for(10ms);
-    }
-    EXPECT_EQ(till.notices(), (QList<Till::Notice>{withdrawal, notice, withdrawal}));
-}
-
-TEST_F(Sale, BudgetSpentOnASilentSitePermitsTheSale)
-{
-    till.verify({goods::Milk});
-    stand.behave("sites", onCheck({{"silent", true}}));
-    const auto begin = std::chrono::steady_clock::now();
-    const Result result = till.verify({goods::Milk}, 3s, 2s);
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, 3s);
-    EXPECT_EQ(result.errorKind(), http::ErrorKind::SalePermitted);
-    EXPECT_TRUE(result.isTimeout());
-    expectAllPass(result, {goods::Milk});
-    EXPECT_TRUE(till.logged("warn Суммарное время ожидания ответа от сервера превысило 3000 мсек."));
-    EXPECT_EQ(stand.requests({}, "check").size(), 1 + 2)
-        << "the second attempt gets what is left of the budget";
-}
-
-TEST_F(Sale, ASiteInDeepSleepStillLeavesTimeForTheNext)
-{
-    till.verify({goods::Milk});
-    stand.behave("site-1", onCheck({{"drip", QJsonObject{{"bytes", 1}, {"everyMs", 500}}}}));
-    expectAllPass(till.verify({goods::Milk}, 10s, 2s), {goods::Milk});
-    EXPECT_EQ(checksAt(stand, "site-2"), 1);
+    EXPECT_TRUE(eventually([&] { return till.notices().size() > 2; }));
+    EXPECT_EQ(till.notices(), (QStringList{withdrawal, notice, withdrawal}));
 }
 
 TEST(SaleWithSeveralOperators, KnowsTheSitesOfAllAndUsesTheKeyThatWorks)
@@ -266,60 +160,13 @@ TEST(SaleWithSeveralOperators, KnowsTheSitesOfAllAndUsesTheKeyThatWorks)
                                 {"operator-2", QJsonObject{{"lists", QJsonArray{"site-2", "site-3"}}}}}}};
     const MarkSim stand({}, scenario);
     Till till(stand);
-    till.connectOperator(stand.operatorUrls(), {"good-key-0001", "bad-key-00001"});
+    till.connectOperator({"good-key-0001", "bad-key-00001"});
     expectAllPass(till.verify({goods::Milk}), {goods::Milk});
 
     // The newest key is tried first, refused, and the older one brings the sites.
     EXPECT_EQ(stand.requests("operator-1", "info").size(), 2);
     EXPECT_EQ(stand.requests("operator-2", "info").size(), 2);
     EXPECT_EQ(stand.requests({}, "health").size(), 3);
-}
-
-TEST(SaleWithAHeldBackSearch, DoesNotAskTheOperatorAgainWithinTheInterval)
-{
-    const MarkSim stand;
-    Till till(stand, {"CRPT:updateInfoInterval=2"});
-    till.connectOperator();
-    stand.behave("operators", QJsonObject{{"connect", "refuse"}});
-    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
-    const auto searched = till.log().count("info Получение списка CDN-площадок");
-    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
-    EXPECT_EQ(till.log().count("info Получение списка CDN-площадок"), searched);
-
-    std::this_thread::sleep_for(2s);  // the plug-in's own interval, on the real clock
-    stand.behave("operators", Nothing);
-    expectAllPass(till.verify({goods::Milk}), {goods::Milk});
-}
-
-TEST(SaleWithoutKeys, IsPermittedWithoutAskingAnybody)
-{
-    const MarkSim stand;
-    Till till(stand);
-    till.connectOperator(stand.operatorUrls(), {});
-    const Result result = till.verify({goods::Milk});
-    EXPECT_EQ(result.errorKind(), http::ErrorKind::SalePermitted);
-    EXPECT_TRUE(till.logged("warn Нет ключей для работы с CDN-площадками"));
-    EXPECT_TRUE(stand.requests().isEmpty());
-}
-
-TEST(PlugIn, StaysIdleWhenNoSectionUsesIt)
-{
-    const MarkSim stand;
-    const Till till(stand, {"MarkedGoods:markverifycrptservice=turon"});
-    EXPECT_FALSE(till.isWorking());
-    EXPECT_TRUE(
-        till.logged("warn В настоящий момент сервис верификации 'crpt' не используется ни одним плагином "
-                    "для проверок маркировок"));
-}
-
-TEST(PlugIn, WorksAgainAfterItWasUnloadedAndLoadedAgain)
-{
-    const MarkSim stand;
-    for (int load = 0; load < 3; ++load) {
-        Till till(stand);
-        till.connectOperator();
-        expectAllPass(till.verify({goods::Milk}), {goods::Milk});
-    }
 }
 
 TEST(SaleOverTls, IsServedWithTheTrustedCertificateAndRefusesOthers)
@@ -329,7 +176,7 @@ TEST(SaleOverTls, IsServedWithTheTrustedCertificateAndRefusesOthers)
     till.connectOperator();
     expectAllPass(till.verify({goods::Milk}), {goods::Milk});
 
-    stand.behave("site-1", QJsonObject{{"certificate", "self-signed"}});
+    stand.behave("site-1", R"({"certificate": "self-signed"})");
     Till::sendEvent(EActivityListener::NetworkUp);  // a new HTTP client, so a new handshake
     expectAllPass(till.verify({goods::Milk}), {goods::Milk});
     EXPECT_EQ(checksAt(stand, "site-2"), 1);

@@ -1,62 +1,46 @@
 #pragma once
 
-#include <chrono>
-#include <mutex>
-
-#include <QList>
-#include <QString>
-#include <QStringList>
-
-#include "result/checkmarkingcodesresult.h"
+#include "contracts/verify.h"
+#include "tests/doubles/logwatch.h"
+#include "tests/doubles/noticewatch.h"
+#include "tests/doubles/printers.h"
+#include "tests/doubles/settings.h"
 #include "tests/support/marksim.h"
-#include "tests/support/printers.h"
-#include <log4qt/logmanager.h>
-#include <orvex/baseactivitylistener.h>
 #include <orvex/pluginloader.h>
 
 /// A host in the test's process: loads the plug-in library as a till does and plays against a marksim.
-class Till : public BaseActivityListener
+class Till
 {
 public:
-    /// A notification as it was sent; an empty `textId` withdraws.
-    struct Notice
-    {
-        QString id;
-        QString textId;
-        friend bool operator==(const Notice&, const Notice&) = default;
-    };
-
     /// Loads the plug-in and calls init(). `settings` are lines "section:key=value" on top of a configuration
     /// in which [MarkedGoods] uses the service.
     explicit Till(const MarkSim& stand, const QStringList& settings = {});
-    ~Till() override;
+    ~Till();
+    Till(const Till&) = delete;
+    Till& operator=(const Till&) = delete;
 
-    [[nodiscard]] bool isWorking() const { return m_working; }
-
-    /// Sends the init event with these hosts and keys; without arguments with the stand's.
-    void connectOperator();
-    void connectOperator(const QStringList& hosts, const QStringList& keys);
+    /// Sends the init event with the stand's hosts and these keys.
+    void connectOperator(const QStringList& keys);
+    void connectOperator() { connectOperator({m_stand.key()}); }
 
     static void sendEvent(int code);
 
     /// Performs a verification action with the stand's first key.
-    CheckMarkingCodesResult verify(const QList<MarkingCode>& codes,
-                                   std::chrono::seconds operationTimeout = std::chrono::seconds(20),
-                                   std::chrono::seconds requestTimeout = std::chrono::seconds(2));
+    CheckMarkingCodesResult verify(const QList<MarkingCode>& codes);
 
-    void handleEvent(const Event& event) override;
-    [[nodiscard]] QList<Notice> notices() const;
-    /// The lines logged so far by the plug-in, "level text" each.
-    [[nodiscard]] QStringList log() const;
-    [[nodiscard]] bool logged(const QString& line) const { return log().contains(line); }
+    /// The notices so far, "<id>|<text id>" each; "<id>|" withdraws.
+    [[nodiscard]] QStringList notices();
+    /// The lines logged so far, "<level> <text>" each.
+    [[nodiscard]] QStringList log() { return m_log += m_logWatch.take(); }
+    [[nodiscard]] bool logged(const QString& line) { return log().contains(line); }
 
 private:
     const MarkSim& m_stand;
+    Settings m_settings{{"MarkedGoods:markverifycrptservice", "crpt"}};
+    LogWatch m_logWatch;
+    NoticeWatch m_noticeWatch;
     PluginLoader m_loader;
-    bool m_working = false;
-
-    mutable std::mutex m_mutex;
-    QList<Notice> m_notices;
+    QStringList m_notices;
     QStringList m_log;
 };
 
@@ -68,3 +52,6 @@ inline const MarkingCode ExpiredKefir(QStringLiteral("0104607026010028215mPG0t\u
 }  // namespace goods
 
 QStringList texts(const QList<MarkingCode>& codes);
+
+/// Every good that the stand knows.
+QList<MarkingCode> listedGoods(const MarkSim& stand);
