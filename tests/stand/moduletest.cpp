@@ -23,8 +23,7 @@ protected:
         return ask("POST", "/api/v2/cis/outCheck", toJson(QJsonObject{{"cis_list", list}}));
     }
 
-    /// What the module answers: codes with a blank before each, blocked ones with '!' behind, groups apart by
-    /// '|'.
+    /// What the module answers: " code" each, blocked ones with "!", and "|" between groups.
     QString verdicts(const QStringList& codes)
     {
         QStringList groups;
