@@ -29,6 +29,7 @@ bool verify()
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, "crpt");
     arguments.setMarkingCodes({MarkingCode("A")});
+    arguments.setApiKey("key");
     const bool served = perform(action) == EContext::Done;
     const auto result = arguments.verifyResult();
     EXPECT_EQ(result.passedCodes.size() + result.failedCodes.size(), served ? 1 : 0);
@@ -47,7 +48,9 @@ void sendInitEvent(int round)
 
 TEST(PluginUnderLoad, ServesEverythingAtOnceAndNothingAfterItsEnd)
 {
-    const Settings settings{{"Motp:id", "1"}};
+    const Settings settings{{"Motp:id", "1"},           {"LMCHZ:enable", "true"},
+                            {"LMCHZ:token", "key"},     {"LMCHZ:url", "http://m"},
+                            {"LMCHZ:maintain", "true"}, {"LMCHZ:enableGreyList", "true"}};
     SimulatedClock clock;
     clock.onSleep = [] { std::this_thread::yield(); };
     const LogWatch log;
@@ -59,8 +62,19 @@ TEST(PluginUnderLoad, ServesEverythingAtOnceAndNothingAfterItsEnd)
     http.script("op" + base + "/cdn/info",
                 {says(200, {{"hosts", QJsonArray{QJsonObject{{"host", "http://s"}}}}})});
     http.script("s" + base + "/cdn/health/check", {says(200, {{"code", 0}})});
-    http.script("s" + base + "/codes/check", {says(500, {}), says(404, {}), says(401, {}), says(429, {}),
-                                              says(200, {{"codes", QJsonArray{QJsonObject{{"cis", "A"}}}}})});
+    http.script("s" + base + "/codes/check",
+                {says(500, {}), says(404, {}), says(401, {}), says(429, {}), says(203, {}),
+                 says(200, {{"codes", QJsonArray{QJsonObject{{"cis", "A"}}}}})});
+    const QJsonObject passed{{"codes", QJsonArray{QJsonObject{{"cis", "A"}, {"isCheckedOffline", true}}}}};
+    http.script("m/api/v2/status",
+                {says(200, {{"status", "not_configured"}}), says(200, {{"status", "ready"}})});
+    http.script("m/api/v2/init", {says(200, {})});
+    http.script("m/api/v2/greyList", {says(200, {})});
+    std::atomic<int> offline = 0;
+    http.script("m/api/v2/cis/outCheck", {[&](const SentRequest&) {
+                    ++offline;
+                    return reply(200, {{"results", QJsonArray{passed}}});
+                }});
     auto service = std::make_unique<CrptService>();
     ASSERT_TRUE(service->init());
 
@@ -72,7 +86,7 @@ TEST(PluginUnderLoad, ServesEverythingAtOnceAndNothingAfterItsEnd)
         sendInitEvent,
         [&](int round) {
             clock.advance(std::chrono::seconds(60));
-            const int code = std::array{10, 11, 172}[size_t(round) % 3];
+            const int code = std::array{10, 11, 172, 96}[size_t(round) % 4];
             Singleton<ActivityNotifier>::instance()->sendEvent(Event(code));
         },
     };
@@ -84,7 +98,7 @@ TEST(PluginUnderLoad, ServesEverythingAtOnceAndNothingAfterItsEnd)
             }
         });
     }
-    for (int pings = 0; pings < 20 || served < 20; ++pings) {
+    for (int pings = 0; pings < 20 || served < 20 || offline < 5; ++pings) {
         EXPECT_NE(service->pingCrptServers(), nullptr);
     }
     service.reset();
