@@ -1,0 +1,301 @@
+#include "tests/model/realside.h"
+
+#include <algorithm>
+
+#include <QJsonArray>
+
+#include <config/config.h>
+#include <log4qt/logmanager.h>
+#include <orvex/events.h>
+
+using namespace Qt::StringLiterals;
+using std::chrono::milliseconds;
+
+namespace {
+
+qint64 untilOf(const CdnInfo& site)
+{
+    return site.unavailableUntil.isValid() ? site.unavailableUntil.toMSecsSinceEpoch() : -1;
+}
+
+}  // namespace
+
+/// Takes what becomes of a check's updates from the schedule, and keeps the records of the sites.
+class RealSide::Client : public CrptClient
+{
+public:
+    explicit Client(World& world)
+        : m_world(world)
+    {
+    }
+    UpdateInfoStatus updateInfo() override
+    {
+        const int scripted = m_world.updateCall().n[Step::Outcome];
+        return scripted == 1   ? UpdateInfoStatus::AlreadyRunning
+               : scripted == 2 ? UpdateInfoStatus::NoKeys
+                               : CrptClient::updateInfo();
+    }
+    CDNInfos checkHealth(const QJsonArray& listed, const QString& apiKey) const override
+    {
+        CDNInfos found = CrptClient::checkHealth(listed, apiKey);
+        measured += found;
+        return found;
+    }
+
+    mutable QList<QSharedPointer<CdnInfo>> measured;
+
+private:
+    World& m_world;
+};
+
+RealSide::RealSide()
+{
+    for (int i = 0; i < Addresses.size() * 3; ++i) {
+        static const QStringList paths = {u"/cdn/info"_s, u"/cdn/health/check"_s, u"/codes/check"_s};
+        m_methods.insert(QUrl(Bases[i / 3] + u"/api/v4/true-api"_s + paths[i % 3]), i);
+    }
+    MockFactory<CurrentTime>::mocked = this;
+    MockFactory<RestClient>::mocked = this;
+    m_cashier = Singleton<ActivityNotifier>::instance()->addTriggerBefore(
+        EActivityListener::ErrorNotification, [this](const Event& event) {
+            const events::ErrorNotification notice(event);
+            const tr::Tr text = notice.notification();
+            m_world->record("notice", {}, notice.id() + u'|' + text.id() + u'|' + text.ru());
+        });
+    Log4Qt::LogManager::configure(
+        {.level = Log4Qt::Level::Debug, .file = u"/dev/null"_s, .pattern = u"%v"_s, .secrets = true});
+    Log4Qt::LogManager::setWatcher([this](const Log4Qt::LogRecord& line) {
+        m_world->record(line.logger == "crptclient"_L1 ? "log" : "foreign", {int(line.level)}, line.text);
+        sawLine(line.text);
+    });
+}
+
+RealSide::~RealSide()
+{
+    Log4Qt::LogManager::setWatcher({});
+    MockFactory<RestClient>::mocked = nullptr;
+    MockFactory<CurrentTime>::mocked = nullptr;
+}
+
+void RealSide::begin(World& world)
+{
+    static const QStringList keys = {u"CRPT:updateInfoInterval"_s, u"CRPT:getInfoTimeout"_s,
+                                     u"CRPT:healthCheckTimeout"_s};
+    static const std::array defaults = {-1, 10, 10};
+    static std::array inForce = defaults;
+    m_world = &world;
+    if (const std::array wanted = {world.setting(0), world.setting(1), world.setting(2)}; inForce != wanted) {
+        inForce = wanted;
+        Singleton<Config>::instance()->clear();
+        for (size_t i = 0; i < wanted.size(); ++i) {
+            if (wanted[i] != defaults[i]) {
+                Singleton<Config>::instance()->setValue(keys[int(i)], QString::number(wanted[i]));
+            }
+        }
+    }
+    m_inForce = {};
+    m_set = {};
+    m_violation.clear();
+    m_client = std::make_unique<Client>(world);
+    m_client->onStart();
+    world.otherUpdate = [this] { m_world->record("updated", {int(m_client->CrptClient::updateInfo())}); };
+}
+
+void RealSide::end()
+{
+    m_client.reset();
+}
+
+void RealSide::perform(const Step& step)
+{
+    if (step.kind == Step::AddHost) {
+        m_client->addHost(QUrl(Addresses[step.n[0]]), Owners[step.n[1]]);
+    } else if (step.kind == Step::AddKey) {
+        m_client->addKey(u"key-%1"_s.arg(step.n[0]), Owners[step.n[1]]);
+    } else if (step.kind == Step::HostEvent) {
+        Singleton<ActivityNotifier>::instance()->sendEvent(Event(HostEvents[size_t(step.n[0])]));
+    } else if (step.kind == Step::Update) {
+        m_world->otherUpdate();
+    } else if (step.kind == Step::Check) {
+        check(step);
+    } else if (step.kind == Step::Pass) {
+        m_world->pass(step.n[0], step.n[1]);
+    } else if (const auto& measured = m_client->measured; !measured.isEmpty()) {
+        measured[step.n[0] % measured.size()]->markAsUnavailable(currentDateTime().addMSecs(step.n[1]),
+                                                                 step.n[2] != 0);
+    }
+    for (const auto& site : m_client->measured) {
+        m_world->record("site", {site->available, untilOf(*site), site->networkError, site->responseTime},
+                        site->host);
+    }
+}
+
+void RealSide::check(const Step& step)
+{
+    QList<MarkingCode> requested;
+    QJsonArray texts;
+    for (const int code : codesOf(step)) {
+        requested.append(MarkingCode(CodeTexts[code]));
+        texts.append(CodeTexts[code]);
+    }
+    const QString key = u"check-%1"_s.arg(step.n[Step::Key]);
+    const milliseconds budget(givenLimit(step, Step::Budget));
+    const milliseconds limit(givenLimit(step, Step::Limit));
+    m_call = {
+        {{u"X-API-KEY"_s, key}}, limitInForce(step, Step::Budget), limitInForce(step, Step::Limit), {}, 0,
+        m_world->wallAhead};
+    lookAtSites();
+    if (step.n[Step::Direct] != 0) {
+        recordResponse(m_client->request(m_call.headers, QJsonDocument(QJsonObject{{u"codes"_s, texts}}),
+                                         budget, limit));
+        return;
+    }
+    m_call.headers.insert({{u"Content-Type"_s, u"application/json"_s},
+                           {u"Accept"_s, u"application/json"_s},
+                           {u"Connection"_s, u"keep-alive"_s}});
+    const auto result = m_client->checkMarkingCodes(key, requested, budget, limit);
+    recordResponse(result);
+    recordVerdicts(result, requested);
+}
+
+void RealSide::recordResponse(const http::Response& response)
+{
+    m_world->record(
+        "result",
+        {int(response.errorKind()), response.status(), response.isTimeout(), response.isNetworkError()},
+        response.url().toString(QUrl::FullyEncoded) + u'|' + response.errorText().id(), response.body());
+}
+
+void RealSide::recordVerdicts(const CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+{
+    for (const MarkingCode& code : result.passedCodes) {
+        m_world->record("passed", {}, code.toString());
+    }
+    for (auto failed = result.failedCodes.begin(); failed != result.failedCodes.end(); ++failed) {
+        m_world->record(
+            "failed", {failed->status.toInt(), failed->errorCode, failed->object == result.responseObject()},
+            failed.key().toString() + u'|' + failed->message);
+    }
+    for (const MarkingCode& code : requested) {
+        if (result.passedCodes.contains(code) == result.failedCodes.contains(code) &&
+            result.errorKind() != http::ErrorKind::NoToken) {
+            violated(u"not exactly one verdict for "_s + code.toReadable());
+        }
+    }
+}
+
+// The doubles
+
+QDateTime RealSide::currentDateTime() const
+{
+    return QDateTime::fromMSecsSinceEpoch(m_world->wall(), Qt::UTC);
+}
+
+std::chrono::nanoseconds RealSide::monotonic() const
+{
+    return std::chrono::nanoseconds(m_world->monotonic());
+}
+
+void RealSide::sleepFor(milliseconds duration) const
+{
+    m_world->pause(duration.count());
+    lookAtSites();
+}
+
+http::Response RealSide::get(const QUrl& url, const QJsonDocument& body, const Headers& headers)
+{
+    return exchange(url, body, headers, false);
+}
+
+http::Response RealSide::post(const QUrl& url, const QJsonDocument& body, const Headers& headers)
+{
+    return exchange(url, body, headers, true);
+}
+
+http::Response RealSide::request(const QUrl& url, const QJsonDocument& body, const Headers& headers)
+{
+    return exchange(url, body, headers, !body.isEmpty());
+}
+
+http::Response RealSide::exchange(const QUrl& url, const QJsonDocument& body, const Headers& headers,
+                                  bool posted)
+{
+    const int id = m_methods.value(url, World::CodesCheck - 3);
+    const auto method = World::Method((id + 3) % 3);
+    const bool isCheck = method == World::CodesCheck;
+    const QString key = headers.value(u"X-API-KEY"_s);
+    const Headers plain = {
+        {u"X-API-KEY"_s, key}, {u"Accept"_s, u"application/json"_s}, {u"Connection"_s, u"close"_s}};
+    const bool asExpected = posted == isCheck && headers == (isCheck ? m_call.headers : plain);
+
+    const Setup set = std::exchange(m_set, {});
+    qint64 limit = set.timeout;
+    std::optional<qint64> end;
+    if (set.deadline) {
+        limit =
+            set.deadline->isForever() ? std::numeric_limits<qint64>::max() : set.deadline->deadlineNSecs();
+        end = set.deadline->isForever() ? end : limit;
+    } else if (limit > 0) {
+        end = m_world->monotonic() + limit * 1'000'000;
+    }
+    m_world->record("request", {id, limit, set.deadline.has_value(), set.isNew, asExpected},
+                    set.alias + u'|' + key + (id < 0 ? u'|' + url.toString() : QString()),
+                    body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact));
+    if (isCheck) {
+        sawAttempt(Addresses.value(id / 3), end);
+    }
+    http::Response response = responseOf(m_world->answer(method, end));
+    response.setUrl(url);
+    m_world->record("class", {CrptClient::getRequestStatus(response)});
+    lookAtSites();
+    return response;
+}
+
+// What must be true whatever the rules say in detail
+
+void RealSide::sawLine(const QString& text)
+{
+    if (text == u"Получение списка CDN-площадок") {
+        m_updateBegan = m_client->measured.size();
+    } else if (text.startsWith(u"Выбрана CDN: ")) {
+        m_inForce = {m_updateBegan, m_client->measured.size()};
+    }
+    if (m_client != nullptr) {
+        lookAtSites();
+    }
+}
+
+void RealSide::lookAtSites() const
+{
+    m_listed.clear();
+    for (qsizetype i = m_inForce.first; i < m_inForce.second; ++i) {
+        m_listed.push_back(*m_client->measured[i]);
+    }
+}
+
+void RealSide::sawAttempt(const QString& host, std::optional<qint64> deadline)
+{
+    const qint64 now = m_world->monotonic();
+    m_call.start = m_call.start.value_or(now);
+    const auto isPast = [&](qint64 from, std::optional<qint64> limit) {
+        return limit && (!deadline || *deadline > from + *limit * 1'000'000);
+    };
+    if (isPast(*m_call.start, m_call.budget) || isPast(now, m_call.limit)) {
+        violated(u"a deadline past the budget or the attempt's own limit"_s);
+    }
+    // A site is asked anew only once a quarantine is over, and one of them after a cross-border failure.
+    const qint64 quarantines = (m_world->wallAhead - m_call.wallAhead) / 900'000;
+    if (++m_call.attempts > 1 + m_client->measured.size() * (1 + quarantines)) {
+        violated(u"too many attempts"_s);
+    }
+    if (std::none_of(m_listed.begin(), m_listed.end(), [&](const CdnInfo& site) {
+            return site.host == host && (site.available || untilOf(site) < m_world->wall());
+        })) {
+        violated(u"asked in quarantine: "_s + host);
+    }
+}
+
+void RealSide::violated(const QString& what)
+{
+    m_violation = m_violation.isEmpty() ? what : m_violation;
+}

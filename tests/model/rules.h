@@ -1,0 +1,98 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "tests/model/world.h"
+
+/// How often each thing that can happen has happened, so that a run can show that nothing was left out. Can
+/// be shared between a process and its children.
+struct Coverage
+{
+    static constexpr size_t Kinds = 57;  ///< how many things can happen
+
+    std::array<std::pair<const char*, std::uint64_t>, Kinds + 10> times{};  ///< ends with a null name
+
+    void count(const char* what, std::uint64_t times = 1);
+};
+
+/// The rules of the online client, stated a second time and as plainly as possible: no locks, no network, no
+/// concern for cost. It does what a schedule says in a world of its own.
+class Rules
+{
+public:
+    Rules(World& world, Coverage& coverage);
+    void perform(const Step& step);
+
+private:
+    struct Site
+    {
+        int address;
+        qint32 time;
+        bool available = true;
+        qint64 until = -1;
+        bool networkError = false;
+    };
+    using Sites = std::vector<std::shared_ptr<Site>>;
+    struct Answer
+    {
+        int kind = 0;
+        const Step* reply = nullptr;
+        QString url;
+        bool kept = false;  ///< from an earlier site-list request
+    };
+    enum Level { Debug = 1, Info, Warn, Error };
+
+    void addHost(int host, const QString& owner);
+    void addKey(const QString& key, const QString& owner);
+    [[nodiscard]] QStringList keysOf(int host) const;
+
+    int updateInfo();
+    int runUpdate();
+    Sites sitesOf(int host);
+    std::vector<int> siteList(int host, const QString& key);
+    Sites measure(const std::vector<int>& listed, const QString& key);
+    void notifyIncorrectToken();
+
+    [[nodiscard]] bool isAvailable(const Site& site) const;
+    [[nodiscard]] bool hasAvailable() const;
+    [[nodiscard]] int kindWithoutSites() const;
+    void search(int& status);
+    Answer request(const Step& check);
+    Answer walk(const Step& check, int status);
+    Answer post(const Step& check, const Site& site, qint64 total);
+
+    void check(const Step& check);
+    void recordVerdicts(const Answer& answer, const std::vector<int>& requested);
+
+    const Step& ask(World::Method method, int address, const QString& key, qint64 limit,
+                    const QByteArray& body = {});
+    static QString toText(const QString& text) { return text; }
+    static QString toText(qint64 number) { return QString::number(number); }
+    template <class... Values>
+    void log(Level level, const char* text, const Values&... values)
+    {
+        coverage.count(text);
+        const QString message = QString::fromUtf8(text);
+        if constexpr (sizeof...(values) == 0) {
+            world.record("log", {level}, message);
+        } else {
+            world.record("log", {level}, message.arg(toText(values)...));
+        }
+    }
+
+    World& world;
+    Coverage& coverage;
+    std::map<int, QString> hosts;
+    std::vector<std::pair<QString, QString>> keys;  // owner and key, newest first
+    std::map<int, bool> incorrectToken;
+    std::map<int, const Step*> requestStates;
+    Sites sites;
+    Sites everMeasured;
+    bool updateSucceeded = true;
+    bool updateRunning = false;
+    bool clientMade = true;
+    qint64 lastRefresh = 0;
+};

@@ -1,0 +1,97 @@
+#include "tests/model/world.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+constexpr int TooManyPauses = 100;
+constexpr int TooManyRequests = 2000;
+constexpr qint64 NanosecondsPerHour = 3'600'000'000'000;
+constexpr qint64 SomeDay = 1'767'355'200'000;  // 2026-01-02T12:00Z
+}  // namespace
+
+QString Entry::toText() const
+{
+    QString line = QString::fromLatin1(what).leftJustified(8);
+    for (const qint64 number : numbers) {
+        line += QString::number(number) + u' ';
+    }
+    return line + text + u' ' + QString::fromUtf8(body);
+}
+
+World::World(const Schedule& schedule)
+    : m_schedule(schedule)
+{
+    for (const Step& step : schedule) {
+        m_settings = step.kind == Step::Setting ? step.n : m_settings;
+    }
+    m_monotonic = m_settings[3] * NanosecondsPerHour + 123'456;
+    m_wallStart = SomeDay - m_monotonic / 1'000'000;
+}
+
+void World::pass(qint64 milliseconds, int wallStepSeconds)
+{
+    passNanoseconds(milliseconds * 1'000'000, wallStepSeconds);
+}
+
+void World::passNanoseconds(qint64 nanoseconds, int wallStepSeconds)
+{
+    const qint64 before = wall();
+    m_monotonic += nanoseconds;
+    m_wallSteps += wallStepSeconds * 1000LL;
+    clockSteps += wallStepSeconds != 0;
+    wallAhead += std::max<qint64>(0, wall() - before);
+}
+
+const Step& World::next(Step::Kind kind)
+{
+    static std::array<Step, Step::KindCount> plainest;
+    size_t& cursor = m_cursor[kind];
+    while (cursor < m_schedule.size() && m_schedule[cursor].kind != kind) {
+        ++cursor;
+    }
+    plainest[kind].kind = kind;
+    return cursor < m_schedule.size() ? m_schedule[cursor++] : plainest[kind];
+}
+
+const Step& World::answer(Method method, std::optional<qint64> limit)
+{
+    if (++requests > TooManyRequests) {
+        throw Runaway("requests without end");
+    }
+    const Step& reply = next(Step::Kind(Step::ListReply + int(method)));
+    if (reply.n[Step::Nested] != 0 && method != CodesCheck) {
+        otherUpdate();
+    }
+    qint64 takes = reply.n[Step::Latency] * 1000LL;
+    if (method == HealthCheck) {
+        // No two sites of a list may be equally fast: their order would be open.
+        takes = (takes / 1'000'000 * 64 + m_probes++ % 64) * 1'000'000 + takes % 1'000'000;
+    } else if (reply.n[Step::ToLimit] != 0 && limit) {
+        const qint64 left = std::max<qint64>(0, *limit - m_monotonic);
+        takes = reply.n[Step::ToLimit] == 1 ? left + takes : std::max<qint64>(0, left - 1'000'000);
+    }
+    passNanoseconds(takes, reply.n[Step::WallStep]);
+    return reply;
+}
+
+const Step& World::updateCall()
+{
+    const Step& call = next(Step::UpdateCall);
+    pass(call.n[Step::Takes], call.n[Step::WallStepAfter]);
+    m_othersEnd = call.n[Step::OthersEnd] != 0;
+    return call;
+}
+
+void World::pause(qint64 milliseconds)
+{
+    record("pause", {milliseconds});
+    if (++m_pauses > TooManyPauses) {
+        throw Runaway("pauses without end");
+    }
+    pass(milliseconds);
+    if (std::exchange(m_othersEnd, false)) {
+        otherUpdate();
+    }
+}
