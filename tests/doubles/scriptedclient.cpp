@@ -3,7 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+namespace {
+std::atomic<int> created = 0;
+}
+
 ScriptedClient::ScriptedClient()
+    : m_number(++created)
 {
     MockFactory<RestClient>::mocked = this;
 }
@@ -26,10 +31,13 @@ std::vector<SentRequest> ScriptedClient::take()
     return std::exchange(m_sent, {});
 }
 
-int ScriptedClient::clientsSetUp()
+ScriptedClient::PerThread& ScriptedClient::own() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_clientsSetUp;
+    static thread_local PerThread mine;
+    if (mine.owner != m_number) {
+        mine = {m_number, {}, {}};
+    }
+    return mine;
 }
 
 void ScriptedClient::setTimeout(int seconds)
@@ -39,27 +47,23 @@ void ScriptedClient::setTimeout(int seconds)
 
 void ScriptedClient::setTimeout(std::chrono::milliseconds timeout)
 {
-    const std::lock_guard lock(m_mutex);
     own().settings.timeout = timeout;
     own().settings.deadline = QDeadlineTimer(QDeadlineTimer::Forever);
 }
 
 void ScriptedClient::setDeadline(const QDeadlineTimer& deadline)
 {
-    const std::lock_guard lock(m_mutex);
     own().settings.timeout = {};
     own().settings.deadline = deadline;
 }
 
 void ScriptedClient::setTargetAlias(const QString& alias)
 {
-    const std::lock_guard lock(m_mutex);
     own().settings.alias = alias;
 }
 
 void ScriptedClient::setLogger(const Log4Qt::Logger* logger)
 {
-    const std::lock_guard lock(m_mutex);
     own().settings.logger = logger;
     ++m_clientsSetUp;
 }
@@ -78,7 +82,6 @@ http::Response ScriptedClient::post(const QUrl& url, const QJsonDocument& body,
 
 http::Response ScriptedClient::lastResponse() const
 {
-    const std::lock_guard lock(m_mutex);
     return own().last;
 }
 
@@ -90,20 +93,18 @@ int ScriptedClient::lastError() const
 http::Response ScriptedClient::exchange(const QString& method, const QUrl& url, const QJsonDocument& body,
                                         const QHash<QString, QString>& headers)
 {
-    SentRequest request;
+    SentRequest request = own().settings;
+    request.method = method;
+    request.url = url;
+    request.headers = headers;
+    request.body = body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact);
     Answer answer;
     {
         const std::lock_guard lock(m_mutex);
-        request = own().settings;
-        request.method = method;
-        request.url = url;
-        request.headers = headers;
-        request.body = body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact);
         m_sent.push_back(request);
         answer = answerTo(url);
     }
     const http::Response response = answer(request);  // may take its time, or make requests of its own
-    const std::lock_guard lock(m_mutex);
     own().last = response;
     return response;
 }

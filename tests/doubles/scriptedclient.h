@@ -1,9 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include <network/restclient.h>
@@ -42,7 +42,7 @@ public:
     /// The requests since the last call, in order.
     [[nodiscard]] std::vector<SentRequest> take();
     /// How many clients were given a logger: as good as created, since each is given one.
-    [[nodiscard]] int clientsSetUp();
+    [[nodiscard]] int clientsSetUp() const { return m_clientsSetUp; }
 
     void setTimeout(int seconds) override;
     void setTimeout(std::chrono::milliseconds timeout) override;
@@ -59,6 +59,7 @@ public:
 private:
     struct PerThread
     {
+        int owner = 0;
         SentRequest settings;
         http::Response last;
     };
@@ -66,13 +67,14 @@ private:
     http::Response exchange(const QString& method, const QUrl& url, const QJsonDocument& body,
                             const QHash<QString, QString>& headers);
     Answer answerTo(const QUrl& url);
-    PerThread& own() const { return m_threads[std::this_thread::get_id()]; }
+    [[nodiscard]] PerThread& own() const;
 
-    mutable std::mutex m_mutex;
-    mutable std::map<std::thread::id, PerThread> m_threads;
+    const int m_number;
+    std::atomic<int> m_clientsSetUp = 0;
+    std::mutex
+        m_mutex;  // guards what follows; the settings do without, it would hide what the tests look for
     std::map<QString, std::vector<Answer>> m_scripts;  // the next answer is the last element
     std::vector<SentRequest> m_sent;
-    int m_clientsSetUp = 0;
 };
 
 /// A complete reply.
