@@ -136,7 +136,7 @@ int LmchzClient::getStatus(const QString& token)
         logger->error(QStringLiteral("Токен для проверки товара в ЛМЧЗ не найден"));
         return static_cast<int>(LmchzStatus::Unknown);
     }
-    currentToken = token;
+    QString(token).swap(currentToken);  // the old text is let go here, where ThreadSanitizer sees it
     const http::Response reply = createClient()->get(getUrl(Status), QJsonDocument(), getHeaders());
     const QString text = reply.responseObject().value(QLatin1String("status")).toString();
     logger->debug(QStringLiteral(" статус: %1"), text);
