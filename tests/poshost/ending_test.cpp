@@ -17,7 +17,7 @@ TEST_P(SignalMidCheck, EndsCleanlyAndLeavesNothingBehind)
 {
     const int number = GetParam();
     ChildProcess process(POSHOST_PATH,
-                         {"--scenario", "slow-site", "verify", "--json", "--request-timeout", "600",
+                         {"--scenario", "silence", "verify", "--json", "--request-timeout", "600",
                           "--operation-timeout", "600"},
                          cleanEnvironment());
     ASSERT_TRUE(process.waitForError("Обращение к серверу..."));
@@ -36,8 +36,10 @@ INSTANTIATE_TEST_SUITE_P(Ending, SignalMidCheck, testing::Values(SIGINT, SIGTERM
 
 TEST(Ending, StandDiesWithAKilledPoshost)
 {
-    ChildProcess process(POSHOST_PATH, {"--scenario", "slow-site", "verify", "--request-timeout", "600"},
-                         cleanEnvironment());
+    ChildProcess process(
+        POSHOST_PATH,
+        {"--scenario", "silence", "verify", "--request-timeout", "600", "--operation-timeout", "600"},
+        cleanEnvironment());
     ASSERT_TRUE(process.waitForError("Обращение к серверу..."));
 
     process.sendSignal(SIGKILL);

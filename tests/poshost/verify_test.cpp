@@ -213,7 +213,7 @@ TEST(Verify, DocumentedSettingsAreAccepted)
     const ProcessOutcome run =
         poshost({"--stand", "--config", SOURCE_FOLDER "/docs/till.ini", "verify", milk});
     EXPECT_EQ(run.exitStatus, 0) << run.errors.toStdString();
-    EXPECT_EQ(run.errors, "Обращение к серверу...\n");
+    EXPECT_FALSE(run.errors.contains("poshost: ")) << run.errors.toStdString();
 }
 
 }  // namespace
