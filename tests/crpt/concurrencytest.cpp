@@ -125,8 +125,7 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
             Singleton<ActivityNotifier>::instance()->sendEvent(
                 Event(std::array{10, 11, 172}[size_t(round) % 3]));
             clock.advance(seconds(1));
-        },
-    };
+        }};
     std::vector<std::thread> threads;
     threads.emplace_back(checks);
     threads.emplace_back(checks);

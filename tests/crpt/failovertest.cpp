@@ -39,8 +39,8 @@ TEST_F(Failover, TakesOrLeavesEveryKindOfReplyAtEveryPlace)
         Answers replies;
         ErrorKind outcome;
         QStringList lines;
-        bool leaves = false;
         qsizetype requests = 1;
+        bool leaves = false;
     };
     const Kind kinds[] = {
         {"ok", {says(200, Ok)}, ErrorKind::None, {}},
@@ -52,25 +52,14 @@ TEST_F(Failover, TakesOrLeavesEveryKindOfReplyAtEveryPlace)
          {"warn В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"}},
         {"refused key", {says(401)}, ErrorKind::None, {"error Ошибка авторизации"}},
         {"protocol error", {says(400)}, ErrorKind::None, {"error Ошибка протокола"}},
-        {"foreign systems down",
-         {says(500, Foreign)},
-         ErrorKind::SalePermitted,
-         {RetryLine, NoRetryLine},
-         false,
-         2},
-        {"foreign systems down once",
-         {says(503, Foreign), says(200, Ok)},
-         ErrorKind::None,
-         {RetryLine},
-         false,
-         2},
-        {"server error", {says(500)}, ErrorKind::None, {}, true},
-        {"overloaded", {says(429)}, ErrorKind::None, {}, true},
-        {"not found", {says(404)}, ErrorKind::None, {}, true},
-        {"forbidden", {says(403)}, ErrorKind::None, {}, true},
-        {"refused connection", {answers(cutOff())}, ErrorKind::None, {}, true},
-        {"time-out", {answers(timedOut())}, ErrorKind::None, {}, true},
-    };
+        {"foreign systems down", {says(500, Foreign)}, ErrorKind::SalePermitted, {RetryLine, NoRetryLine}, 2},
+        {"foreign systems down once", {says(503, Foreign), says(200, Ok)}, ErrorKind::None, {RetryLine}, 2},
+        {"server error", {says(500)}, ErrorKind::None, {}, 1, true},
+        {"overloaded", {says(429)}, ErrorKind::None, {}, 1, true},
+        {"not found", {says(404)}, ErrorKind::None, {}, 1, true},
+        {"forbidden", {says(403)}, ErrorKind::None, {}, 1, true},
+        {"refused connection", {answers(cutOff())}, ErrorKind::None, {}, 1, true},
+        {"time-out", {answers(timedOut())}, ErrorKind::None, {}, 1, true}};
     for (const Kind& kind : kinds) {
         for (qsizetype place = 0; place < 3; ++place) {
             SCOPED_TRACE(kind.name);
@@ -130,12 +119,9 @@ TEST_F(Failover, RetriesForForeignSystemsOnceInAllSitesTogether)
 
 TEST_F(Failover, KeepsASiteOutOfServiceFor15Minutes)
 {
-    struct Case
-    {
-        int milliseconds;
-        const char* asked;
-    };
-    for (const Case& c : {Case{899'999, "check s2"}, Case{900'000, "check s2"}, Case{900'001, "check s1"}}) {
+    const std::pair<int, const char*> cases[] = {
+        {899'999, "check s2"}, {900'000, "check s2"}, {900'001, "check s1"}};
+    for (const auto& [passed, visited] : cases) {
         for (const Answer& failure :
              {says(500), says(429), answers(cutOff()), answers(timedOut(), seconds(1))}) {
             startWithSites({"s1", "s2"});
@@ -143,9 +129,9 @@ TEST_F(Failover, KeepsASiteOutOfServiceFor15Minutes)
             check("s2", {says(200, Ok)});
             request();
             forget();
-            clock.advance(milliseconds(c.milliseconds));
+            clock.advance(milliseconds(passed));
             request();
-            EXPECT_THAT(asked(), ElementsAre(c.asked)) << c.milliseconds;
+            EXPECT_THAT(asked(), ElementsAre(visited)) << passed;
         }
     }
 }
@@ -191,8 +177,7 @@ TEST_F(TimeBudget, IsSpentAtItsEndAndNotBefore)
     const std::pair<nanoseconds, ErrorKind> cases[] = {
         {seconds(5) - nanoseconds(1), ErrorKind::None},
         {seconds(5), ErrorKind::SalePermitted},
-        {seconds(5) + nanoseconds(1), ErrorKind::SalePermitted},
-    };
+        {seconds(5) + nanoseconds(1), ErrorKind::SalePermitted}};
     for (const auto& [taken, outcome] : cases) {
         startWithSites({"s1", "s2"});
         answerChecks({answers(timedOut(), taken), says(200, Ok)});

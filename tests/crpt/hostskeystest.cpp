@@ -7,20 +7,10 @@ using testing::IsEmpty;
 
 namespace {
 
-class MethodUrl : public CrptClientTest
-{
-};
-
-TEST_F(MethodUrl, KeepsTheHostsOwnPathInFront)
+TEST_F(CrptClientTest, MakesUrlsThatKeepTheHostsOwnPathInFront)
 {
     start(false);
-    struct Case
-    {
-        const char* host;
-        int method;
-        const char* url;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"https://h", 1, "https://h/api/v4/true-api/cdn/info"},
         {"https://h/", 2, "https://h/api/v4/true-api/cdn/health/check"},
         {"http://h:8080", 3, "http://h:8080/api/v4/true-api/codes/check"},
@@ -29,10 +19,9 @@ TEST_F(MethodUrl, KeepsTheHostsOwnPathInFront)
         {"https://h/prefix//", 1, "https://h/prefix//api/v4/true-api/cdn/info"},
         {"https://h/%D1%87%20z/", 1, "https://h/%D1%87%20z/api/v4/true-api/cdn/info"},
         {"https://h", 0, "https://h/api/v4/true-api"},
-        {"https://h/", 4, "https://h/api/v4/true-api"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(client->getUrl(c.host, CdnMethod(c.method)).toString(QUrl::FullyEncoded), c.url);
+        {"https://h/", 4, "https://h/api/v4/true-api"}};
+    for (const auto& [host, method, url] : cases) {
+        EXPECT_EQ(client->getUrl(host, CdnMethod(method)).toString(QUrl::FullyEncoded), url);
     }
 }
 
@@ -104,11 +93,7 @@ TEST_F(HostsAndKeys, MayBeAskedByWhoeverReadsTheLog)
     EXPECT_THAT(asked(), ElementsAre("info a"));
 }
 
-class StandingClient : public CrptClientTest
-{
-};
-
-TEST_F(StandingClient, IsMadeAtTheStartAndAnewOnHostEvents)
+TEST_F(CrptClientTest, MakesItsHttpClientAtTheStartAndAnewOnHostEvents)
 {
     auto* const notifier = Singleton<ActivityNotifier>::instance();
     client = std::make_unique<CrptClient>();

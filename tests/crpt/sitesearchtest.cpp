@@ -34,27 +34,21 @@ TEST_F(SearchBeforeAWalk, FindsTheSitesOfTheFirstCheck)
 
 TEST_F(SearchBeforeAWalk, ThatFailsAnswersWithTheReplyOfTheFirstOperator)
 {
-    struct Case
-    {
-        Answer answer;
-        int status;
-    };
-    for (const Case& c :
-         {Case{says(401, {{"code", 3}}), 401}, Case{answers(cutOff()), 0}, Case{lists({}), 200}}) {
+    for (const Answer& answer : {says(401, {{"code", 3}}), answers(cutOff()), lists({})}) {
         start();
         client->addHost(QUrl("http://op0"), "nobody");
         client->addHost(QUrl("http://op2"), "nobody");
         client->addKey("key", "nobody");
-        info("op0", {c.answer});
+        info("op0", {answer});
         info("op1", {says(500)});
         info("op2", {says(500)});
         forget();
         const http::Response response = request();
         EXPECT_EQ(response.errorKind(), ErrorKind::Unreachable);
-        EXPECT_EQ(response.status(), c.status);
+        EXPECT_EQ(response.status(), answer({}).status());
         EXPECT_EQ(response.url(), QUrl("http://op0" + Base + "/cdn/info"));
-        EXPECT_EQ(response.body(), c.answer({}).body());
-        EXPECT_EQ(response.errorText(), c.answer({}).errorText());
+        EXPECT_EQ(response.body(), answer({}).body());
+        EXPECT_EQ(response.errorText(), answer({}).errorText());
         EXPECT_EQ(log.take().last(), NoneLine);
     }
 }
@@ -69,31 +63,24 @@ TEST_F(SearchBeforeAWalk, WithoutKeysPermitsTheSaleUnlessTheNetworkFailed)
 
 TEST_F(SearchBeforeAWalk, IsHeldBackForAWhileAfterOneThatFailed)
 {
-    struct Case
-    {
-        const char* interval;
-        std::chrono::nanoseconds passed;
-        bool heldBack;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, std::chrono::nanoseconds, bool> cases[] = {
         {"60", seconds(60) - std::chrono::nanoseconds(1), true},
         {"60", seconds(60), false},
         {"0", seconds(0), false},
         {"-1", seconds(0), false},
-        {"sixty", seconds(0), false},
-    };
-    for (const Case& c : cases) {
-        settings.set("CRPT:updateInfoInterval", c.interval);
+        {"sixty", seconds(0), false}};
+    for (const auto& [interval, passed, heldBack] : cases) {
+        settings.set("CRPT:updateInfoInterval", interval);
         start();
         info("op1", {says(401)});
         request();
         forget();
-        clock.advance(c.passed);
+        clock.advance(passed);
         const http::Response response = request();
         EXPECT_EQ(response.errorKind(), ErrorKind::Unreachable);
-        EXPECT_EQ(response.status(), c.heldBack ? 0 : 401);
-        EXPECT_EQ(asked(), c.heldBack ? QStringList() : QStringList("info op1")) << c.interval;
-        EXPECT_EQ(log.take().isEmpty(), c.heldBack);
+        EXPECT_EQ(response.status(), heldBack ? 0 : 401);
+        EXPECT_EQ(asked(), heldBack ? QStringList() : QStringList("info op1")) << interval;
+        EXPECT_EQ(log.take().isEmpty(), heldBack);
     }
 }
 
@@ -103,8 +90,7 @@ TEST_F(SearchBeforeAWalk, HeldBackIsJudgedByTheLastListReplyAndTheKnownSites)
     const std::pair<http::Response, ErrorKind> cases[] = {
         {reply(200), ErrorKind::SalePermitted}, {reply(500), ErrorKind::SalePermitted},
         {reply(401), ErrorKind::SalePermitted}, {reply(404), ErrorKind::Unreachable},
-        {timedOut(), ErrorKind::Unreachable},   {cutOff(), ErrorKind::Unreachable},
-    };
+        {timedOut(), ErrorKind::Unreachable},   {cutOff(), ErrorKind::Unreachable}};
     for (const auto& [listReply, outcome] : cases) {
         start();
         info("op1", {says(500), answers(listReply)});
@@ -146,12 +132,10 @@ TEST_F(SearchDuringAWalk, GoesOnWithWhatItFindsAndIsMadeOnce)
         QStringList asked;   // after "check s0", "check s1", "info op1" and the probes
         ErrorKind outcome;
     };
-    const Case cases[] = {
-        {{"s2"}, {"check s2"}, ErrorKind::None},
-        {{"s1"}, {"check s1"}, ErrorKind::SalePermitted},
-        {{"s1", "s2"}, {"check s1", "check s2"}, ErrorKind::None},
-        {{}, {}, ErrorKind::Unreachable},
-    };
+    const Case cases[] = {{{"s2"}, {"check s2"}, ErrorKind::None},
+                          {{"s1"}, {"check s1"}, ErrorKind::SalePermitted},
+                          {{"s1", "s2"}, {"check s1", "check s2"}, ErrorKind::None},
+                          {{}, {}, ErrorKind::Unreachable}};
     for (const Case& c : cases) {
         startWithSites({"s0", "s1"});
         check("s0", {says(500)});
@@ -171,8 +155,7 @@ TEST_F(SearchDuringAWalk, InVainPermitsTheSaleUnlessTheNetworkTookASiteAway)
     const std::pair<http::Response, ErrorKind> cases[] = {
         {reply(500), ErrorKind::SalePermitted}, {reply(429), ErrorKind::SalePermitted},
         {timedOut(), ErrorKind::SalePermitted}, {cutOff(), ErrorKind::Unreachable},
-        {reply(404), ErrorKind::Unreachable},   {reply(403), ErrorKind::Unreachable},
-    };
+        {reply(404), ErrorKind::Unreachable},   {reply(403), ErrorKind::Unreachable}};
     for (const auto& [failure, outcome] : cases) {
         startWithSites({"s1", "s2"});
         check("s1", {answers(failure)});

@@ -34,6 +34,7 @@ TEST_F(SiteListUpdate, WithoutKeysDoesNothing)
 TEST_F(SiteListUpdate, MeasuresTheListedSitesAndChoosesTheFastest)
 {
     settings.set("CRPT:getInfoTimeout", "7");
+    settings.set("CRPT:healthCheckTimeout", "3");
     start();
     info("op1", {lists({"s1", "s2"})});
     health("s1", {says(200, Ok, milliseconds(120))});
@@ -53,7 +54,7 @@ TEST_F(SiteListUpdate, MeasuresTheListedSitesAndChoosesTheFastest)
                   (QHash<QString, QString>{
                       {"X-API-KEY", "key"}, {"Accept", "application/json"}, {"Connection", "close"}}));
         const bool list = request.url.path().endsWith("info");
-        EXPECT_EQ(request.timeout, list ? seconds(7) : seconds(10));
+        EXPECT_EQ(request.timeout, list ? seconds(7) : seconds(3));
         EXPECT_EQ(request.alias, list ? "серверу честного знака для получения списка CDN-площадок"
                                       : "серверу честного знака для получения состояния CDN-площадки");
         EXPECT_EQ(request.logger->name(), "crptclient");
@@ -65,36 +66,23 @@ TEST_F(SiteListUpdate, MeasuresTheListedSitesAndChoosesTheFastest)
     EXPECT_THAT(asked(), ElementsAre("check s2"));
 }
 
-TEST_F(SiteListUpdate, HasTimeLimitsOfItsOwnForListAndProbes)
-{
-    settings.set("CRPT:healthCheckTimeout", "3");
-    startWithSites({"s1"});
-    client->updateInfo();
-    const auto sent = http.take();
-    ASSERT_EQ(sent.size(), 2U);
-    EXPECT_EQ(sent[0].timeout, seconds(10));
-    EXPECT_EQ(sent[1].timeout, seconds(3));
-}
-
 TEST_F(SiteListUpdate, TakesASiteForHealthyByTheCodeOfItsReplyAlone)
 {
     start();
     info("op1", {lists({"s1"})});
     http::Response cutAfterBody = cutOff(200);
     cutAfterBody.setBody(R"({"code": 0})");
-    const std::pair<http::Response, bool> cases[] = {
-        {reply(200, {{"code", 0}}), true},
-        {reply(500, {{"code", 0}}), true},
-        {cutAfterBody, true},
-        {reply(200, {{"code", QJsonValue::Null}}), true},
-        {reply(200, {{"code", "5"}}), true},
-        {reply(200, {{"code", 5}}), false},
-        {reply(200, {{"code", -1}}), false},
-        {reply(200, {{"description", "ok"}}), false},
-        {reply(200), false},
-        {timedOut(), false},
-        {cutOff(), false},
-    };
+    const std::pair<http::Response, bool> cases[] = {{reply(200, {{"code", 0}}), true},
+                                                     {reply(500, {{"code", 0}}), true},
+                                                     {cutAfterBody, true},
+                                                     {reply(200, {{"code", QJsonValue::Null}}), true},
+                                                     {reply(200, {{"code", "5"}}), true},
+                                                     {reply(200, {{"code", 5}}), false},
+                                                     {reply(200, {{"code", -1}}), false},
+                                                     {reply(200, {{"description", "ok"}}), false},
+                                                     {reply(200), false},
+                                                     {timedOut(), false},
+                                                     {cutOff(), false}};
     for (const auto& [response, healthy] : cases) {
         health("s1", {answers(response)});
         client->updateInfo();
@@ -112,17 +100,15 @@ TEST_F(SiteListUpdate, ReadsTheListWhateverTheReplyIs)
         Answer answer;
         QStringList asked;
     };
-    const Case cases[] = {
-        {says(200, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
-        {says(500, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
-        {says(200, {{"hosts", QJsonArray{QJsonObject{{"host", ""}}, QJsonObject(), "s2", 5, s1,
-                                         QJsonObject{{"host", 7}}}}}),
-         {"info op1", "health s1"}},
-        {says(200, {{"hosts", s1}}), {"info op1"}},
-        {says(200, {{"code", 0}}), {"info op1"}},
-        {says(200), {"info op1"}},
-        {answers(timedOut()), {"info op1"}},
-    };
+    const Case cases[] = {{says(200, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
+                          {says(500, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
+                          {says(200, {{"hosts", QJsonArray{QJsonObject{{"host", ""}}, QJsonObject(), "s2", 5,
+                                                           s1, QJsonObject{{"host", 7}}}}}),
+                           {"info op1", "health s1"}},
+                          {says(200, {{"hosts", s1}}), {"info op1"}},
+                          {says(200, {{"code", 0}}), {"info op1"}},
+                          {says(200), {"info op1"}},
+                          {answers(timedOut()), {"info op1"}}};
     for (const Case& c : cases) {
         info("op1", {c.answer});
         EXPECT_EQ(client->updateInfo(), Status::Finished);
@@ -171,14 +157,12 @@ TEST_F(SiteListUpdate, TellsTheCashierOfARefusedKeyUnlessTheHostWasReachedBefore
         Answers replies;         // of op1, update by update
         std::vector<bool> told;  // of a refused key
     };
-    const Case cases[] = {
-        {{refused, refused}, {true, true}},
-        {{listed, refused, refused}, {false, false, false}},
-        {{refused, listed, refused}, {true, false, false}},
-        {{refused, failed, refused}, {true, false, false}},
-        {{refused, says(400), refused}, {true, false, false}},
-        {{answers(timedOut()), refused}, {false, false}},
-    };
+    const Case cases[] = {{{refused, refused}, {true, true}},
+                          {{listed, refused, refused}, {false, false, false}},
+                          {{refused, listed, refused}, {true, false, false}},
+                          {{refused, failed, refused}, {true, false, false}},
+                          {{refused, says(400), refused}, {true, false, false}},
+                          {{answers(timedOut()), refused}, {false, false}}};
     health("s1", {says(200, Ok)});
     for (const Case& c : cases) {
         start();

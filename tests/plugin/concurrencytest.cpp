@@ -70,15 +70,12 @@ TEST(PluginUnderLoad, ServesEverythingAtOnceAndNothingAfterItsEnd)
     std::atomic<int> served = 0;
     std::atomic<bool> ended = false;
     const std::function<void(int)> jobs[] = {
-        [&](int) { served += verify() ? 1 : 0; },
-        [&](int) { served += verify() ? 1 : 0; },
-        sendInitEvent,
+        [&](int) { served += verify() ? 1 : 0; }, [&](int) { served += verify() ? 1 : 0; }, sendInitEvent,
         [&](int round) {
             clock.advance(std::chrono::seconds(60));
             const int code = std::array{10, 11, 172}[size_t(round) % 3];
             Singleton<ActivityNotifier>::instance()->sendEvent(Event(code));
-        },
-    };
+        }};
     std::vector<std::thread> threads;
     for (const auto& job : jobs) {
         threads.emplace_back([&] {

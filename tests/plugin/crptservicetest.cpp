@@ -125,8 +125,8 @@ TEST_F(PluginInit, TakesUpTheWorkWhenAMarkingSectionUsesTheService)
           {"Motp1:markverifycrptservice", "turon"},
           {"Motp2:id", "1"}},
          true},
-        {{{"markedgoods:id", "1"}, {"Goods:markverifycrptservice", "crpt"}, {"LMCHZ:enable", "true"}}, false},
-    };
+        {{{"markedgoods:id", "1"}, {"Goods:markverifycrptservice", "crpt"}, {"LMCHZ:enable", "true"}},
+         false}};
     for (const auto& [values, used] : cases) {
         Singleton<Config>::instance()->clear();
         for (const auto& [key, value] : values) {
@@ -278,11 +278,11 @@ TEST_F(Verification, RefusesTheGoodsWhenItIsBrokenOffByAnException)
 TEST_F(Verification, HandsTimeLimitsOnInMilliseconds)
 {
     arguments.setService("crpt");
-    const std::pair<seconds, milliseconds> cases[] = {
-        {seconds(0), milliseconds(0)},         {seconds(3), milliseconds(3000)},
-        {seconds(-1), milliseconds(-1000)},    {seconds::max(), milliseconds::max()},
-        {seconds::min(), milliseconds::min()},
-    };
+    const std::pair<seconds, milliseconds> cases[] = {{seconds(0), milliseconds(0)},
+                                                      {seconds(3), milliseconds(3000)},
+                                                      {seconds(-1), milliseconds(-1000)},
+                                                      {seconds::max(), milliseconds::max()},
+                                                      {seconds::min(), milliseconds::min()}};
     for (const auto& [given, handedOn] : cases) {
         arguments.setOperationTimeout(given);
         arguments.setRequestTimeout(seconds(7));
@@ -326,8 +326,7 @@ TEST_F(ConnectionCheck, IsAnsweredWithATaskWhenItIsForThisPlugin)
 {
     const std::pair<const char*, bool> cases[] = {
         {"crpt", true},   {"CRPT", true}, {"CrptService", true}, {"crptservice", true},
-        {"lmchz", false}, {"", false},    {"crpt2", false},
-    };
+        {"lmchz", false}, {"", false},    {"crpt2", false}};
     for (const auto& [name, addressed] : cases) {
         const Action action(EActionType(223));
         control::args::Plugin(action).setPluginName(name);
@@ -345,12 +344,10 @@ TEST_F(ConnectionCheck, PingsTheHostsUntilOneAnswers)
         size_t asked;
         const char* text;
     };
-    const Case cases[] = {
-        {{}, 0, "сервер доступен - false"},
-        {{reply(200), reply(200)}, 1, "сервер доступен - true"},
-        {{cutOff(), reply(200, {{"code", 5}}), reply(200)}, 2, "сервер доступен - true"},
-        {{cutOff(), timedOut(), reply(500), reply(404)}, 4, "сервер доступен - false"},
-    };
+    const Case cases[] = {{{}, 0, "сервер доступен - false"},
+                          {{reply(200), reply(200)}, 1, "сервер доступен - true"},
+                          {{cutOff(), reply(200, {{"code", 5}}), reply(200)}, 2, "сервер доступен - true"},
+                          {{cutOff(), timedOut(), reply(500), reply(404)}, 4, "сервер доступен - false"}};
     for (const Case& c : cases) {
         service.client().hosts.clear();
         for (const http::Response& response : c.replies) {

@@ -90,8 +90,7 @@ TEST_F(PluginLibrary, SaysWhatItIs)
         {"CrptService", object}, {"ActivityListener", object},
         {"BasicPlugin", plugin}, {"su.orvex.AbstractPlugin", plugin},
         {"QObject", object},     {"Other", nullptr},
-        {nullptr, nullptr},
-    };
+        {nullptr, nullptr}};
     for (const auto& [name, target] : casts) {
         EXPECT_EQ(object->qt_metacast(name), target) << (name != nullptr ? name : "null");
     }
@@ -103,14 +102,12 @@ TEST_F(PluginLibrary, IsRefusedWhenItIsNotOne)
     QFile text(folder.filePath("text.so"));
     ASSERT_TRUE(text.open(QIODevice::WriteOnly) && text.write("not a library") > 0);
     text.close();
-    const std::pair<QString, const char*> cases[] = {
-        {text.fileName(), "not a plug-in"},
-        {PLAIN_LIBRARY, "not a plug-in"},
-        {FOREIGN_PLUGIN, "\"AnotherService\""},
-        {DISABLED_PLUGIN, "disabled"},
-        {folder.filePath("missing.so"), "no such plug-in file"},
-        {folder.path(), "no such plug-in file"},
-    };
+    const std::pair<QString, const char*> cases[] = {{text.fileName(), "not a plug-in"},
+                                                     {PLAIN_LIBRARY, "not a plug-in"},
+                                                     {FOREIGN_PLUGIN, "\"AnotherService\""},
+                                                     {DISABLED_PLUGIN, "disabled"},
+                                                     {folder.filePath("missing.so"), "no such plug-in file"},
+                                                     {folder.path(), "no such plug-in file"}};
     for (const auto& [file, reason] : cases) {
         PluginLoader loader(file);
         QString error;
