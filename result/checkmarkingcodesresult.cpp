@@ -12,8 +12,7 @@ CheckMarkingCodesResult::~CheckMarkingCodesResult() = default;
 CheckMarkingCodesResult& CheckMarkingCodesResult::operator+=(const CheckMarkingCodesResult& other)
 {
     if (this == &other) {
-        const CheckMarkingCodesResult copy(other);
-        return *this += copy;
+        return *this += CheckMarkingCodesResult(other);
     }
     QSet<MarkingCode> passed(passedCodes.cbegin(), passedCodes.cend());
 
