@@ -80,7 +80,7 @@ QList<MarkingCode> listedGoods(const MarkSim& stand)
 {
     QList<MarkingCode> codes;
     const QJsonArray listed = stand.admin("GET", "/goods")["goods"].toArray();
-    for (const QJsonValue& good : listed) {
+    for (const QJsonValue good : listed) {
         codes << MarkingCode(good["code"].toString());
     }
     return codes;

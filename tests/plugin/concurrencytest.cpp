@@ -119,6 +119,7 @@ TEST(PluginUnderLoad, FallsBackToTheModuleWhileModulesAreSetUp)
     sendInitEvent(0);
 
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
             for (int round = 0; round < 20; ++round) {

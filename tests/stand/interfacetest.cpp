@@ -68,14 +68,14 @@ TEST_F(Interface, GoodsTogetherShowEveryFlagAndEverySideDatum)
 {
     QStringList codes;
     const QJsonArray goods = stand.admin("GET", "/goods")["goods"].toArray();
-    for (const QJsonValue& good : goods)
+    for (const QJsonValue good : goods)
         codes << good["code"].toString();
     EXPECT_EQ(codes.size(), stand.ready()["goods"].toInt());
     EXPECT_EQ(QSet<QString>(codes.begin(), codes.end()).size(), codes.size());
 
     QSet<QString> seen;
     const QJsonArray entries = client.check(codes).json()["codes"].toArray();
-    for (const QJsonValue& value : entries) {
+    for (const QJsonValue value : entries) {
         const QJsonObject entry = value.toObject();
         for (auto field = entry.begin(); field != entry.end(); ++field) {
             if (field->isBool())

@@ -24,10 +24,10 @@ protected:
     {
         QStringList groups;
         const QJsonArray results = check(codes).json()["results"].toArray();
-        for (const QJsonValue& result : results) {
+        for (const QJsonValue result : results) {
             QString group;
             const QJsonArray entries = result["codes"].toArray();
-            for (const QJsonValue& entry : entries) {
+            for (const QJsonValue entry : entries) {
                 EXPECT_TRUE(entry["isCheckedOffline"].toBool());
                 group += ' ' + entry["cis"].toString() + (entry["isBlocked"].toBool() ? "!" : "");
             }

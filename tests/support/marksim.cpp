@@ -45,7 +45,7 @@ QString MarkSim::url(const QString& server) const
 {
     for (const char* group : {"operators", "sites", "modules"}) {
         const QJsonArray servers = m_ready[group].toArray();
-        for (const QJsonValue& entry : servers) {
+        for (const QJsonValue entry : servers) {
             if (entry["name"].toString() == server) {
                 return entry["url"].toString();
             }
@@ -58,7 +58,7 @@ QStringList MarkSim::operatorUrls() const
 {
     QStringList urls;
     const QJsonArray operators = m_ready["operators"].toArray();
-    for (const QJsonValue& entry : operators) {
+    for (const QJsonValue entry : operators) {
         urls << entry["url"].toString();
     }
     return urls;
@@ -83,7 +83,7 @@ QList<QJsonObject> MarkSim::requests(const QString& server, const QString& metho
 {
     QList<QJsonObject> found;
     const QJsonArray all = admin("GET", "/requests")["requests"].toArray();
-    for (const QJsonValue& request : all) {
+    for (const QJsonValue request : all) {
         if ((server.isEmpty() || request["server"] == server) &&
             (method.isEmpty() || request["api"] == method)) {
             found << request.toObject();
