@@ -163,8 +163,10 @@ private:
     QMap<QUrl, RequestState> requestStates;
     std::chrono::nanoseconds lastRefreshTime{0};  // monotonic time of the last failed search for a site
 
-    std::mutex walkMutex;           // serialises failover walks
-    std::recursive_mutex cdnMutex;  // held through a walk; whoever changes cdnInfos or its records holds it
+    // Both recursive: a host's listener of a notice that a walk or an update sends may check codes itself.
+    std::recursive_mutex walkMutex;  // serialises failover walks
+    int walkDepth = 0;               // of walks within each other; guarded by walkMutex
+    std::recursive_mutex cdnMutex;   // held through a walk; whoever changes cdnInfos or its records holds it
     mutable std::mutex
         recordsMutex;  // besides cdnMutex for every change, alone for a look from outside a walk
     CDNInfos cdnInfos;
@@ -178,6 +180,7 @@ private:
     const qint32 updateInfoInterval;  // seconds between searches for a site; 0 or less: no minimum
 
     static std::atomic<bool> updateRunning;  // of all clients in the process
+    static thread_local int updatesHere;     // that run in this thread, further up its stack
 };
 
 Q_DECLARE_METATYPE(CrptClient::UpdateInfoStatus)

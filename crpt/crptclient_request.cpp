@@ -4,6 +4,7 @@
 #include <optional>
 
 #include <QDeadlineTimer>
+#include <QScopeGuard>
 
 #include "crpt/requeststatus.h"
 #include <log4qt/logger.h>
@@ -52,11 +53,13 @@ public:
     {
     }
 
+    /// The whole call.
     http::Response run();
 
 private:
     enum class Next { SameSite, NextSite, FirstSite, Stop };
 
+    void findReply();
     bool findSites();
     void updateSites();
     void walk();
@@ -67,6 +70,8 @@ private:
     Next searchAgain();
     Next stop(http::ErrorKind kind);
     void ask(const CdnInfo& site);
+    /// Whether this call was made from within a walk or an update, which cannot go on while it waits.
+    [[nodiscard]] bool isNested() const { return m_client.walkDepth > 1 || updatesHere > 0; }
     [[nodiscard]] bool isBudgetSpent() const { return m_clock->monotonic() >= m_deadline; }
 
     CrptClient& m_client;
@@ -80,6 +85,7 @@ private:
     std::unique_lock<std::recursive_mutex> m_cdnLock;
     std::optional<UpdateInfoStatus> m_updateStatus;  // of the last list update that this call asked for
     bool m_crossBorderRetried = false;
+    bool m_tokenRefused = false;
     http::Response m_response;
 };
 
@@ -130,14 +136,28 @@ void CrptClient::noteFailedSearch(http::Response& response)
 
 http::Response CrptClient::Walk::run()
 {
+    findReply();
+    if (m_tokenRefused) {
+        // After the locks are let go: a listener of the notice may wait for a thread that wants a check.
+        m_client.notifyIncorrectToken();
+    }
+    return m_response;
+}
+
+void CrptClient::Walk::findReply()
+{
+    const auto begin = m_clock->monotonic();
     const std::lock_guard walkLock(m_client.walkMutex);
+    const auto waited = m_clock->monotonic() - begin;
+    ++m_client.walkDepth;
+    const auto atTheEnd = qScopeGuard([this] { --m_client.walkDepth; });
     if (findSites()) {
-        m_deadline = deadlineAfter(m_clock->monotonic(), m_operationTimeout);
+        // The wait for somebody else's walk is part of the budget, the search for sites is not.
+        m_deadline = deadlineAfter(m_clock->monotonic() - waited, m_operationTimeout);
         m_cdnLock = std::unique_lock(m_client.cdnMutex);
         walk();
         m_cdnLock.unlock();
     }
-    return m_response;
 }
 
 /// Whether there is a site to begin with, after a list update where that is needed and allowed.
@@ -167,7 +187,7 @@ void CrptClient::Walk::updateSites()
     m_client.logger->warn(QStringLiteral("Нет доступных площадок, пытаемся обновить список площадок"));
     while (!m_client.hasAvailableSite()) {
         m_updateStatus = m_client.updateInfo();
-        if (m_updateStatus != UpdateInfoStatus::AlreadyRunning) {
+        if (m_updateStatus != UpdateInfoStatus::AlreadyRunning || isNested()) {
             return;
         }
         const bool walking = m_cdnLock.owns_lock();
@@ -238,7 +258,7 @@ CrptClient::Walk::Next CrptClient::Walk::judge(CdnInfo& site)
         log->warn(QStringLiteral("В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"));
         return stop(http::ErrorKind::SalePermitted);
     case RequestStatus::IncorrectToken:
-        m_client.notifyIncorrectToken();
+        m_tokenRefused = true;
         return Next::Stop;
     case RequestStatus::ProtocolError:
         log->error(QStringLiteral("Ошибка протокола"));

@@ -43,6 +43,7 @@ bool isHealthy(const QJsonObject& reply)
 }  // namespace
 
 std::atomic<bool> CrptClient::updateRunning = false;
+thread_local int CrptClient::updatesHere = 0;
 
 CrptClient::UpdateInfoStatus CrptClient::updateInfo()
 {
@@ -56,7 +57,11 @@ CrptClient::UpdateInfoStatus CrptClient::updateInfo()
     }
     logger->info(QStringLiteral("Получение списка CDN-площадок"));
     updateRunning = true;
-    const auto idle = qScopeGuard([] { updateRunning = false; });
+    ++updatesHere;
+    const auto idle = qScopeGuard([] {
+        --updatesHere;
+        updateRunning = false;
+    });
 
     try {
         withdrawNotice();

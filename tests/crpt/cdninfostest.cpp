@@ -9,7 +9,7 @@ namespace {
 
 QSharedPointer<CdnInfo> site(qint32 responseTime, const QString& host = "s")
 {
-    const auto info = QSharedPointer<CdnInfo>::create();
+    auto info = QSharedPointer<CdnInfo>::create();
     info->responseTime = responseTime;
     info->host = host;
     return info;

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include <orvex/activitynotifier.h>
+#include <orvex/baseactivitylistener.h>
 
 #include "tests/crpt/crptclienttest.h"
 
@@ -72,6 +73,48 @@ TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
         EXPECT_EQ(asked().last(), "check s2");
         EXPECT_GE(clock.monotonic() - begin, milliseconds(100));
     }
+}
+
+/// A host that does something at once when it is told something, once.
+struct HastyHost : BaseActivityListener
+{
+    HastyHost()
+    {
+        Singleton<ActivityNotifier>::instance()->addListener(this, {EActivityListener::ErrorNotification});
+    }
+    ~HastyHost() override { stopListening(); }
+    void handleEvent(const Event& /*event*/) override
+    {
+        if (onNotice) {
+            std::exchange(onNotice, {})();
+        }
+    }
+    std::function<void()> onNotice;
+};
+
+TEST_F(ClientInSeveralThreads, EndsChecksThatAHostMakesFromWithinANotice)
+{
+    http::Response inner;
+    HastyHost host;
+    const auto checkOnNotice = [&] { host.onNotice = [&] { inner = request(); }; };
+
+    start();
+    checkOnNotice();
+    client->updateInfo();  // withdraws the notice; the check has no site and cannot wait for this update
+    EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
+
+    startWithSites({"s1"});
+    check("s1", {says(500)});
+    info("op1", {says(500)});
+    checkOnNotice();
+    EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);  // searches again, and so withdraws
+    EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
+
+    startWithSites({"s1"});
+    check("s1", {says(401), says(200, Ok)});
+    checkOnNotice();
+    EXPECT_EQ(request().status(), 401);
+    EXPECT_EQ(inner.status(), 200);
 }
 
 TEST_F(ClientInSeveralThreads, HasChecksThatComeBeforeItsStartWaitForItWithinTheirTime)

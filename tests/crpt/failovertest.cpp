@@ -4,7 +4,6 @@ using http::ErrorKind;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
