@@ -96,25 +96,29 @@ bool LmchzClient::readSection(const QString& section)
 
 void LmchzClient::init(const Event& /*event*/)
 {
-    const std::lock_guard lock(exchangeMutex);
     for (auto module = settings.cbegin(); module != settings.cend(); ++module) {
         if (module->maintain) {
-            maintainModule(module.key(), *module);
+            if (const Trouble trouble = maintainModule(module.key(), *module)) {
+                sendErrorNotification(*trouble);
+            }
         }
     }
 }
 
-void LmchzClient::maintainModule(const QString& token, const Module& module)
+LmchzClient::Trouble LmchzClient::maintainModule(const QString& token, const Module& module)
 {
+    const std::lock_guard lock(exchangeMutex);
     const auto status = static_cast<LmchzStatus>(getStatus(token));
     if (status == LmchzStatus::NotConfigured) {
-        initModule(token, module);
-    } else if (status == LmchzStatus::Ready && module.enableGreyList) {
-        toggleGreyListByToken(token, *module.enableGreyList);
+        return initModule(token, module);
     }
+    if (status == LmchzStatus::Ready && module.enableGreyList) {
+        return toggleGreyList(token, *module.enableGreyList);
+    }
+    return {};
 }
 
-void LmchzClient::initModule(const QString& token, const Module& module)
+LmchzClient::Trouble LmchzClient::initModule(const QString& token, const Module& module)
 {
     logger->debug(QStringLiteral("Инициализация ЛМЧЗ"));
     QJsonObject body = {{TokenKey, token}};
@@ -122,10 +126,11 @@ void LmchzClient::initModule(const QString& token, const Module& module)
         body.insert(EnableGreyListKey, *module.enableGreyList);
     }
     const http::Response reply = post(Init, body);
-    if (reply.status() != HttpOk) {
-        sendErrorNotification(tr::Tr(withErrorCode(QStringLiteral("lmchzInitError"), reply.responseObject()),
-                                     QStringLiteral("Ошибка инициализации ЛМЧЗ")));
+    if (reply.status() == HttpOk) {
+        return {};
     }
+    return tr::Tr(withErrorCode(QStringLiteral("lmchzInitError"), reply.responseObject()),
+                  QStringLiteral("Ошибка инициализации ЛМЧЗ"));
 }
 
 int LmchzClient::getStatus(const QString& token)
@@ -145,20 +150,26 @@ int LmchzClient::getStatus(const QString& token)
 
 void LmchzClient::toggleGreyListByToken(const QString& token, bool enable)
 {
+    if (const Trouble trouble = toggleGreyList(token, enable)) {
+        sendErrorNotification(*trouble);
+    }
+}
+
+LmchzClient::Trouble LmchzClient::toggleGreyList(const QString& token, bool enable)
+{
     const std::lock_guard lock(exchangeMutex);
     logger->info(QStringLiteral("%1 серых списков GTIN"),
                  enable ? QStringLiteral("Включение") : QStringLiteral("Выключение"));
     const http::Response reply = post(GreyList, {{TokenKey, token}, {EnableGreyListKey, enable}});
     if (reply.status() == HttpOk) {
-        return;
+        return {};
     }
     if (reply.networkError() == http::NetworkError::ProtocolInvalidOperation) {
-        sendErrorNotification(tr::Tr(QStringLiteral("lmchzGreyListInvalidOperation"),
-                                     QStringLiteral("Серые списки GTIN временно не поддерживаются")));
-        return;
+        return tr::Tr(QStringLiteral("lmchzGreyListInvalidOperation"),
+                      QStringLiteral("Серые списки GTIN временно не поддерживаются"));
     }
-    sendErrorNotification(tr::Tr(withErrorCode(QStringLiteral("lmchzGreyListError"), reply.responseObject()),
-                                 QStringLiteral("Ошибка настройки серого списка GTIN")));
+    return tr::Tr(withErrorCode(QStringLiteral("lmchzGreyListError"), reply.responseObject()),
+                  QStringLiteral("Ошибка настройки серого списка GTIN"));
 }
 
 http::Response LmchzClient::post(Method method, const QJsonObject& body) const

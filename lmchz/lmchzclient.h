@@ -91,8 +91,12 @@ private:
     [[nodiscard]] Module currentModule() const { return settings.value(currentToken); }
     /// Reads one section; true when it describes a module that is to be maintained.
     bool readSection(const QString& section);
-    void maintainModule(const QString& token, const Module& module);
-    void initModule(const QString& token, const Module& module);
+    /// What the cashier is to be told, once the exchange is over and its lock let go: listeners of a notice
+    /// may wait for a thread that wants a check.
+    using Trouble = std::optional<tr::Tr>;
+    Trouble maintainModule(const QString& token, const Module& module);
+    Trouble initModule(const QString& token, const Module& module);
+    Trouble toggleGreyList(const QString& token, bool enable);
     [[nodiscard]] http::Response post(Method method, const QJsonObject& body) const;
 
     mutable std::recursive_mutex exchangeMutex;  // guards currentToken through a whole exchange

@@ -25,13 +25,22 @@ QJsonObject checkBody(const QList<MarkingCode>& codes)
     return {{QStringLiteral("cis_list"), list}};
 }
 
+/// Not QMap::insert(map), which walks through all of the target for each addition.
+template <class Value>
+void add(QMap<MarkingCode, Value>& target, const QMap<MarkingCode, Value>& addition)
+{
+    for (auto entry = addition.cbegin(); entry != addition.cend(); ++entry) {
+        target.insert(entry.key(), entry.value());
+    }
+}
+
 /// Adds what `partial` says of codes; the later word on a code replaces the earlier.
 void gather(CheckMarkingCodesResult& whole, const CheckMarkingCodesResult& partial)
 {
     whole.passedCodes += partial.passedCodes;
-    whole.failedCodes.insert(partial.failedCodes);
-    whole.requestInfos.insert(partial.requestInfos);
-    whole.mrps.insert(partial.mrps);
+    add(whole.failedCodes, partial.failedCodes);
+    add(whole.requestInfos, partial.requestInfos);
+    add(whole.mrps, partial.mrps);
 }
 
 CheckMarkingCodesResult gatherResults(const http::Response& reply)
@@ -59,7 +68,7 @@ CheckMarkingCodesResult rekeyed(const CheckMarkingCodesResult& module, const QLi
     const QSet<MarkingCode> passed(module.passedCodes.cbegin(), module.passedCodes.cend());
     CheckMarkingCodesResult result;
     for (const MarkingCode& code : codes) {
-        const MarkingCode moduleCode(code.cis());
+        const MarkingCode moduleCode = code.identity();
         if (passed.contains(moduleCode)) {
             result.passedCodes.append(code);
         }
