@@ -17,7 +17,7 @@ CheckMarkingCodesResult& CheckMarkingCodesResult::operator+=(const CheckMarkingC
     QSet<MarkingCode> passed(passedCodes.cbegin(), passedCodes.cend());
 
     for (const MarkingCode& code : other.passedCodes) {
-        const MarkingCode byCis(code.cis());
+        const MarkingCode byCis = code.identity();
         failedCodes.remove(code);
         failedCodes.remove(byCis);
         if (passed.contains(code) || passed.contains(byCis)) {
@@ -29,7 +29,7 @@ CheckMarkingCodesResult& CheckMarkingCodesResult::operator+=(const CheckMarkingC
     }
     for (auto failed = other.failedCodes.cbegin(); failed != other.failedCodes.cend(); ++failed) {
         const MarkingCode& code = failed.key();
-        const MarkingCode byCis(code.cis());
+        const MarkingCode byCis = code.identity();
         if (passed.contains(code) || passed.contains(byCis) || failedCodes.contains(code) ||
             failedCodes.contains(byCis)) {
             continue;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <tuple>
 
 #include <QDateTime>
 #include <QFlags>
@@ -51,6 +52,8 @@ public:
         QString ogvs;        ///< the "ogvs" text as given
         int errorCode = 0;   ///< the code's "errorCode"; the HTTP status for NotInReply and Unreachable
         QJsonObject object;  ///< the code's JSON object; the whole body for NotInReply and Unreachable
+
+        friend bool operator==(const CodeStatus&, const CodeStatus&) = default;
     };
 
     /// Identity of the request that checked a code; the same for all codes of one reply.
@@ -97,6 +100,19 @@ public:
 
     /// `success` when it is set, otherwise whether no code failed. True for a result without codes.
     [[nodiscard]] bool isSuccess() const;
+
+    /// Whether both say the same of the same codes and stem from the same reply.
+    friend bool operator==(const CheckMarkingCodesResult& a, const CheckMarkingCodesResult& b)
+    {
+        const auto reply = [](const CheckMarkingCodesResult& of) {
+            return std::tuple(of.status(), of.url(), of.body(), of.errorKind());
+        };
+        const auto content = [](const CheckMarkingCodesResult& of) {
+            return std::tie(of.passedCodes, of.failedCodes, of.requestInfos, of.success, of.expireDates,
+                            of.productWeights, of.mrps);
+        };
+        return reply(a) == reply(b) && content(a) == content(b);
+    }
 
     QList<MarkingCode> passedCodes;  ///< in the order found; may hold a code twice
     QMap<MarkingCode, CodeStatus> failedCodes;

@@ -65,7 +65,7 @@ bool areDigits(QStringView text)
 qsizetype serialLength(const QString& rest)
 {
     // A text as long as a whole serial of some product group may be just that, whatever it ends in.
-    static constexpr std::array<qsizetype, 4> wholeSerials = {6, 7, 13, 20};
+    static constexpr std::array<qsizetype, 3> wholeSerials = {6, 7, 20};
     static const QRegularExpression tail(
         QStringLiteral("^.+?(?<tail>91.{4}92(?:.{88}|.{44})|8005[0-9]{6}(?:93.{4})?|93.{4})$"));
     if (std::find(wholeSerials.begin(), wholeSerials.end(), rest.size()) != wholeSerials.end()) {
@@ -75,16 +75,23 @@ qsizetype serialLength(const QString& rest)
     return match.hasMatch() ? match.capturedStart(QStringLiteral("tail")) : rest.size();
 }
 
-bool mustBeEscaped(const QString& text, qsizetype i)
+/// The character that the unit at `i` stands in, both of its units being there; otherwise the unit itself.
+char32_t characterAt(const QString& text, qsizetype i)
 {
     const QChar c = text[i];
-    if (c.isHighSurrogate()) {
-        return i + 1 == text.size() || !text[i + 1].isLowSurrogate();
+    if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+        return QChar::surrogateToUcs4(c, text[i + 1]);
     }
-    if (c.isLowSurrogate()) {
-        return i == 0 || !text[i - 1].isHighSurrogate();
+    if (c.isLowSurrogate() && i > 0 && text[i - 1].isHighSurrogate()) {
+        return QChar::surrogateToUcs4(text[i - 1], c);
     }
-    switch (c.category()) {
+    return c.unicode();
+}
+
+bool mustBeEscaped(char32_t character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Surrogate:
     case QChar::Other_Control:
     case QChar::Other_Format:
     case QChar::Other_NotAssigned:
@@ -112,13 +119,20 @@ QString MarkingCode::toReadable() const
     for (qsizetype i = 0; i < m_text.size(); ++i) {
         if (m_text[i] == GroupSeparator) {
             readable += QStringLiteral("<GS>");
-        } else if (mustBeEscaped(m_text, i)) {
+        } else if (mustBeEscaped(characterAt(m_text, i))) {
             readable += QStringLiteral("\\u%1").arg(uint(m_text[i].unicode()), 4, 16, QChar(u'0'));
         } else {
             readable += m_text[i];
         }
     }
     return readable;
+}
+
+MarkingCode MarkingCode::identity() const
+{
+    // Not always made anew: a text that looks like Base64 would be decoded a second time.
+    const QString part = cis();
+    return part == m_text ? *this : MarkingCode(part);
 }
 
 QString MarkingCode::cis() const

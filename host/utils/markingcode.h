@@ -47,6 +47,8 @@ public:
     ///  - 29-character tobacco pack: GTIN and serial (21 characters);
     ///  - anything else: the text itself.
     [[nodiscard]] QString cis() const;
+    /// The code that cis() alone stands for; this code itself when cis() is all of it.
+    [[nodiscard]] MarkingCode identity() const;
 
     friend bool operator==(const MarkingCode& a, const MarkingCode& b) { return a.m_text == b.m_text; }
     friend std::strong_ordering operator<=>(const MarkingCode& a, const MarkingCode& b)

@@ -31,7 +31,8 @@ const std::pair<QByteArray, QByteArray> codes[] = {
     {gs1("215AbcdEFgh123491EE0592" + signature.repeated(2)), gs1("215AbcdEFgh1234")},
     {gs1("21ABCDEFG800512345693dGVz"), gs1("21ABCDEFG")},
     {gs1("215AbcdEFg93dGVz"), gs1("215AbcdEFg")},
-    {gs1("215AbcdEF93dGVz"), gs1("215AbcdEF93dGVz")},  // a serial number that looks like a tail
+    {gs1("215AbcdEF93dGVz"), gs1("215AbcdEF")},
+    {gs1("21A93dGVz"), gs1("21A93dGVz")},  // a whole serial number of some goods
 };
 
 TEST(Code, IsTheSameInEveryForm)
