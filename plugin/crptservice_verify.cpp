@@ -27,6 +27,18 @@ milliseconds toMilliseconds(seconds limit)
     return limit;
 }
 
+/// A display out of order is no reason to refuse goods: the check goes on without the indication.
+SimpleProgress showProgress()
+{
+    try {
+        return MockFactory<Dialog>::create()->showProgress(
+            tr::Tr(QStringLiteral("processRequestMessage"), QStringLiteral("Обращение к серверу...")),
+            tr::Tr());
+    } catch (...) {
+        return {};
+    }
+}
+
 CheckMarkingCodesResult unreachable(const QList<MarkingCode>& codes)
 {
     http::Response nothing;
@@ -44,8 +56,7 @@ EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
     if (arguments.service() != control::args::marking::Verify::Crpt) {
         return EContext::NotServed;
     }
-    const SimpleProgress progress = MockFactory<Dialog>::create()->showProgress(
-        tr::Tr(QStringLiteral("processRequestMessage"), QStringLiteral("Обращение к серверу...")), tr::Tr());
+    const SimpleProgress progress = showProgress();
     try {
         arguments.setVerifyResult(check(arguments));
     } catch (...) {

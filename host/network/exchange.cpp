@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <mutex>
+#include <new>
 
 #include <QFile>
 
@@ -197,7 +198,12 @@ size_t Exchange::onBody(char* bytes, size_t size, size_t count, void* exchange)
     auto* self = static_cast<Exchange*>(exchange);
     const size_t length = size * count;
     const size_t accepted = std::min(length, self->m_maxReplyBytes - size_t(self->m_replyBody.size()));
-    self->m_replyBody.append(bytes, qsizetype(accepted));
+    try {
+        self->m_replyBody.append(bytes, qsizetype(accepted));
+    } catch (const std::bad_alloc&) {  // must not pass through libcurl
+        self->m_tooLarge = true;
+        return 0;
+    }
     self->m_tooLarge = accepted < length;
     return accepted;
 }
