@@ -12,7 +12,7 @@ namespace poshost {
 
 namespace {
 
-constexpr qint64 longestFile = 256 * 1024 * 1024;
+constexpr qint64 longestFile = qint64(256) * 1024 * 1024;
 
 MarkingCode readCode(const QByteArray& bytes, const QString& where)
 {

@@ -104,7 +104,7 @@ http::Response ScriptedClient::exchange(const QString& method, const QUrl& url, 
         m_sent.push_back(request);
         answer = answerTo(url);
     }
-    const http::Response response = answer(request);  // may take its time, or make requests of its own
+    http::Response response = answer(request);  // may take its time, or make requests of its own
     own().last = response;
     return response;
 }
@@ -116,7 +116,7 @@ ScriptedClient::Answer ScriptedClient::answerTo(const QUrl& url)
         return [](const SentRequest&) { return cutOff(); };
     }
     std::vector<Answer>& answers = script->second;
-    const Answer next = answers.back();
+    Answer next = answers.back();
     if (answers.size() > 1) {
         answers.pop_back();
     }

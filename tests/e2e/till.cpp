@@ -26,7 +26,9 @@ Till::Till(const MarkSim& stand, const QStringList& settings)
 
 Till::~Till()
 {
-    m_loader.plugin()->deinit();
+    if (!m_stopped) {
+        stop();
+    }
     m_loader.unload();
 }
 
@@ -47,16 +49,33 @@ void Till::sendEvent(int code)
 
 CheckMarkingCodesResult Till::verify(const QList<MarkingCode>& codes)
 {
+    const auto result = tryVerify(codes, seconds(20), seconds(2));
+    if (!result) {
+        throw std::runtime_error("the action was not taken");
+    }
+    return *result;
+}
+
+std::optional<CheckMarkingCodesResult> Till::tryVerify(const QList<MarkingCode>& codes,
+                                                       std::chrono::seconds operationTimeout,
+                                                       std::chrono::seconds requestTimeout) const
+{
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, "crpt");
     arguments.setMarkingCodes(codes);
     arguments.setApiKey(m_stand.key());
-    arguments.setOperationTimeout(seconds(20));
-    arguments.setRequestTimeout(seconds(2));
+    arguments.setOperationTimeout(operationTimeout);
+    arguments.setRequestTimeout(requestTimeout);
     if (Singleton<ActionDispatcher>::instance()->perform(action) != QList{EContext::Done}) {
-        throw std::runtime_error("the action was not taken");
+        return std::nullopt;
     }
     return arguments.verifyResult();
+}
+
+void Till::stop()
+{
+    m_stopped = true;
+    m_loader.plugin()->deinit();
 }
 
 QStringList Till::notices()

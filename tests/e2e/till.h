@@ -25,8 +25,15 @@ public:
 
     static void sendEvent(int code);
 
-    /// Performs a verification action with the stand's first key.
+    /// Performs a verification action with the stand's first key; throws when nobody takes it.
     CheckMarkingCodesResult verify(const QList<MarkingCode>& codes);
+    /// The same; no value when nobody takes it. Threads: any.
+    std::optional<CheckMarkingCodesResult> tryVerify(const QList<MarkingCode>& codes,
+                                                     std::chrono::seconds operationTimeout,
+                                                     std::chrono::seconds requestTimeout) const;
+
+    /// Lets the plug-in end its work, before it is unloaded with the object.
+    void stop();
 
     /// The notices so far, "<id>|<text id>" each; "<id>|" withdraws.
     [[nodiscard]] QStringList notices();
@@ -40,6 +47,7 @@ private:
     LogWatch m_logWatch;
     NoticeWatch m_noticeWatch;
     PluginLoader m_loader;
+    bool m_stopped = false;
     QStringList m_notices;
     QStringList m_log;
 };

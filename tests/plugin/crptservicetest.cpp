@@ -167,7 +167,9 @@ TEST_F(PluginLife, LogsTheEndOfItsThreadUnlessTheHostEndedItsWorkBefore)
         EXPECT_TRUE(service.thread->isRunning()) << "until the object goes";
     }
     EXPECT_THAT(log.take(), IsEmpty());
-    Service{};
+    {
+        const Service unused;
+    }
     EXPECT_THAT(log.take(), IsEmpty());
 }
 

@@ -210,8 +210,8 @@ TEST(Verify, LogGoesToTheFileAndNeverToStandardOutput)
 
 TEST(Verify, DocumentedSettingsAreAccepted)
 {
-    const ProcessOutcome run =
-        poshost({"--stand", "--config", SOURCE_FOLDER "/docs/till.ini", "verify", milk});
+    const QString documented = SOURCE_FOLDER "/docs/till.ini";
+    const ProcessOutcome run = poshost({"--stand", "--config", documented, "verify", milk});
     EXPECT_EQ(run.exitStatus, 0) << run.errors.toStdString();
     EXPECT_FALSE(run.errors.contains("poshost: ")) << run.errors.toStdString();
 }

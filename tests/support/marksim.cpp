@@ -26,9 +26,14 @@ MarkSim::MarkSim(const QStringList& arguments, const QJsonObject& scenario)
     }
 }
 
+MarkSim::MarkSim(QJsonObject ready)
+    : m_ready(std::move(ready))
+{
+}
+
 MarkSim::~MarkSim()
 {
-    if (!m_ended) {
+    if (m_process && !m_ended) {
         const ProcessOutcome outcome = end();
         EXPECT_EQ(outcome.exitStatus, 0) << "marksim: " << outcome.errors.toStdString();
     }

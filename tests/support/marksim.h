@@ -18,6 +18,8 @@ class MarkSim
 public:
     /// Throws std::runtime_error, with what marksim wrote, when it does not come up.
     explicit MarkSim(const QStringList& arguments = {}, const QJsonObject& scenario = {});
+    /// One that runs already and outlives the object, by its ready line.
+    explicit MarkSim(QJsonObject ready);
     ~MarkSim();
     MarkSim(const MarkSim&) = delete;
     MarkSim& operator=(const MarkSim&) = delete;

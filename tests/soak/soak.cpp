@@ -1,0 +1,307 @@
+// soak: eight threads of checks, pings and events against a till whose network never stays the same, and
+// whose plug-in is loaded and unloaded all the while. Ends with figures, and with status 1 when a promise was
+// broken.
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <random>
+#include <shared_mutex>
+#include <stdexcept>
+#include <thread>
+
+#include <malloc.h>
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+
+#include "contracts/initverifyservice.h"
+#include "tests/e2e/till.h"
+#include <orvex/actiondispatcher.h>
+#include <orvex/activitynotifier.h>
+#include <orvex/task.h>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int Threads = 8;
+constexpr auto RequestTimeout = 1s;
+constexpr auto OperationTimeout = 2s;
+/// Checks wait for each other; each has at most a search for sites, its budget and its local module.
+constexpr auto LongestCheck = Threads * 15s;
+
+/// What the process holds.
+struct Footprint
+{
+    qint64 residentKiB = 0;
+    qsizetype files = 0;
+    qsizetype threads = 0;
+
+    static Footprint now()
+    {
+        malloc_trim(0);
+        QFile statm(QStringLiteral("/proc/self/statm"));
+        (void)statm.open(QIODevice::ReadOnly);
+        const auto entries = [](const char* folder) {
+            return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+        };
+        return {statm.readAll().split(' ').at(1).toLongLong() * 4, entries("/proc/self/fd"),
+                entries("/proc/self/task")};
+    }
+
+    [[nodiscard]] std::string text() const
+    {
+        return std::to_string(residentKiB) + " KiB, " + std::to_string(files) + " open files, " +
+               std::to_string(threads) + " threads";
+    }
+};
+
+/// Starts a marksim that ends with this process, and gives its ready line. Not by QProcess: its child shares
+/// memory with the process for a while, which ThreadSanitizer loses track over.
+QJsonObject startStand()
+{
+    std::FILE* const stand = ::popen("exec '" MARKSIM_PATH "' --die-with-parent", "r");
+    std::array<char, 4096> line{};
+    if (stand == nullptr || std::fgets(line.data(), int(line.size()), stand) == nullptr) {
+        throw std::runtime_error("marksim does not start");
+    }
+    return QJsonDocument::fromJson(line.data()).object();
+}
+
+struct Counts
+{
+    std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, offline = 0, pings = 0, events = 0,
+                        loads = 0, faults = 0, slowestMs = 0;
+    std::atomic<qint64> lost = 0, late = 0, thrown = 0;  ///< broken promises
+};
+
+class Soak
+{
+public:
+    Soak(const MarkSim& stand, unsigned seed)
+        : m_stand(stand)
+        , m_seed(seed)
+    {
+    }
+
+    void run(std::chrono::seconds length)
+    {
+        const auto end = Clock::now() + length;
+        load();
+        std::vector<std::thread> threads;
+        for (unsigned i = 0; i < Threads; ++i) {
+            threads.emplace_back([this, i] { workUntilEnd(i); });
+        }
+        threads.emplace_back([this] { breakThingsUntilEnd(); });
+        std::mt19937 random(m_seed);
+        while (Clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(random() % 3000));
+            m_till->stop();      // whatever is under way
+            m_reloading = true;  // a lock alone would wait for ever: readers come first
+            const std::unique_lock lock(m_loading);
+            load();
+            m_reloading = false;
+        }
+        m_ended = true;
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        m_till.reset();
+    }
+
+    Counts counts;
+
+private:
+    void load()
+    {
+        m_till.reset();
+        const QString module = m_stand.module()["url"].toString();
+        m_till.emplace(m_stand,
+                       QStringList{"LMCHZ:enable=true", "LMCHZ:maintain=true", "LMCHZ:enableGreyList=true",
+                                   "LMCHZ:url=" + module, "LMCHZ:login=admin", "LMCHZ:password=admin",
+                                   "LMCHZ:token=" + m_stand.key()});
+        m_till->connectOperator();
+        ++counts.loads;
+    }
+
+    void workUntilEnd(unsigned number)
+    {
+        std::mt19937 random(m_seed + 1 + number);
+        while (!m_ended) {
+            if (m_reloading) {
+                std::this_thread::sleep_for(1ms);
+                continue;
+            }
+            // A host does not unload a library that one of its threads is in.
+            const std::shared_lock lock(m_loading);
+            try {
+                work(random);
+            } catch (...) {
+                ++counts.thrown;
+            }
+        }
+    }
+
+    void work(std::mt19937& random)
+    {
+        const auto job = random() % 10;
+        if (job < 7) {
+            check(random);
+        } else if (job == 7) {
+            ping();
+        } else if (job == 8) {
+            m_till->connectOperator(random() % 4 == 0 ? QStringList{} : QStringList{m_stand.key()});
+            ++counts.events;
+        } else {
+            Till::sendEvent(std::array{10, 11, 96, 172}[random() % 4]);
+            ++counts.events;
+        }
+    }
+
+    void check(std::mt19937& random)
+    {
+        static const QList<MarkingCode> basket = {goods::Milk, goods::Water, goods::ExpiredKefir,
+                                                  MarkingCode(QStringLiteral("unknown"))};
+        const QList<MarkingCode> codes = basket.mid(random() % 3, 1 + random() % 2);
+        const auto start = Clock::now();
+        const auto result = m_till->tryVerify(codes, OperationTimeout, RequestTimeout);
+        const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+        ++counts.checks;
+        counts.late += took > LongestCheck;
+        for (qint64 slowest = counts.slowestMs;
+             took.count() > slowest && !counts.slowestMs.compare_exchange_weak(slowest, took.count());) {
+        }
+        if (!result) {
+            ++counts.unserved;
+            return;
+        }
+        counts.passed += result->passedCodes.size();
+        counts.failed += result->failedCodes.size();
+        for (const MarkingCode& code : codes) {
+            const bool hasVerdict = result->passedCodes.contains(code) != result->failedCodes.contains(code);
+            counts.lost += !hasVerdict && result->errorKind() != http::ErrorKind::NoToken;
+        }
+    }
+
+    void ping()
+    {
+        const control::Action action(control::EActionType::CheckConnection);
+        control::args::Plugin(action).setPluginName(QStringLiteral("crpt"));
+        Singleton<ActionDispatcher>::instance()->perform(action);
+        const auto task = action.value(QStringLiteral("pingTask")).value<QSharedPointer<BasicTask>>();
+        if (task) {
+            (void)Singleton<TaskManager>::instance()->start(task).get();
+            ++counts.pings;
+        }
+    }
+
+    void breakThingsUntilEnd()
+    {
+        static const std::array<const char*, 12> behaviours = {"[]",
+                                                               "[]",
+                                                               "[]",
+                                                               R"({"connect": "refuse"})",
+                                                               R"({"connect": "reset"})",
+                                                               R"({"silent": true})",
+                                                               R"({"status": 503})",
+                                                               R"({"status": 203})",
+                                                               R"({"status": 429, "times": 2})",
+                                                               R"({"cut": {"after": 40, "by": "reset"}})",
+                                                               R"({"payload": "malformed"})",
+                                                               R"({"latencyMs": 50, "jitterMs": 200})"};
+        static const std::array<const char*, 6> servers = {"operator-1", "site-1",   "site-2",
+                                                           "site-3",     "module-1", "all"};
+        std::mt19937 random(m_seed + 100);
+        while (!m_ended) {
+            m_stand.behave(servers[random() % servers.size()], behaviours[random() % behaviours.size()]);
+            m_stand.forgetRequests();
+            ++counts.faults;
+            std::this_thread::sleep_for(std::chrono::milliseconds(random() % 500));
+        }
+        for (const char* server : servers) {
+            m_stand.behave(server, "[]");
+        }
+    }
+
+    const MarkSim& m_stand;
+    const unsigned m_seed;
+    std::optional<Till> m_till;
+    std::shared_mutex m_loading;
+    std::atomic<bool> m_reloading = false;
+    std::atomic<bool> m_ended = false;
+};
+
+void print(const Counts& counts)
+{
+    std::cout << "checks " << counts.checks << " (codes passed " << counts.passed << ", failed "
+              << counts.failed << "; not taken while the plug-in was stopped " << counts.unserved
+              << "), pings " << counts.pings << ", events " << counts.events << ", loads " << counts.loads
+              << ", faults " << counts.faults << ", slowest check " << counts.slowestMs << " ms\n"
+              << "codes without a verdict " << counts.lost << ", checks that were late " << counts.late
+              << ", exceptions " << counts.thrown << '\n';
+}
+
+int soak(std::chrono::seconds length, unsigned seed)
+{
+    const MarkSim stand(startStand());
+    // The first rounds fill what is kept for good: Qt's tables, libcurl, the allocator's arenas.
+    const auto warmUp = std::max<std::chrono::seconds>(length / 4, 5s);
+    Soak(stand, seed).run(warmUp);
+    const Footprint before = Footprint::now();
+    std::cout << "seed " << seed << "; after " << warmUp.count() << " s: " << before.text() << std::endl;
+    Soak soak(stand, seed + 1000);
+    soak.run(length);
+    const Footprint after = Footprint::now();
+    std::cout << "after " << length.count() << " s more: " << after.text() << '\n';
+    print(soak.counts);
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr bool isMemoryItsOwn = false;  // the sanitizer's is more, and grows
+#else
+    constexpr bool isMemoryItsOwn = true;
+#endif
+    const qint64 allowed = before.residentKiB + std::max<qint64>(before.residentKiB / 4, 16 * 1024);
+    const bool grew = after.files > before.files || after.threads > before.threads ||
+                      (isMemoryItsOwn && after.residentKiB > allowed);
+    const Counts& counts = soak.counts;
+    const bool broken =
+        counts.lost + counts.late + counts.thrown > 0 || counts.passed == 0 || counts.failed == 0;
+    std::cout << (grew ? "GREW" : "did not grow") << ", "
+              << (broken ? "BROKE A PROMISE" : "kept its promises") << '\n';
+    return grew || broken ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    // Qt keeps the first description of a type that it meets, and the plug-in's would go away with it.
+    qRegisterMetaType<QList<MarkingCode>>();
+    qRegisterMetaType<CheckMarkingCodesResult>();
+    qRegisterMetaType<std::chrono::seconds>();
+    qRegisterMetaType<marking::Service>();
+    qRegisterMetaType<tr::Tr>();
+    qRegisterMetaType<QSharedPointer<BasicTask>>();
+    int seconds = 60;
+    unsigned seed = 1;
+    CLI::App app("Checks, pings and events from eight threads against a network that never stays the same.");
+    app.add_option("--seconds", seconds, "How long, after a warm-up of a quarter of it")
+        ->check(CLI::Range(1, 1'000'000));
+    app.add_option("--seed", seed, "Of the choices; the threads' timing is not repeated by it");
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return soak(std::chrono::seconds(seconds), seed);
+    } catch (const std::exception& error) {
+        std::cerr << "soak: " << error.what() << '\n';
+        return 2;
+    }
+}
