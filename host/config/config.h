@@ -27,7 +27,7 @@ public:
 
     /// Replaces all settings by those of `file`. False with a text in `error` (may be null) that says what is
     /// wrong and where (file missing, unreadable, not UTF-8, a line that is neither section, "key = value"
-    /// nor comment); the earlier settings then stay.
+    /// nor comment, a colon in a key's name, a byte order mark inside); the earlier settings then stay.
     bool load(const QString& file, QString* error = nullptr);
 
     /// Sets one value, creating its section (at the end) when needed. `key` is "<section>:<key>".

@@ -36,8 +36,12 @@ QString faultOfSetting(const QByteArray& line, bool inSection)
     if (end < 0) {
         return QStringLiteral("строка не является ни секцией, ни параметром, ни комментарием");
     }
-    if (line.first(end).trimmed().isEmpty()) {
+    const QByteArray name = line.first(end).trimmed();
+    if (name.isEmpty()) {
         return QStringLiteral("у параметра нет имени");
+    }
+    if (name.contains(':')) {  // nobody could ask for it
+        return QStringLiteral("двоеточие в имени параметра");
     }
     return inSection ? QString() : QStringLiteral("параметр стоит до первой секции");
 }
@@ -49,6 +53,9 @@ QString faultOfLine(const QByteArray& line, bool inSection)
     }
     if (line.isEmpty() || line[0] == ';' || line[0] == '#') {
         return {};
+    }
+    if (line.contains("\xEF\xBB\xBF")) {  // it cannot be seen, and what holds it is not what it looks like
+        return QStringLiteral("метка порядка байтов (BOM) не в начале файла");
     }
     return line[0] == '[' ? faultOfSection(line) : faultOfSetting(line, inSection);
 }

@@ -93,6 +93,8 @@ TEST_F(ConfigTest, FileThatIsBadIsRefusedWhole)
                                                 {"[s]\r\n\r\n[t\r\n", 3},
                                                 {"k=1\n[s]\n", 1},
                                                 {"[s]\n=1\n", 2},
+                                                {"[s]\na:k=1\n", 2},
+                                                {"[s]\n\xEF\xBB\xBFk=1\n", 2},
                                                 {"[s]\n[ ]\n", 2},
                                                 {"[s] tail\n", 1},
                                                 {"[s]\nk=\xFF\xFE\n", 2},
