@@ -4,6 +4,7 @@
 #include <limits>
 #include <mutex>
 #include <new>
+#include <string_view>
 
 #include <QFile>
 
@@ -17,12 +18,17 @@ using std::chrono::steady_clock;
 /// More than any honest reply has in its head; libcurl itself bounds single lines only.
 constexpr size_t MostHeadBytes = size_t{256} * 1024;
 constexpr int PollMilliseconds = 1000;
-constexpr int FirstFinalStatus = 200;
 
 void initialiseLibcurl()
 {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+/// Whether it is no interim reply's, and one at all: libcurl takes any number of digits after "HTTP/2".
+bool isFinalStatus(long status)
+{
+    return status >= 200 && status <= 999;
 }
 
 /// As libcurl takes it: a limit beyond its range is none.
@@ -96,6 +102,7 @@ Exchange::Result Exchange::run(const Request& request)
 
     m_replyBody.clear();
     m_headBytes = 0;
+    m_headEnded = false;
     m_tooLarge = false;
     m_error[0] = '\0';
     const auto start = steady_clock::now();
@@ -109,8 +116,7 @@ Exchange::Result Exchange::run(const Request& request)
     result.body = std::move(m_replyBody);
     if (result.failure != Failure::None) {
         result.detail = QString::fromUtf8(m_error);
-        // The status of an interim reply says nothing.
-        result.status = result.status < FirstFinalStatus ? 0 : result.status;
+        result.status = isFinalStatus(result.status) ? result.status : 0;
     }
     return result;
 }
@@ -183,6 +189,10 @@ Failure Exchange::judge(const Ending& ending, bool limitReached) const
     if (ending.code == CURLE_COULDNT_CONNECT && m_proxied) {
         return Failure::ProxyUnreachable;
     }
+    // libcurl is content with a connection that ends within the head.
+    if (ending.code == CURLE_OK && (!m_headEnded || !isFinalStatus(info(CURLINFO_RESPONSE_CODE)))) {
+        return Failure::Closed;
+    }
     return failureOf(ending.code, info(CURLINFO_OS_ERRNO));
 }
 
@@ -208,10 +218,13 @@ size_t Exchange::onBody(char* bytes, size_t size, size_t count, void* exchange)
     return accepted;
 }
 
-size_t Exchange::onHeader(char* /*bytes*/, size_t size, size_t count, void* exchange)
+size_t Exchange::onHeader(char* bytes, size_t size, size_t count, void* exchange)
 {
     auto* self = static_cast<Exchange*>(exchange);
-    self->m_headBytes += size * count;
+    const std::string_view line(bytes, size * count);
+    self->m_headBytes += line.size();
+    // A head of its own follows that of an interim reply, and trailers may follow the body.
+    self->m_headEnded = (self->m_headEnded && !line.starts_with("HTTP/")) || line == "\r\n" || line == "\n";
     self->m_tooLarge = self->m_headBytes > MostHeadBytes;
-    return self->m_tooLarge ? 0 : size * count;
+    return self->m_tooLarge ? 0 : line.size();
 }

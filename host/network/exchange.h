@@ -88,6 +88,7 @@ private:
     QByteArray m_replyBody;
     size_t m_maxReplyBytes;
     size_t m_headBytes = 0;
+    bool m_headEnded = false;
     bool m_tooLarge = false;
     bool m_proxied;
     char m_error[CURL_ERROR_SIZE] = {};

@@ -56,6 +56,7 @@ TEST(Reply, BecomesAResponse)
         {"cut in an error", {bytes("500 Oops\r\nContent-Length: 9", "{"), Then::Close}, 500, "{", Closed},
         {"cut in a chunk", {bytes(chunked, "9\r\n{}"), Then::Close}, 200, "{}", Closed},
         {"cut before the last chunk", {bytes(chunked, "2\r\n{}\r\n"), Then::Close}, 200, "{}", Closed},
+        {"cut in the head", {"HTTP/1.1 200 OK\r\nContent", Then::Close}, 200, "", Closed},
         {"cut after continue", {bytes("100 Continue"), Then::Close}, 0, "", Closed},
         {"bad chunk size", {bytes(chunked, "zz\r\n{}\r\n"), Then::Close}, 200, "", Closed},
         {"not HTTP", {"SSH-2.0-OpenSSH\r\n", Then::Close}, 0, "", Failure},
