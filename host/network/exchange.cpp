@@ -49,8 +49,8 @@ Exchange::Exchange(const Settings& settings)
 {
     initialiseLibcurl();
     m_multi.reset(curl_multi_init());
-    m_easy.reset(curl_easy_init());
-    if (m_easy) {
+    m_prototype.reset(curl_easy_init());
+    if (m_prototype) {
         applySettings(settings);
     }
 }
@@ -59,7 +59,7 @@ Exchange::~Exchange() = default;
 
 void Exchange::applySettings(const Settings& settings)
 {
-    CURL* easy = m_easy.get();
+    CURL* easy = m_prototype.get();
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     // Without it a slow name look-up is waited for to its end, whatever the limit.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
@@ -87,16 +87,16 @@ void Exchange::applySettings(const Settings& settings)
 
 Exchange::Result Exchange::run(const Request& request)
 {
+    // A fresh handle: one that is used again appends a reply's first header line, when it begins with a
+    // blank, to a header of the reply before, which has been freed.
+    m_easy.reset(m_prototype ? curl_easy_duphandle(m_prototype.get()) : nullptr);
     if (!m_easy || !m_multi) {
         return {.failure = Failure::Other};
     }
     if (!applyHeaders(request)) {
         return {.failure = Failure::BadHeader};
     }
-    if (m_url != request.url) {
-        m_url = request.url;
-        curl_easy_setopt(m_easy.get(), CURLOPT_URL, m_url.constData());
-    }
+    curl_easy_setopt(m_easy.get(), CURLOPT_URL, request.url.constData());
     applyMethod(request);
     curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
 
@@ -123,12 +123,12 @@ Exchange::Result Exchange::run(const Request& request)
 
 bool Exchange::applyHeaders(const Request& request)
 {
-    const auto change = m_headers.set(request.headers, !request.body.isEmpty());
-    if (change == RequestHeaders::Change::New) {
-        curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_headers.list());
-        curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, m_headers.closeConnection() ? 1L : 0L);
+    if (!m_headers.set(request.headers, !request.body.isEmpty())) {
+        return false;
     }
-    return change != RequestHeaders::Change::Refused;
+    curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_headers.list());
+    curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, m_headers.closeConnection() ? 1L : 0L);
+    return true;
 }
 
 void Exchange::applyMethod(const Request& request)

@@ -81,9 +81,9 @@ private:
     /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
+    std::unique_ptr<CURL, CleanUpEasy> m_prototype;  ///< has the settings; copied for every exchange
     std::unique_ptr<CURL, CleanUpEasy> m_easy;
     RequestHeaders m_headers;
-    QByteArray m_url;
     QByteArray m_requestBody;
     QByteArray m_replyBody;
     size_t m_maxReplyBytes;

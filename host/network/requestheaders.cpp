@@ -46,17 +46,17 @@ QByteArray headerLine(const QString& name, const QString& value)
 
 }  // namespace
 
-RequestHeaders::Change RequestHeaders::set(const QHash<QString, QString>& headers, bool hasBody)
+bool RequestHeaders::set(const QHash<QString, QString>& headers, bool hasBody)
 {
     if (m_list != nullptr && m_hasBody == hasBody && m_headers == headers) {
-        return Change::None;
+        return true;
     }
     clear();
     bool hasContentType = false;
     for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
         if (!isToken(header.key()) || !isHeaderValue(header.value())) {
             clear();
-            return Change::Refused;
+            return false;
         }
         keepOutOfLog(header.key(), header.value());
         append(headerLine(header.key(), header.value()));
@@ -69,7 +69,7 @@ RequestHeaders::Change RequestHeaders::set(const QHash<QString, QString>& header
     }
     m_headers = headers;
     m_hasBody = hasBody;
-    return Change::New;
+    return true;
 }
 
 void RequestHeaders::clear()

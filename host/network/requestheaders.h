@@ -12,12 +12,10 @@
 class RequestHeaders
 {
 public:
-    enum class Change { None, New, Refused };
-
     /// Takes over `headers` and what follows from them: no "Expect", a "Content-Type" of JSON for a body that
-    /// has none. Refused when a name is no HTTP token or a value holds CR, LF or NUL; the list is then empty.
+    /// has none. False when a name is no HTTP token or a value holds CR, LF or NUL; the list is then empty.
     /// Values of headers that carry credentials become secrets of the log.
-    Change set(const QHash<QString, QString>& headers, bool hasBody);
+    [[nodiscard]] bool set(const QHash<QString, QString>& headers, bool hasBody);
 
     /// Valid until the next set().
     [[nodiscard]] curl_slist* list() const { return m_list.get(); }
