@@ -66,57 +66,6 @@ TEST_F(SiteListUpdate, MeasuresTheListedSitesAndChoosesTheFastest)
     EXPECT_THAT(asked(), ElementsAre("check s2"));
 }
 
-TEST_F(SiteListUpdate, TakesASiteForHealthyByTheCodeOfItsReplyAlone)
-{
-    start();
-    info("op1", {lists({"s1"})});
-    http::Response cutAfterBody = cutOff(200);
-    cutAfterBody.setBody(R"({"code": 0})");
-    const std::pair<http::Response, bool> cases[] = {{reply(200, {{"code", 0}}), true},
-                                                     {reply(500, {{"code", 0}}), true},
-                                                     {cutAfterBody, true},
-                                                     {reply(200, {{"code", QJsonValue::Null}}), true},
-                                                     {reply(200, {{"code", "5"}}), true},
-                                                     {reply(200, {{"code", 5}}), false},
-                                                     {reply(200, {{"code", -1}}), false},
-                                                     {reply(200, {{"description", "ok"}}), false},
-                                                     {reply(200), false},
-                                                     {timedOut(), false},
-                                                     {cutOff(), false}};
-    for (const auto& [response, healthy] : cases) {
-        health("s1", {answers(response)});
-        client->updateInfo();
-        EXPECT_EQ(log.take().contains(UnhealthyLine), !healthy) << response.body().toStdString();
-    }
-}
-
-TEST_F(SiteListUpdate, ReadsTheListWhateverTheReplyIs)
-{
-    start();
-    health("s1", {says(200, Ok)});
-    const QJsonObject s1{{"host", "http://s1"}};
-    struct Case
-    {
-        Answer answer;
-        QStringList asked;
-    };
-    const Case cases[] = {{says(200, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
-                          {says(500, {{"hosts", QJsonArray{s1}}}), {"info op1", "health s1"}},
-                          {says(200, {{"hosts", QJsonArray{QJsonObject{{"host", ""}}, QJsonObject(), "s2", 5,
-                                                           s1, QJsonObject{{"host", 7}}}}}),
-                           {"info op1", "health s1"}},
-                          {says(200, {{"hosts", s1}}), {"info op1"}},
-                          {says(200, {{"code", 0}}), {"info op1"}},
-                          {says(200), {"info op1"}},
-                          {answers(timedOut()), {"info op1"}}};
-    for (const Case& c : cases) {
-        info("op1", {c.answer});
-        EXPECT_EQ(client->updateInfo(), Status::Finished);
-        EXPECT_EQ(asked(), c.asked);
-        EXPECT_EQ(log.take().contains(FailedLine), c.asked.size() == 1);
-    }
-}
-
 TEST_F(SiteListUpdate, TriesTheKeysOfAHostUntilOneBringsASite)
 {
     start(false);

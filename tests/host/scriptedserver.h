@@ -1,8 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include <QByteArray>
 #include <QList>
@@ -11,20 +14,42 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 
+namespace boost::asio::ssl {
+class context;
+}
+
 /// What the server sends for one request, byte by byte as given, and what it does with the connection after.
 struct ScriptedReply
 {
     enum class Then {
         NextRequest,
         Close,
+        Reset,
         /// Sends nothing more and waits until the client closes.
         Silence,
         /// Sends a blank every few milliseconds until the client closes.
         Drip,
+        /// Sends blanks, 100 MiB at most, until the client closes.
+        Flood,
+    };
+    /// What the client meets that connects for this reply, when it is the first one of its connection.
+    enum class Door {
+        Open,
+        /// The reply is to the first bytes that come, be they a request or a TLS handshake's.
+        FirstBytes,
+        /// Connecting is refused from here on.
+        Shut,
+        /// Attempts to connect are left without an answer from here on.
+        Full,
     };
 
     QByteArray bytes;
     Then then = Then::NextRequest;
+    Door door = Door::Open;
+    /// With which the connection is held; none for a plain one.
+    boost::asio::ssl::context* tls = nullptr;
+    /// When not zero, the bytes are sent one by one with this pause between them.
+    std::chrono::milliseconds pace{};
 };
 
 /// A complete reply with a length.
@@ -46,6 +71,7 @@ class ScriptedServer
 public:
     /// The replies are given one after another, the last of them for every further request.
     ScriptedServer(std::initializer_list<ScriptedReply> replies);
+    explicit ScriptedServer(const QList<ScriptedReply>& replies);
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
     /// Closes its connection.
@@ -61,11 +87,17 @@ private:
     using Socket = boost::asio::ip::tcp::socket;
 
     void serveAll();
-    void serve(Socket& socket);
+    template <class Stream>
+    void serve(Socket& socket, Stream& stream);
+    void serveConnection(Socket& socket, const ScriptedReply& reply);
+    [[nodiscard]] std::optional<ScriptedReply> nextReply();
     ScriptedReply takeReply(const ReceivedRequest& request);
+    void arrangeDoor();
 
     boost::asio::io_context m_io;
     boost::asio::ip::tcp::acceptor m_listener;
+    boost::asio::ip::tcp::endpoint m_endpoint;
+    std::vector<Socket> m_fillers;  // of the queue behind a full door
 
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_requestCame;
