@@ -262,6 +262,7 @@ int main(int argc, char** argv)
     app.add_flag("--list", options.list, "Only list the mutants");
     app.add_option("FILE", options.files, "Sources, relative to the root")->required();
     CLI11_PARSE(app, argc, argv);
+    options.root = QDir(QString::fromStdString(options.root)).absolutePath().toStdString();
     try {
         return work(options);
     } catch (const std::exception& error) {
