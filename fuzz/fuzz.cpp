@@ -54,18 +54,6 @@ QByteArray bytesOf(const uint8_t* data, size_t size)
     return {reinterpret_cast<const char*>(data), qsizetype(size)};
 }
 
-bool isSame(const CheckMarkingCodesResult& a, const CheckMarkingCodesResult& b)
-{
-    const auto isSameStatus = [](const auto& x, const auto& y) {
-        return x.status == y.status && x.message == y.message && x.ogvs == y.ogvs &&
-               x.errorCode == y.errorCode && x.object == y.object;
-    };
-    return a.passedCodes == b.passedCodes && a.requestInfos == b.requestInfos &&
-           a.expireDates == b.expireDates && a.productWeights == b.productWeights && a.mrps == b.mrps &&
-           a.failedCodes.keys() == b.failedCodes.keys() &&
-           std::equal(a.failedCodes.cbegin(), a.failedCodes.cend(), b.failedCodes.cbegin(), isSameStatus);
-}
-
 const QList<MarkingCode>& requestedCodes()
 {
     static const QList<MarkingCode> codes = {

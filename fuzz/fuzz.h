@@ -20,9 +20,6 @@ void require(bool kept, const char* promise);
 
 [[nodiscard]] QByteArray bytesOf(const uint8_t* data, size_t size);
 
-/// Whether both say the same of the same codes, side data included.
-[[nodiscard]] bool isSame(const CheckMarkingCodesResult& a, const CheckMarkingCodesResult& b);
-
 /// Codes that the seeds speak of.
 [[nodiscard]] const QList<MarkingCode>& requestedCodes();
 
