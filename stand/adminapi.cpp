@@ -105,6 +105,11 @@ Exchange AdminApi::serve(const Request& request, const ConnectionInfo&)
     return planExchange(answer(request), {}, request);
 }
 
+Answer AdminApi::refusal(int status, const QString& reason) const
+{
+    return problem(status, reason);
+}
+
 Answer AdminApi::answer(const Request& request)
 {
     if (isForeign(request))

@@ -22,6 +22,7 @@ public:
     Behaviour welcome() override { return {}; }
     Exchange serve(const Request& request, const ConnectionInfo& connection) override;
     void ended(std::uint64_t, int, Outcome) override {}
+    [[nodiscard]] Answer refusal(int status, const QString& reason) const override;
     [[nodiscard]] std::uint64_t largestBody() const override { return 4UL * 1024 * 1024; }
 
 private:

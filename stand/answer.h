@@ -16,7 +16,7 @@ struct Answer
     std::string body;
 
     [[nodiscard]] static Answer json(int status, const QJsonObject& object);
-    /// {"code": code, "description": text}, the operator's and the admin port's form of a refusal.
+    /// {"code": code, "description": text}, the operator's form of a refusal.
     [[nodiscard]] static Answer refusal(int status, int code, const QString& description);
     [[nodiscard]] static Answer refusal(int status, const QString& description)
     {

@@ -16,6 +16,11 @@ std::string addressProblem(const std::string& text)
     return error ? "\"" + text + "\" is not an IP address" : std::string();
 }
 
+std::string emptyProblem(const std::string& text)
+{
+    return text.empty() ? "must not be empty" : std::string();
+}
+
 void addCounts(CLI::App& app, Options& options)
 {
     app.add_option("--operators", options.operators, "Operator hosts (default 1)")
@@ -53,7 +58,8 @@ std::variant<Options, int> parseCommandLine(int argc, char** argv)
     app.add_option("--goods", options.goods, "Data set in place of the packed one (JSON)")->type_name("FILE");
     app.add_option("--key", options.keys, "API key that is accepted; may be repeated")
         ->take_all()
-        ->expected(1);
+        ->expected(1)
+        ->check(CLI::Validator(emptyProblem, "KEY"));
     app.add_flag("--die-with-parent", options.dieWithParent, "End when the starting process ends");
     app.add_option("--log-level", options.logLevel, "Level of the log on standard error")
         ->check(CLI::IsMember({"debug", "info", "warning", "error", "off"}))

@@ -130,7 +130,7 @@ void HttpSession::refuse(const Error& error)
     const bool tooLarge = error == http::error::body_limit || error == http::error::header_limit;
     Request request;
     request.keepAlive = false;
-    begin(planExchange(Answer::refusal(tooLarge ? 413 : 400, QString::fromStdString(error.message())), {},
+    begin(planExchange(service_.refusal(tooLarge ? 413 : 400, QString::fromStdString(error.message())), {},
                        request));
 }
 

@@ -5,15 +5,27 @@
 #include <QJsonDocument>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
+#include <fcntl.h>
 #include <iostream>
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr int wrongInput = 2;
+
+/// A standard stream that the caller has closed is one that is empty and cannot be written to: otherwise the
+/// next socket opened would take its number, and what is meant for the stream.
+void occupyStandardStreams()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) == -1)
+            (void)open("/dev/null", O_RDONLY);
+    }
+}
 
 /// False when the parent is gone already.
 bool dieWithParent()
@@ -25,6 +37,8 @@ bool dieWithParent()
 void print(const QJsonObject& object)
 {
     std::cout << QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() << std::endl;
+    if (!std::cout)
+        throw std::runtime_error("standard output: the ready line cannot be written; send it somewhere else");
 }
 
 int run(const marksim::Options& options)
@@ -47,6 +61,7 @@ int run(const marksim::Options& options)
 
 int main(int argc, char** argv)
 {
+    occupyStandardStreams();
     const auto parsed = marksim::parseCommandLine(argc, argv);
     if (const auto* status = std::get_if<int>(&parsed))
         return *status;

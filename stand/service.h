@@ -1,5 +1,6 @@
 #pragma once
 
+#include "answer.h"
 #include "behaviour.h"
 #include "exchange.h"
 #include "request.h"
@@ -29,6 +30,8 @@ public:
     virtual Exchange serve(const Request& request, const ConnectionInfo& connection) = 0;
     /// `status` is 0 when nothing of the reply went out.
     virtual void ended(std::uint64_t exchange, int status, Outcome outcome) = 0;
+    /// The reply to what is no request, or one that is too large.
+    [[nodiscard]] virtual Answer refusal(int status, const QString& reason) const = 0;
     /// Bodies beyond it are answered with 413.
     [[nodiscard]] virtual std::uint64_t largestBody() const = 0;
 };

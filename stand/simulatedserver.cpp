@@ -104,6 +104,11 @@ void SimulatedServer::ended(std::uint64_t exchange, int status, Outcome outcome)
     log_.end(exchange, status, outcome);
 }
 
+Answer SimulatedServer::refusal(int status, const QString& reason) const
+{
+    return Answer::refusal(status, reason);
+}
+
 std::uint64_t SimulatedServer::largestBody() const
 {
     return largestRequestBody;

@@ -45,6 +45,7 @@ public:
     Behaviour welcome() override;
     Exchange serve(const Request& request, const ConnectionInfo& connection) override;
     void ended(std::uint64_t exchange, int status, Outcome outcome) override;
+    [[nodiscard]] Answer refusal(int status, const QString& reason) const override;
     [[nodiscard]] std::uint64_t largestBody() const override;
 
 private:

@@ -57,7 +57,8 @@ TEST_F(Admin, RefusesWhatItDoesNotKnowWithAReason)
     for (const auto& [body, reason] : behaviours)
         expectRefusal({"PUT", "/behaviours/site-1", body, 400, reason});
     EXPECT_EQ(client.health().status, 418) << "a refused order must change nothing";
-    EXPECT_EQ(stand.ask("PUT", "/goods/x", QByteArray(5 << 20, ' ')).status, 413);
+    const QByteArray tooLarge(5 << 20, ' ');
+    expectRefusal({"PUT", "/goods/x", tooLarge, 413, "body limit exceeded"});
 }
 
 TEST_F(Admin, AnswersItsOwnPagesAndProgramsOnly)

@@ -17,15 +17,19 @@ public:
 };
 
 /// Exactly one line, with these words in it, on standard error; status 2; nothing on standard output.
-void expectRefusal(const QStringList& arguments, const QStringList& words)
+void expectRefusal(const ProcessOutcome& outcome, const QStringList& words)
 {
-    const ProcessOutcome outcome = runProcess(MARKSIM_PATH, arguments);
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_EQ(outcome.output, "");
     EXPECT_TRUE(outcome.errors.startsWith("marksim: ")) << outcome.errors.data();
     EXPECT_EQ(outcome.errors.indexOf('\n'), outcome.errors.size() - 1) << outcome.errors.data();
     for (const QString& word : words)
         EXPECT_TRUE(outcome.errors.contains(word.toUtf8())) << outcome.errors.data() << word.toStdString();
+}
+
+void expectRefusal(const QStringList& arguments, const QStringList& words)
+{
+    expectRefusal(runProcess(MARKSIM_PATH, arguments), words);
 }
 
 }  // namespace
@@ -69,6 +73,7 @@ TEST(CommandLine, WrongInputIsRefusedInOneLine)
         {{"--bind", "localhost"}, "\"localhost\" is not an IP address"},
         {{"--admin-port", "65536"}, "--admin-port"},
         {{"--log-level", "loud"}, "--log-level"},
+        {{"--key", ""}, "--key: must not be empty"},
         {{"--goods", "/nowhere"}, "/nowhere: cannot be read"},
         {{"--goods", goods.fileName()}, ".goods[0]: unknown key \"price\""},
         {{"--admin-port", port}, "admin port: port " + port + " on 127.0.0.1 cannot be had"},
@@ -77,6 +82,8 @@ TEST(CommandLine, WrongInputIsRefusedInOneLine)
     };
     for (const auto& [arguments, reason] : cases)
         expectRefusal(arguments, {reason});
+    for (const char* output : {"exec \"$0\" >/dev/full", "exec \"$0\" >&-"})
+        expectRefusal(runProcess("/bin/bash", {"-c", output, MARKSIM_PATH}), {"the ready line"});
 }
 
 /// Two operators, one of which lists a site under its address and one that is dead.
