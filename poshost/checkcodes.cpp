@@ -1,10 +1,10 @@
 #include "poshost/checkcodes.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QStringDecoder>
 
 #include "poshost/failure.h"
 
@@ -14,13 +14,20 @@ namespace {
 
 constexpr qint64 longestFile = qint64(256) * 1024 * 1024;
 
+/// Marking codes are made of GS and of what can be printed in ASCII.
+bool isOfCodes(char character)
+{
+    return character == '\x1d' || (character >= ' ' && character <= '~');
+}
+
 MarkingCode readCode(const QByteArray& bytes, const QString& where)
 {
-    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decode(bytes);
-    if (decode.hasError()) {
-        refuse(QStringLiteral("%1: the code is not UTF-8 text; give it as it is printed").arg(where));
+    if (!std::all_of(bytes.begin(), bytes.end(), isOfCodes)) {
+        refuse(
+            QStringLiteral("%1: the code holds characters that no marking code has; give it as it is printed")
+                .arg(where));
     }
+    QString text = QString::fromLatin1(bytes);
     static const QRegularExpression gs(QStringLiteral(R"(\\x1[dD]|\\u001[dD]|<GS>)"));
     text.replace(gs, QStringLiteral("\x1d"));
     if (text.size() > longestCode) {
