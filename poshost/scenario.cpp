@@ -1,5 +1,7 @@
 #include "poshost/scenario.h"
 
+#include <algorithm>
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -38,12 +40,14 @@ QList<Scenario> shippedScenarios()
 {
     QList<Scenario> scenarios;
     const QDir folder(QStringLiteral(":/scenarios"));
-    for (const QFileInfo& entry : folder.entryInfoList(QDir::Files, QDir::Name)) {
+    for (const QFileInfo& entry : folder.entryInfoList(QDir::Files)) {
         QFile file(entry.filePath());
         if (file.open(QIODevice::ReadOnly)) {
             scenarios.append(parse(entry.completeBaseName(), file.readAll()));
         }
     }
+    std::sort(scenarios.begin(), scenarios.end(),
+              [](const Scenario& left, const Scenario& right) { return left.name < right.name; });
     return scenarios;
 }
 
