@@ -4,7 +4,9 @@
 #include <cstring>
 #include <exception>
 
+#include <fcntl.h>
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 
@@ -15,6 +17,17 @@
 #include "poshost/output.h"
 
 namespace {
+
+/// A standard stream that the caller has closed is one that is empty and cannot be written to: otherwise the
+/// next file opened would take its number, and what is meant for the stream.
+void occupyStandardStreams()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (::fcntl(fd, F_GETFD) == -1) {
+            (void)::open("/dev/null", O_RDONLY);
+        }
+    }
+}
 
 /// Texts are UTF-8 here whatever the environment says; Qt would complain of any other.
 void useUtf8()
@@ -43,6 +56,7 @@ int runAs(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    occupyStandardStreams();
     useUtf8();
     // A failed write is reported where it happens.
     (void)std::signal(SIGPIPE, SIG_IGN);
