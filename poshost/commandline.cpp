@@ -1,5 +1,6 @@
 #include "poshost/commandline.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -33,21 +34,31 @@ constexpr const char* footer =
     "configuration is wrong, 3 the plug-in is idle or did not take the action, 4 standard output could\n"
     "not be written, 128 plus the number of a signal that ended it.";
 
+std::string emptyProblem(const std::string& text)
+{
+    return text.empty() ? "must not be empty" : std::string();
+}
+
+/// An option with a text, which cannot be empty: to say nothing is to leave the option out.
+void addText(CLI::App& app, const std::string& name, std::string& text, const char* type,
+             const std::string& help)
+{
+    app.add_option(name, text, help)->type_name(type)->check(CLI::Validator(emptyProblem, ""));
+}
+
 void addGlobalOptions(CLI::App& app, Options& options, Raw& raw)
 {
     app.set_version_flag("--version", "poshost " POSHOST_VERSION);
-    app.add_option("--config", raw.config,
-                   "Settings (INI); by default ~/.config/crptservice/poshost.ini or "
-                   "/etc/xdg/crptservice/poshost.ini")
-        ->type_name("FILE");
-    app.add_option("--plugin", raw.plugin, "The plug-in library; by default the one installed with poshost")
-        ->type_name("FILE");
+    addText(app, "--config", raw.config, "FILE",
+            "Settings (INI); by default ~/.config/crptservice/poshost.ini or "
+            "/etc/xdg/crptservice/poshost.ini");
+    addText(app, "--plugin", raw.plugin, "FILE",
+            "The plug-in library; by default the one installed with poshost");
     app.add_flag("--stand", options.stand,
                  "Start the test stand and use it as the operator; the default without settings");
-    app.add_option("--scenario", raw.scenario, "How the stand behaves (see \"scenarios\"); implies --stand")
-        ->type_name("NAME");
-    app.add_option("--log-level", raw.logLevel, "trace, debug, info, warn, error, fatal or off")
-        ->type_name("LEVEL");
+    addText(app, "--scenario", raw.scenario, "NAME",
+            "How the stand behaves (see \"scenarios\"); implies --stand");
+    addText(app, "--log-level", raw.logLevel, "LEVEL", "trace, debug, info, warn, error, fatal or off");
 }
 
 void addVerify(CLI::App& app, Options& options, Raw& raw)
@@ -55,11 +66,9 @@ void addVerify(CLI::App& app, Options& options, Raw& raw)
     const CLI::Range seconds(0, int(longestTimeout.count()));
     CLI::App* verify = app.add_subcommand("verify", "Check marking codes as a till does");
     verify->add_flag("--json", options.json, "Print one JSON object instead of a table");
-    verify->add_option("--section", raw.section, "Settings section that the check belongs to")
-        ->type_name("S");
-    verify->add_option("--api-key", raw.apiKey, "Key that the check is made with")->type_name("K");
-    verify->add_option("--service", raw.service, "Verification service: crpt, turon or esm")
-        ->type_name("NAME");
+    addText(*verify, "--section", raw.section, "S", "Settings section that the check belongs to");
+    addText(*verify, "--api-key", raw.apiKey, "K", "Key that the check is made with");
+    addText(*verify, "--service", raw.service, "NAME", "Verification service: crpt, turon or esm");
     verify->add_option("--request-timeout", raw.requestTimeout, "Limit of one request, seconds")
         ->type_name("SEC")
         ->check(seconds);
@@ -67,8 +76,7 @@ void addVerify(CLI::App& app, Options& options, Raw& raw)
         ->type_name("SEC")
         ->check(seconds);
     verify->add_flag("--refund", options.refund, "The goods are taken back, not sold");
-    verify->add_option("--codes-file", raw.codesFile, "Codes, one a line; \"-\" is standard input")
-        ->type_name("FILE");
+    addText(*verify, "--codes-file", raw.codesFile, "FILE", "Codes, one a line; \"-\" is standard input");
     verify
         ->add_option("CODE", raw.codes,
                      R"(Marking codes; \x1d, \u001d, <GS> and the character itself mean GS)")
@@ -93,9 +101,35 @@ void addOthers(CLI::App& app, Options& options)
     scenarios->callback([&options] { options.command = Command::Scenarios; });
 }
 
+using Arguments = std::vector<std::string>;
+
+/// The arguments in the order in which CLI11 takes them. Where codes may stand it would read "[a,b]" as a
+/// list and "++" as the end of a command; a NUL behind them, which no argument of a program holds, keeps them
+/// whole.
+Arguments protectedAndReversed(Arguments arguments)
+{
+    std::reverse(arguments.begin(), arguments.end());
+    for (std::string& argument : arguments) {
+        if (argument.starts_with('[') || argument == "++") {
+            argument += '\0';
+        }
+    }
+    return arguments;
+}
+
+/// Up to a NUL.
 QString text(const std::string& bytes)
 {
-    return QString::fromStdString(bytes);
+    return QString::fromUtf8(bytes.c_str());
+}
+
+[[noreturn]] void refuseLine(const CLI::App& app, const CLI::ParseError& error)
+{
+    if (const auto unknown = app.remaining(); app.get_subcommands().empty() && !unknown.empty()) {
+        refuse(QStringLiteral("\"%1\" is neither a command nor an option; see \"poshost --help\"")
+                   .arg(text(unknown.front())));
+    }
+    refuse(QStringLiteral("%1; see \"poshost --help\"").arg(text(error.what())));
 }
 
 void takeOver(const Raw& raw, Options& options)
@@ -109,7 +143,7 @@ void takeOver(const Raw& raw, Options& options)
     options.service = text(raw.service);
     options.codesFile = text(raw.codesFile);
     for (const std::string& code : raw.codes) {
-        options.codes.append(QByteArray::fromStdString(code));
+        options.codes.append(QByteArray(code.c_str()));
     }
     if (raw.requestTimeout) {
         options.requestTimeout = std::chrono::seconds(*raw.requestTimeout);
@@ -135,8 +169,10 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
     addGlobalOptions(app, options, raw);
     addVerify(app, options, raw);
     addOthers(app, options);
+    const Arguments all(argv + 1, argv + argc);
+    const auto end = std::find(all.begin(), all.end(), "--");
     try {
-        app.parse(argc, argv);
+        app.parse(protectedAndReversed({all.begin(), end}));
     } catch (const CLI::CallForHelp&) {
         CLI::App* chosen = app.get_subcommands().empty() ? &app : app.get_subcommands().front();
         printOut(text(chosen->help(chosen == &app ? "" : app.get_name())));
@@ -145,11 +181,14 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
         printOut(text(version.what()) + u'\n');
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        if (const auto unknown = app.remaining(); app.get_subcommands().empty() && !unknown.empty()) {
-            refuse(QStringLiteral("\"%1\" is neither a command nor an option; see \"poshost --help\"")
-                       .arg(text(unknown.front())));
-        }
-        refuse(QStringLiteral("%1; see \"poshost --help\"").arg(text(error.what())));
+        refuseLine(app, error);
+    }
+    if (end != all.end()) {
+        // CLI11 would take them for codes only where no code stands before the "--".
+        raw.codes.insert(raw.codes.end(), end + 1, all.end());
+    }
+    if (options.command != Command::Verify && !raw.codes.empty()) {
+        refuse(QStringLiteral("only the codes of verify can follow \"--\"; see \"poshost --help\""));
     }
     takeOver(raw, options);
     return options;
