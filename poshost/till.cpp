@@ -14,11 +14,11 @@ Till::Till(const Options& options, Log4Qt::Level level)
     if (!file.isEmpty()) {
         loadSettings(config, file);
     }
-    // What is wrong is said before anything is started.
-    configureLog(config, options, level);
+    // What is wrong is said before anything is started; the log comes last, for it makes a file.
     m_settings = readHostSettings(config, options);
     const Scenario scenario = findScenario(options.scenario);
-    const QString plugin = findPlugin(m_settings.pluginFile);
+    m_session.emplace(findPlugin(m_settings.pluginFile));
+    configureLog(config, options, level);
 
     if (usesStand(options)) {
         if (!options.stand) {
@@ -29,7 +29,6 @@ Till::Till(const Options& options, Log4Qt::Level level)
         scenario.applySettings(config);
         m_settings = readHostSettings(config, options);
     }
-    m_session.emplace(plugin);
     m_signals.throwIfReceived();
 }
 

@@ -7,7 +7,8 @@
 
 PluginLoader::PluginLoader(const QString& file)
     // An absolute path: a bare name would be searched for in the library path.
-    : m_loader(std::make_unique<QPluginLoader>(QFileInfo(file).absoluteFilePath()))
+    : m_file(QFileInfo(file).absoluteFilePath())
+    , m_loader(std::make_unique<QPluginLoader>(m_file))
 {
     m_loader->setLoadHints({});  // the default would keep the library in the process for good
 }
@@ -20,12 +21,11 @@ PluginLoader::~PluginLoader()
 bool PluginLoader::load(const QString& interfaceId, QString* error)
 {
     const auto fail = [&](const QString& what) {
-        *error = QStringLiteral("%1: %2").arg(m_loader->fileName(), what);
+        *error = QStringLiteral("%1: %2").arg(m_file, what);
         return false;
     };
     if (const QString file = m_loader->fileName(); file.isEmpty() || !QFileInfo(file).isFile()) {
-        *error = QStringLiteral("no such plug-in file");
-        return false;
+        return fail(QStringLiteral("no such plug-in file"));
     }
     const QJsonObject meta = m_loader->metaData();
     if (meta.isEmpty()) {

@@ -37,6 +37,7 @@ public:
     [[nodiscard]] QJsonObject metaData() const;
 
 private:
+    QString m_file;
     std::unique_ptr<QPluginLoader> m_loader;
     BasicPlugin* m_plugin = nullptr;
 };
