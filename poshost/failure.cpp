@@ -1,5 +1,7 @@
 #include "poshost/failure.h"
 
+#include <system_error>
+
 #include "poshost/exitstatus.h"
 
 namespace poshost {
@@ -13,6 +15,11 @@ Failure::Failure(int exitStatus, const QString& line)
 void refuse(const QString& line)
 {
     throw Failure(exitstatus::Usage, line);
+}
+
+QString systemError(int error)
+{
+    return QString::fromStdString(std::generic_category().message(error));
 }
 
 }  // namespace poshost

@@ -26,4 +26,7 @@ private:
 /// A Failure with exitstatus::Usage.
 [[noreturn]] void refuse(const QString& line);
 
+/// What the system calls the error of this number.
+[[nodiscard]] QString systemError(int error);
+
 }  // namespace poshost

@@ -1,11 +1,18 @@
 #include "poshost/hostsettings.h"
 
+#include <cerrno>
+
+#include <fcntl.h>
+
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QUrl>
 
 #include "contracts/service.h"
 #include "poshost/failure.h"
+#include "poshost/filedescriptor.h"
 #include <log4qt/logmanager.h>
 
 namespace poshost {
@@ -64,14 +71,13 @@ QUrl addressOf(const QString& text)
     return isWhole && !QUrl(text, QUrl::StrictMode).isValid() ? QUrl() : QUrl::fromUserInput(text);
 }
 
-void checkHost(const QString& host)
+/// `text` is what the settings have at `key`, `url` what the plug-in will make of it.
+void checkAddress(const QString& key, const QString& text, const QUrl& url, const QString& example)
 {
-    const QUrl url = addressOf(host);
     const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
     if (!url.isValid() || url.host().isEmpty() || !isHttp) {
-        refuse(QStringLiteral("settings, [Host] hosts: \"%1\" is no http or https address; write it as "
-                              "https://markirovka.example")
-                   .arg(host));
+        refuse(QStringLiteral("settings, %1: \"%2\" is no http or https address; write it as %3")
+                   .arg(named(key), text, example));
     }
 }
 
@@ -95,12 +101,33 @@ void checkNetwork(const Config& config)
 void readModules(const Config& config, HostSettings& settings)
 {
     for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
-        if (!config.getBool(section + QLatin1String(":enable")) ||
-            config.getString(section + QLatin1String(":token")).isEmpty()) {
+        if (!config.getBool(section + QLatin1String(":enable"))) {
+            continue;
+        }
+        const QString example = QStringLiteral("http://127.0.0.1:5995");
+        const QString key = section + QLatin1String(":url");
+        const QString url = config.getString(key, example);
+        checkAddress(key, url, QUrl(url, QUrl::StrictMode), example);
+        if (config.getString(section + QLatin1String(":token")).isEmpty()) {
             continue;
         }
         settings.hasModules = true;
         settings.maintainsModules |= config.getBool(section + QLatin1String(":maintain"));
+    }
+}
+
+/// Opens the file for a moment: the log itself would make missing folders.
+void checkLogFile(const QString& file)
+{
+    if (file.isEmpty()) {
+        return;
+    }
+    const FileDescriptor opened(
+        ::open(QFile::encodeName(file).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    if (!opened.isOpen()) {
+        refuse(
+            QStringLiteral("settings, [Log] file = %1: %2; name a file that can be written or leave it out")
+                .arg(file, systemError(errno)));
     }
 }
 
@@ -129,9 +156,17 @@ QString settingsFile(const QString& named)
 void loadSettings(Config& config, const QString& file)
 {
     QString error;
-    if (!config.load(file, &error)) {
-        refuse(QStringLiteral("settings: %1; correct it or name another file with --config").arg(error));
+    if (config.load(file, &error)) {
+        return;
     }
+    // "<file>:<line>: <what>" in the cashier's language, which is not that of these messages.
+    static const QRegularExpression place(QStringLiteral(R"(^:(\d+): )"));
+    if (const auto line = place.match(error.mid(file.size())); line.hasMatch()) {
+        error = QStringLiteral(
+                    "%1:%2: not a [section], not a \"key = value\" in one, not a comment, or not UTF-8")
+                    .arg(file, line.captured(1));
+    }
+    refuse(QStringLiteral("settings: %1; correct it or name another file with --config").arg(error));
 }
 
 HostSettings readHostSettings(const Config& config, const Options& options)
@@ -144,7 +179,8 @@ HostSettings readHostSettings(const Config& config, const Options& options)
     settings.section = chosen(options.section, config, key("Host", "section"), QStringLiteral("MarkedGoods"));
     settings.hosts = config.getList(key("Host", "hosts"));
     for (const QString& host : settings.hosts) {
-        checkHost(host);
+        checkAddress(key("Host", "hosts"), host, addressOf(host),
+                     QStringLiteral("https://markirovka.example"));
     }
     settings.keys = config.getList(key("Host", "keys"));
     settings.apiKey = chosen(options.apiKey, config, key("Host", "apiKey"), settings.keys.value(0));
@@ -172,9 +208,9 @@ void configureLog(const Config& config, const Options& options, Log4Qt::Level le
     log.pattern = chosen({}, config, key("Log", "pattern"), log.pattern);
     log.secrets = config.getBool(key("Log", "secrets"));
     maskSecrets(config, options);
-    QString error;
-    if (!Log4Qt::LogManager::configure(log, &error)) {
-        refuse(QStringLiteral("settings, [Log]: %1; correct it or leave it out").arg(error));
+    checkLogFile(log.file);
+    if (!Log4Qt::LogManager::configure(log)) {
+        refuse(QStringLiteral("settings, [Log] file = %1: cannot be opened; name another").arg(log.file));
     }
 }
 

@@ -1,7 +1,6 @@
 #include "poshost/output.h"
 
 #include <cerrno>
-#include <system_error>
 
 #include <unistd.h>
 
@@ -36,7 +35,7 @@ void printOut(const QString& text)
     if (const int error = writeAll(STDOUT_FILENO, text.toUtf8()); error != 0) {
         throw Failure(exitstatus::OutputFailed,
                       QStringLiteral("standard output: %1: the result is lost, write it somewhere else")
-                          .arg(QString::fromStdString(std::generic_category().message(error))));
+                          .arg(systemError(error)));
     }
 }
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <system_error>
 #include <vector>
 
 #include <fcntl.h>
@@ -31,11 +30,6 @@ namespace {
 
 constexpr int readyTimeout = 30'000;  // milliseconds; a sanitizer build on a busy machine is slow
 constexpr int endTimeout = 2'000;     // milliseconds
-
-QString systemError(int error)
-{
-    return QString::fromStdString(std::generic_category().message(error));
-}
 
 /// What a child is started with, for the lifetime of the object.
 class SpawnPlan
