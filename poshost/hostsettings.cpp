@@ -162,8 +162,8 @@ void loadSettings(Config& config, const QString& file)
     // "<file>:<line>: <what>" in the cashier's language, which is not that of these messages.
     static const QRegularExpression place(QStringLiteral(R"(^:(\d+): )"));
     if (const auto line = place.match(error.mid(file.size())); line.hasMatch()) {
-        error = QStringLiteral(
-                    "%1:%2: not a [section], not a \"key = value\" in one, not a comment, or not UTF-8")
+        error = QStringLiteral("%1:%2: must be a [section], a comment or, in a section, a \"key = value\" "
+                               "without a colon in the key, all in UTF-8 without a byte order mark")
                     .arg(file, line.captured(1));
     }
     refuse(QStringLiteral("settings: %1; correct it or name another file with --config").arg(error));

@@ -1,7 +1,6 @@
 #include <csignal>
 
 #include <QFile>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -9,74 +8,81 @@
 
 namespace {
 
-class SignalMidCheck : public testing::TestWithParam<int>
+/// A poshost that waits for an answer that never comes.
+class Ending : public testing::Test
+{
+protected:
+    void signalMidCheck(int number)
+    {
+        ASSERT_TRUE(process.waitForError("Обращение к серверу..."));
+        process.sendSignal(number);
+        run = process.wait();
+    }
+
+    ChildProcess process{
+        POSHOST_PATH,
+        {"--scenario", "silence", "verify", "--request-timeout", "600", "--operation-timeout", "600"},
+        cleanEnvironment()};
+    ProcessOutcome run;
+};
+
+class EndingBySignal : public Ending, public testing::WithParamInterface<int>
 {
 };
 
-TEST_P(SignalMidCheck, EndsCleanlyAndLeavesNothingBehind)
+TEST_P(EndingBySignal, IsCleanInTheMiddleOfACheck)
 {
-    const int number = GetParam();
-    ChildProcess process(POSHOST_PATH,
-                         {"--scenario", "silence", "verify", "--json", "--request-timeout", "600",
-                          "--operation-timeout", "600"},
-                         cleanEnvironment());
-    ASSERT_TRUE(process.waitForError("Обращение к серверу..."));
-
-    process.sendSignal(number);
-    const ProcessOutcome run = process.wait();
-
+    signalMidCheck(GetParam());
     EXPECT_TRUE(run.ended);
-    EXPECT_EQ(run.exitStatus, 128 + number);
+    EXPECT_EQ(run.exitStatus, 128 + GetParam());
     EXPECT_EQ(run.output, "");
     EXPECT_TRUE(run.errors.contains("interrupted by SIG")) << run.errors.toStdString();
     EXPECT_TRUE(run.children.isEmpty()) << run.children.join('\n').toStdString();
 }
 
-INSTANTIATE_TEST_SUITE_P(Ending, SignalMidCheck, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, EndingBySignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
-TEST(Ending, StandDiesWithAKilledPoshost)
+TEST_F(Ending, StandDiesWithAKilledPoshost)
 {
-    ChildProcess process(
-        POSHOST_PATH,
-        {"--scenario", "silence", "verify", "--request-timeout", "600", "--operation-timeout", "600"},
-        cleanEnvironment());
-    ASSERT_TRUE(process.waitForError("Обращение к серверу..."));
-
-    process.sendSignal(SIGKILL);
-    QStringList left = process.wait().children;
-    for (int i = 0; i < 200 && !left.isEmpty(); ++i) {
-        // Nobody but the system tells when it is gone.
-        QThread::msleep(50);
-        left = process.wait().children;
-    }
-    EXPECT_TRUE(left.isEmpty()) << left.join('\n').toStdString();
+    signalMidCheck(SIGKILL);
+    EXPECT_TRUE(eventually([&] { return process.wait().children.isEmpty(); }));
 }
 
-TEST(Ending, OutputThatCannotBeWrittenIsReported)
+/// 1 is the status of the sample basket.
+TEST(Output, ThatCannotBeWrittenIsReportedAndTheCheckComesToItsEnd)
 {
-    for (const char* command : {"\"$0\" --stand verify > /dev/full", "\"$0\" --help > /dev/full",
-                                "set -o pipefail; \"$0\" --stand verify --json | true"}) {
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"\"$0\" --stand verify >/dev/full", 4, "standard output: No space left on device"},
+        {"\"$0\" --stand verify >&-", 4, "standard output: Bad file descriptor"},
+        {"\"$0\" --help >/dev/full", 4, "standard output: "},
+        {"set -o pipefail; \"$0\" --stand verify --json | true", 4, "standard output: Broken pipe"},
+        {"\"$0\" --scenario blackout verify 2>&- <&- | grep 'Кодов 11'; exit ${PIPESTATUS[0]}", 1, ""},
+        {"\"$0\" --scenario blackout verify 2>/dev/full", 1, ""},
+    };
+    for (const auto& [command, exitStatus, errors] : cases) {
         const ProcessOutcome run = runProcess("bash", {"-c", command, POSHOST_PATH}, {}, cleanEnvironment());
-        EXPECT_EQ(run.exitStatus, 4) << command;
-        EXPECT_TRUE(run.errors.contains("poshost: standard output: ")) << run.errors.toStdString();
+        EXPECT_EQ(run.exitStatus, exitStatus) << command;
+        EXPECT_EQ(run.output.contains("Кодов 11"), exitStatus == 1) << command;
+        EXPECT_TRUE(run.errors.contains(errors)) << run.errors.toStdString();
         EXPECT_TRUE(run.children.isEmpty()) << run.children.join('\n').toStdString();
     }
 }
 
-TEST(Ending, StandThatIsMissingIsRefused)
+TEST(Start, ThatLacksPluginOrStandIsRefused)
 {
     // A copy by itself has neither plug-in nor stand beside it.
     const QTemporaryDir folder;
     const QString lonely = folder.filePath("poshost");
     ASSERT_TRUE(QFile::copy(POSHOST_PATH, lonely));
-    const ProcessOutcome noPlugin = runProcess(lonely, {"--stand", "verify"}, {}, cleanEnvironment());
-    EXPECT_EQ(noPlugin.exitStatus, 2);
-    EXPECT_TRUE(noPlugin.errors.contains("no libcrptservice.so beside")) << noPlugin.errors.toStdString();
-
-    const ProcessOutcome noStand =
-        runProcess(lonely, {"--stand", "--plugin", PLUGIN_PATH, "verify"}, {}, cleanEnvironment());
-    EXPECT_EQ(noStand.exitStatus, 2);
-    EXPECT_TRUE(noStand.errors.contains("stand: no program")) << noStand.errors.toStdString();
+    const std::pair<QStringList, const char*> cases[] = {
+        {{"--stand", "verify"}, "no libcrptservice.so beside"},
+        {{"--stand", "--plugin", PLUGIN_PATH, "verify"}, "stand: no program"},
+    };
+    for (const auto& [arguments, complaint] : cases) {
+        const ProcessOutcome run = runProcess(lonely, arguments, {}, cleanEnvironment());
+        EXPECT_EQ(run.exitStatus, 2);
+        EXPECT_TRUE(run.errors.contains(complaint)) << run.errors.toStdString();
+    }
 }
 
 }  // namespace

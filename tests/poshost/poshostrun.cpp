@@ -7,24 +7,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-QByteArray settingsFor(const MarkSim& stand)
-{
-    QByteArray settings = "[MarkedGoods]\nmarkverifycrptservice = crpt\n[Host]\nhosts = " +
-                          stand.operatorUrls().join(',').toUtf8() + "\nkeys = " + stand.key().toUtf8() + "\n";
-    const QJsonArray modules = stand.ready()["modules"].toArray();
-    for (qsizetype i = 0; i < modules.size(); ++i) {
-        settings += "[LMCHZ" + QByteArray::number(i + 1) + "]\nenable = true\nmaintain = true\n";
-        for (const char* key : {"url", "user", "password", "token"}) {
-            settings += QByteArray(key) + " = " + modules[i][QLatin1String(key)].toString().toUtf8() + '\n';
-        }
-    }
-    return settings;
-}
-
-}  // namespace
-
 QStringList cleanEnvironment()
 {
     static const QTemporaryDir home;
@@ -52,7 +34,16 @@ SettingsFile::SettingsFile(const QByteArray& content)
     }
 }
 
-SettingsFile::SettingsFile(const MarkSim& stand, const QByteArray& more)
-    : SettingsFile(settingsFor(stand) + more)
+QByteArray settingsFor(const MarkSim& stand)
 {
+    QByteArray settings = "[MarkedGoods]\nmarkverifycrptservice = crpt\n[Host]\nhosts = " +
+                          stand.operatorUrls().join(',').toUtf8() + "\nkeys = " + stand.key().toUtf8() + "\n";
+    const QJsonArray modules = stand.ready()["modules"].toArray();
+    for (qsizetype i = 0; i < modules.size(); ++i) {
+        settings += "[LMCHZ" + QByteArray::number(i + 1) + "]\nenable = true\nmaintain = true\n";
+        for (const char* key : {"url", "user", "password", "token"}) {
+            settings += QByteArray(key) + " = " + modules[i][QLatin1String(key)].toString().toUtf8() + '\n';
+        }
+    }
+    return settings;
 }

@@ -18,13 +18,14 @@
 /// The one JSON object that is all of `output`; fails the test when it is anything else.
 [[nodiscard]] QJsonObject onlyObject(const QByteArray& output);
 
+/// Settings for the operators and the modules of a stand.
+[[nodiscard]] QByteArray settingsFor(const MarkSim& stand);
+
 /// A settings file of its own.
 class SettingsFile
 {
 public:
     explicit SettingsFile(const QByteArray& content);
-    /// Settings for the operator and the modules of a stand, with `more` at their end.
-    explicit SettingsFile(const MarkSim& stand, const QByteArray& more = {});
 
     [[nodiscard]] QString path() const { return m_folder.filePath(QStringLiteral("till.ini")); }
 
