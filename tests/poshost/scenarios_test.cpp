@@ -20,6 +20,11 @@ struct Expected
     const char* notice = nullptr;  ///< identifier of the notice that stands at the end
 };
 
+void PrintTo(const Expected& expected, std::ostream* out)
+{
+    *out << expected.scenario;
+}
+
 /// In the order of their names.
 const Expected shipped[] = {
     {"bad-token", 1, 2, "online", 11, "Unreachable", "crptIncorrectTokenErrorNotification"},
