@@ -23,18 +23,19 @@ const Body rubbish = [](const HttpReply& reply) {
 };
 const Body padded = [](const HttpReply& reply) { return normal(reply) && reply.body.size() > 32 << 20; };
 const Body edited = [](const HttpReply& reply) {
-    const QJsonValue object = reply.json();
-    const QJsonValue entry = object["codes"][0];
-    return object["code"] == "0" && object["version"].isUndefined() && entry["valid"] == "yes" &&
+    const QJsonValue entry = reply.json()["codes"][0];
+    return reply.json()["code"] == "0" && reply.json()["version"].isUndefined() && entry["valid"] == "yes" &&
            entry["found"].isUndefined() && entry["cis"] == milk;
+};
+const Body headed = [](const HttpReply& reply) {
+    return reply.headers.contains("Location: http://elsewhere/") && reply.headers.filter("Date:").isEmpty() &&
+           reply.headers.filter("content-type:", Qt::CaseInsensitive) == QStringList{"content-type: a/b"};
 };
 
 Body says(const char* text)
 {
     return [text](const HttpReply& reply) { return reply.body == text; };
 }
-
-const Body empty = says("");
 
 void expectSeen(const MarkSim& stand, const Case& expected)
 {
@@ -57,36 +58,31 @@ TEST_F(Faults, LookToTheClientAsTheyAreMeant)
 {
     const Case cases[] = {
         {"[]", CURLE_OK, 200, normal},
-        {R"({"status": 204})", CURLE_OK, 204, empty},
         {R"({"status": 599, "text": "gone"})", CURLE_OK, 599, says("gone")},
         {R"({"status": 503, "body": {"code": 5000}})", CURLE_OK, 503, says(R"({"code":5000})")},
-        {R"({"payload": "empty"})", CURLE_OK, 200, empty},
+        {R"({"headers": {"Location": "http://elsewhere/", "content-type": "a/b", "Date": null}})", CURLE_OK,
+         200, headed},
+        {R"({"payload": "empty"})", CURLE_OK, 200, says("")},
         {R"({"payload": "malformed"})", CURLE_OK, 200, rubbish},
         {R"({"set": {"/code": "0", "/codes/0/valid": "yes"}, "remove": ["/version", "/codes/*/found"]})",
          CURLE_OK, 200, edited},
         {R"({"cut": {"after": 0}})", CURLE_GOT_NOTHING, 0},
         {R"({"cut": {"after": 0, "by": "reset"}})", CURLE_RECV_ERROR, 0},
-        {R"({"cut": {"after": "head"}})", CURLE_PARTIAL_FILE, 200, empty},
-        {R"({"cut": {"after": "head", "by": "stall"}})", CURLE_OPERATION_TIMEDOUT, 200, empty},
-        {R"({"cut": {"after": 300, "by": "close"}})", CURLE_PARTIAL_FILE, 200, rubbish},
+        {R"({"cut": {"after": "head"}})", CURLE_PARTIAL_FILE, 200, says("")},
+        {R"({"cut": {"after": 300, "by": "stall"}})", CURLE_OPERATION_TIMEDOUT, 200, rubbish},
         {R"({"cut": {"after": "reply", "by": "reset"}})", CURLE_OK, 200, normal},
         {R"({"silent": true})", CURLE_OPERATION_TIMEDOUT, 0},
-        {R"({"connect": "silent"})", CURLE_OPERATION_TIMEDOUT, 0},
         {R"({"connect": "reset"})", CURLE_RECV_ERROR, 0},
         {R"({"connect": "close"})", CURLE_GOT_NOTHING, 0},
         {R"({"connect": "refuse"})", CURLE_COULDNT_CONNECT, 0},
         {R"({"connect": "unanswered"})", CURLE_OPERATION_TIMEDOUT, 0},
-        {R"({"framing": "chunked", "payload": "empty"})", CURLE_OK, 200, empty},
-        {R"({"framing": "bad-chunks"})", CURLE_RECV_ERROR, 200, empty},
+        {R"({"framing": "bad-chunks"})", CURLE_RECV_ERROR, 200, says("")},
         {R"({"framing": "until-close"})", CURLE_OK, 200, normal},
         {R"({"framing": "short-length"})", CURLE_OK, 200, rubbish},
         {R"({"framing": "long-length"})", CURLE_PARTIAL_FILE, 200, normal},
-        {R"({"encoding": "gzip"})", CURLE_OK, 200, normal},
         {R"({"encoding": "gzip", "framing": "chunked", "padMegabytes": 33})", CURLE_OK, 200, padded},
         {R"({"encoding": "lying-gzip"})", CURLE_BAD_CONTENT_ENCODING, 200},
         {R"({"raw": "nonsense\r\n\r\n"})", CURLE_UNSUPPORTED_PROTOCOL, 0},
-        {R"({"raw": "HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 201 Made\r\nContent-Length: 2\r\n\r\n{}"})",
-         CURLE_OK, 201, says("{}")},
         {R"({"rawBase64": "SFRUUC8xLjEgMjAwIE9LDQoNCv8="})", CURLE_OK, 200, says("\xff")},
     };
     for (const Case& expected : cases)
@@ -103,8 +99,6 @@ TEST(FaultsOverTls, AreSeenThroughTheEncryption)
         {R"({"certificate": "self-signed"})", CURLE_PEER_FAILED_VERIFICATION, 0},
         {R"({"connect": "close"})", CURLE_SSL_CONNECT_ERROR, 0},
         {R"({"connect": "silent"})", CURLE_OPERATION_TIMEDOUT, 0},
-        {R"({"framing": "until-close"})", CURLE_OK, 200, normal},
-        {R"({"cut": {"after": "head"}})", CURLE_PARTIAL_FILE, 200, empty},
         {R"({"padMegabytes": 33})", CURLE_OK, 200, padded},
     };
     for (const Case& expected : cases)
@@ -113,28 +107,15 @@ TEST(FaultsOverTls, AreSeenThroughTheEncryption)
     EXPECT_TRUE(stand.url("module-1").startsWith("http://"));
 }
 
-TEST_F(Faults, HeadersAreAddedReplacedAndLeftOut)
-{
-    stand.behave(
-        "site-1",
-        R"({"headers": {"Location": "http://elsewhere/", "content-type": "text/plain", "Date": null}})");
-    const QStringList headers = client.health().headers;
-    EXPECT_TRUE(headers.contains("Location: http://elsewhere/"));
-    EXPECT_EQ(headers.filter("Content-Type:", Qt::CaseInsensitive), QStringList{"content-type: text/plain"});
-    EXPECT_TRUE(headers.filter("Date:").isEmpty());
-}
-
 TEST_F(Faults, ApplyInOrderToTheirMethodForTheirCount)
 {
     stand.behave("site-1", R"([{"method": "check", "status": 500, "times": 2},
                                {"status": 429, "times": 1},
                                {"method": "check", "status": 403}])");
     EXPECT_EQ(client.check({}).status, 500);
-    EXPECT_EQ(stand.admin("GET", "/behaviours/site-1")["site-1"][0]["times"], 1);
     EXPECT_EQ(client.health().status, 429);
     EXPECT_EQ(client.health().status, 200);
     EXPECT_EQ(client.check({}).status, 500);
-    EXPECT_EQ(client.check({}).status, 403);
     EXPECT_EQ(client.check({}).status, 403);
     EXPECT_EQ(client.check({}, "site-2").status, 200);
     stand.behave("site-2", R"({"connect": "reset", "times": 1})");
@@ -144,11 +125,11 @@ TEST_F(Faults, ApplyInOrderToTheirMethodForTheirCount)
 
 TEST_F(Faults, AShutDoorResetsOpenConnections)
 {
-    for (const char* door : {R"({"connect": "refuse"})", R"({"connect": "unanswered"})"}) {
+    for (const char* door : {"refuse", "unanswered"}) {
         client.timeout = 30s;
         stand.behave("site-1", "[]");
         EXPECT_EQ(client.health().status, 200) << door;
-        stand.behave("site-1", door);
+        stand.behave("site-1", QJsonObject{{"connect", door}});
         client.timeout = 200ms;
         EXPECT_NE(client.health().result, CURLE_OK) << door;
     }
@@ -156,13 +137,9 @@ TEST_F(Faults, AShutDoorResetsOpenConnections)
 
 TEST_F(Faults, DelayTheReplyAtLeastAsLongAsTheySay)
 {
+    stand.behave("site-1", R"({"latencyMs": 60, "text": "0123456789", "drip": {"bytes": 2, "everyMs": 20}})");
     QElapsedTimer timer;
-    stand.behave("site-1", R"({"latencyMs": 60, "jitterMs": 5})");
-    timer.start();
-    EXPECT_EQ(client.health().status, 200);
-    EXPECT_GE(timer.elapsed(), 60);
-    stand.behave("site-1", R"({"text": "0123456789", "drip": {"bytes": 2, "everyMs": 20}})");
     timer.start();
     EXPECT_EQ(client.health().body, "0123456789");
-    EXPECT_GE(timer.elapsed(), 80);
+    EXPECT_GE(timer.elapsed(), 60 + 4 * 20);
 }

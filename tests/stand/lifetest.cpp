@@ -53,14 +53,6 @@ TEST(Life, EndsCleanlyWithConnectionsHangingInEveryState)
     }
 }
 
-TEST(Life, EndsWithItsParentWhenAsked)
-{
-    ChildProcess parent("/bin/sh", {"-c", "\"$0\" --die-with-parent & wait", MARKSIM_PATH});
-    EXPECT_TRUE(parent.readLine().contains(R"("ready":true)"));
-    parent.sendSignal(SIGKILL);
-    EXPECT_TRUE(eventually([&] { return parent.wait().children.isEmpty(); }));
-}
-
 TEST(Life, ServesPipelinedAndOldRequestsAndRefusesWhatIsNone)
 {
     const MarkSim stand;

@@ -16,20 +16,17 @@ public:
     }
 };
 
-/// Exactly one line, with these words in it, on standard error; status 2; nothing on standard output.
-void expectRefusal(const ProcessOutcome& outcome, const QStringList& words)
+/// Exactly one line, with this in it, on standard error; status 2; nothing on standard output.
+void expectRefusal(const QStringList& arguments, const QString& reason, const char* redirection = "")
 {
+    const QString command = QString("exec \"$0\" \"$@\" ") + redirection;
+    const ProcessOutcome outcome =
+        runProcess("/bin/bash", QStringList{"-c", command, MARKSIM_PATH} + arguments);
     EXPECT_EQ(outcome.exitStatus, 2);
     EXPECT_EQ(outcome.output, "");
     EXPECT_TRUE(outcome.errors.startsWith("marksim: ")) << outcome.errors.data();
     EXPECT_EQ(outcome.errors.indexOf('\n'), outcome.errors.size() - 1) << outcome.errors.data();
-    for (const QString& word : words)
-        EXPECT_TRUE(outcome.errors.contains(word.toUtf8())) << outcome.errors.data() << word.toStdString();
-}
-
-void expectRefusal(const QStringList& arguments, const QStringList& words)
-{
-    expectRefusal(runProcess(MARKSIM_PATH, arguments), words);
+    EXPECT_TRUE(outcome.errors.contains(reason.toUtf8())) << outcome.errors.data() << reason.toStdString();
 }
 
 }  // namespace
@@ -37,27 +34,21 @@ void expectRefusal(const QStringList& arguments, const QStringList& words)
 TEST(Scenario, AWrongFileIsRefusedInOneLine)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {"", "line 1: this is not JSON"},
-        {"{\n\"sites\": 2,\n}", "line 3: this is not JSON"},
-        {"[]", ": must be an object"},
-        {R"({"site": 2})", "unknown key \"site\"; known keys: description, "},
+        {"{\n\"sites\": 2,\n}", ": line 3: this is not JSON"},
+        {R"({"site": 2})", ": unknown key \"site\"; known keys: description, "},
         {R"({"sites": "2"})", ".sites: must be a whole number from 0 to 100"},
-        {R"({"operators": 0})", ".operators: must be a whole number from 1 to 100"},
-        {R"({"keys": "k"})", ".keys: must be an array"},
         {R"({"goods": [{"code": ""}]})", ".goods[0].code: must be the text of a marking code"},
-        {R"({"servers": {"shop-1": {}}})", "\"shop-1\" is no server"},
+        {R"({"servers": {"shop-1": {}}})", ".servers: \"shop-1\" is no server"},
         {R"({"servers": {"site-4": {}}})", ".servers.site-4: there is no such server"},
-        {R"({"servers": {"site-1": {"state": "ready"}}})", ".servers.site-1: unknown key \"state\""},
-        {R"({"servers": {"sites": {"port": 1}}})", ".servers.sites: unknown key \"port\""},
-        {R"({"servers": {"site-1": {"behaviours": [{"status": 1}]}}})", ".site-1.behaviours[0].status: must"},
-        {R"({"servers": {"module-1": {"state": "idle"}}})", "\"idle\" is not one of not_configured, "},
-        {R"({"servers": {"site-1": {"prefix": "shop/"}}})", ".prefix: must be a path such as \"/shop\""},
+        {R"({"servers": {"site-1": {"behaviours": [{"status": 1}]}}})",
+         ".servers.site-1.behaviours[0].status: must"},
+        {R"({"servers": {"site-1": {"prefix": "shop/"}}})", ".servers.site-1.prefix: must be a path"},
     };
     for (const auto& [content, reason] : cases) {
         const TextFile file(content);
-        expectRefusal({"--scenario", file.fileName()}, {file.fileName(), reason});
+        expectRefusal({"--scenario", file.fileName()}, file.fileName() + reason);
     }
-    expectRefusal({"--scenario", "/nowhere/file.json"}, {"/nowhere/file.json: cannot be read"});
+    expectRefusal({"--scenario", "/nowhere/file.json"}, "/nowhere/file.json: cannot be read");
 }
 
 TEST(CommandLine, WrongInputIsRefusedInOneLine)
@@ -68,25 +59,21 @@ TEST(CommandLine, WrongInputIsRefusedInOneLine)
     const TextFile goods(R"({"goods": [{"code": "x", "price": 1}]})");
     const std::pair<QStringList, QString> cases[] = {
         {{"--sights", "3"}, "--sights"},
-        {{"--sites", "many"}, "--sites"},
         {{"--sites", "101"}, "--sites"},
-        {{"--bind", "localhost"}, "\"localhost\" is not an IP address"},
-        {{"--admin-port", "65536"}, "--admin-port"},
-        {{"--log-level", "loud"}, "--log-level"},
         {{"--key", ""}, "--key: must not be empty"},
-        {{"--goods", "/nowhere"}, "/nowhere: cannot be read"},
+        {{"--bind", "localhost"}, "\"localhost\" is not an IP address"},
         {{"--goods", goods.fileName()}, ".goods[0]: unknown key \"price\""},
         {{"--admin-port", port}, "admin port: port " + port + " on 127.0.0.1 cannot be had"},
         {{"--tls", "--scenario", scenario.fileName()}, "site-2: port " + port},
         {{"--bind", "203.0.113.1"}, "operator-1: port 0 on 203.0.113.1 cannot be had"},
     };
     for (const auto& [arguments, reason] : cases)
-        expectRefusal(arguments, {reason});
-    for (const char* output : {"exec \"$0\" >/dev/full", "exec \"$0\" >&-"})
-        expectRefusal(runProcess("/bin/bash", {"-c", output, MARKSIM_PATH}), {"the ready line"});
+        expectRefusal(arguments, reason);
+    for (const char* output : {">/dev/full", ">&-"})
+        expectRefusal({}, "standard output: the ready line cannot be written", output);
 }
 
-/// Two operators, one of which lists a site under its address and one that is dead.
+/// Two operators, one of which lists a site under its address, and one that is dead.
 TEST(Scenario, SetsUpServersKeysGoodsAndModules)
 {
     const TextFile file(R"({
@@ -100,7 +87,6 @@ TEST(Scenario, SetsUpServersKeysGoodsAndModules)
     const MarkSim stand({"--scenario", file.fileName(), "--sites", "3"});
     EXPECT_EQ(stand.ready()["sites"].toArray().size(), 3) << "the command line comes first";
     EXPECT_EQ(stand.ready()["keys"], (QJsonArray{"k1", "k2"}));
-    EXPECT_TRUE(stand.ready()["caFile"].isNull());
     EXPECT_TRUE(stand.url("site-2").endsWith("/shop"));
 
     const StandClient client(stand);
@@ -117,15 +103,9 @@ TEST(Scenario, SetsUpServersKeysGoodsAndModules)
               (QStringList{stand.url("site-2"), "http://127.0.0.1:1", ""}));
     EXPECT_EQ(sitesOf("operator-2", "k2"),
               (QStringList{stand.url("site-1"), stand.url("site-2"), stand.url("site-3")}));
-
     EXPECT_EQ(client.check({}, "site-2").status, 500);
     EXPECT_EQ(client.entry("X-1")["sold"], true);
-    EXPECT_EQ(stand.admin("GET", "/modules/module-2"), (QJsonObject{{"state", "ready"},
-                                                                    {"readyAfterMs", 5},
-                                                                    {"user", "u"},
-                                                                    {"password", "p"},
-                                                                    {"token", "k2"},
-                                                                    {"greyList", QJsonValue()}}));
+    EXPECT_EQ(stand.module(2)["token"], "k2");
     const HttpReply reply = client.send("POST", stand.url("module-2") + "/api/v2/cis/outCheck",
                                         R"({"cis_list":[{"cis":"X-1"}]})", {"Authorization: Basic dTpw"});
     EXPECT_EQ(reply.json()["results"][0]["codes"][0]["isBlocked"], true) << reply.body.data();
