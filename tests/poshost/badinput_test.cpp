@@ -20,9 +20,16 @@ void expectRefused(const QStringList& arguments, const QByteArray& complaint, co
     EXPECT_TRUE(run.children.isEmpty()) << run.children.join('\n').toStdString();
 }
 
-TEST(BadInput, CommandLineIsRefusedWithOneLine)
+TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
 {
-    const std::pair<QStringList, const char*> calls[] = {
+    const QStringList fromInput = {"verify", "--codes-file", "-"};
+    struct Call
+    {
+        QStringList arguments;
+        const char* complaint;
+        const char* input = "";
+    };
+    const Call calls[] = {
         {{}, "subcommand is required"},
         {{"sell", "C"}, "\"sell\" is neither a command nor an option"},
         {{"verify", "--colour", "C"}, "--colour"},
@@ -43,24 +50,15 @@ TEST(BadInput, CommandLineIsRefusedWithOneLine)
         {{"verify", QString(4097, 'x')}, "4097 characters"},
         {{"verify", "СОМ"}, "code 1: the code holds characters that no marking code has"},
         {{"verify", "--codes-file", "/nowhere.txt"}, "/nowhere.txt"},
+        {fromInput, "input:2: the code holds characters that no marking code has", "A\n\xff\n"},
+        {fromInput, "input:1: the code holds characters that no marking code has", "A\tB\n"},
+        {fromInput, "standard input:2: the line is blank", "A\n \nB\n"},
+        {fromInput, "standard input:2: the line is blank", "A\n\n"},
+        {fromInput, "standard input:1: the line holds a carriage return", "A\r\n"},
+        {fromInput, "holds no codes"},
     };
-    for (const auto& [arguments, complaint] : calls) {
-        expectRefused(arguments, complaint);
-    }
-}
-
-TEST(BadInput, FileOfCodesIsRefusedWithItsLine)
-{
-    const std::pair<const char*, const char*> contents[] = {
-        {"A\n\xff\n", "standard input:2: the code holds characters that no marking code has"},
-        {"A\tB\n", "standard input:1: the code holds characters that no marking code has"},
-        {"A\n \nB\n", "standard input:2: the line is blank"},
-        {"A\n\n", "standard input:2: the line is blank"},
-        {"A\r\n", "standard input:1: the line holds a carriage return"},
-        {"", "holds no codes"},
-    };
-    for (const auto& [content, complaint] : contents) {
-        expectRefused({"verify", "--codes-file", "-"}, complaint, content);
+    for (const Call& call : calls) {
+        expectRefused(call.arguments, call.complaint, call.input);
     }
 }
 
