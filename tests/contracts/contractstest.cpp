@@ -63,13 +63,51 @@ TEST_F(VerifyArguments, AreStoredUnderTheirKeysAndTypes)
     view.setSection("MarkedGoods_1");
     view.setMarkingCodes({MarkingCode("A"), MarkingCode("B")});
     view.setRequestTimeout(seconds(3));
+    view.setMarkingCode(MarkingCode("C"));
     CheckMarkingCodesResult result;
     result.success = false;
     view.setVerifyResult(result);
     EXPECT_EQ(action.value("section").toString(), "markedgoods_1");
     EXPECT_EQ(action.value("markingCodes").value<QList<MarkingCode>>().size(), 2);
     EXPECT_EQ(action.value("requestTimeout").value<seconds>(), seconds(3));
+    EXPECT_EQ(action.value("markingCode").value<MarkingCode>(), MarkingCode("C"));
     EXPECT_FALSE(Verify(action, "").verifyResult().isSuccess());
+}
+
+/// A text of a view: where it is stored, how it is written and how it is read.
+template <class View>
+struct Text
+{
+    const char* key;
+    void (View::*write)(const QString&) const;
+    QString (View::*read)() const;
+};
+
+template <class View, class Values>
+void expectStored(const View& view, const Values& values, const std::vector<Text<View>>& texts)
+{
+    for (const auto& [key, write, read] : texts) {
+        (view.*write)(QString("value of ") + key);
+        EXPECT_EQ(values.value(key).toString(), QString("value of ") + key);
+        EXPECT_EQ((view.*read)(), QString("value of ") + key);
+    }
+}
+
+TEST(Texts, AreStoredUnderTheirKeysUnchanged)
+{
+    const Action action{control::EActionType::VerifyMarking};
+    expectStored<Verify>(Verify(action, ""), action,
+                         {{"productCode", &Verify::setProductCode, &Verify::productCode},
+                          {"packageCode", &Verify::setPackageCode, &Verify::packageCode},
+                          {"commitentTin", &Verify::setCommitentTin, &Verify::commitentTin},
+                          {"apiKey", &Verify::setApiKey, &Verify::apiKey}});
+    const Event event{EActivityListener::InitVerifyService};
+    expectStored<InitVerifyService>(
+        InitVerifyService(event), event,
+        {{"address", &InitVerifyService::setAddress, &InitVerifyService::address},
+         {"login", &InitVerifyService::setLogin, &InitVerifyService::login},
+         {"password", &InitVerifyService::setPassword, &InitVerifyService::password},
+         {"owner", &InitVerifyService::setOwner, &InitVerifyService::owner}});
 }
 
 TEST_F(VerifyArguments, TakeTheServiceOfTheConstructorOnlyWhenThereIsNone)

@@ -305,6 +305,9 @@ TEST_F(Verification, ShowsItsProgressWhileItRuns)
         ~DialogDouble() override { MockFactory<Dialog>::mocked = nullptr; }
         SimpleProgress showProgress(const tr::Tr& title, const tr::Tr& text) override
         {
+            if (shown == "broken") {
+                throw std::bad_alloc();
+            }
             shown = title.id() + '|' + title.ru() + '|' + text.id() + text.ru();
             return SimpleProgress([this] { shown = "closed"; });
         }
@@ -318,6 +321,11 @@ TEST_F(Verification, ShowsItsProgressWhileItRuns)
     };
     perform(action);
     EXPECT_EQ(dialog.shown, "closed");
+
+    dialog.shown = "broken";
+    service.client().onCheck = {};
+    EXPECT_THAT(perform(action), ElementsAre(2));
+    EXPECT_EQ(arguments.verifyResult().passedCodes, arguments.markingCodes());
 }
 
 class ConnectionCheck : public PluginEvent

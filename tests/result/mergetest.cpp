@@ -123,6 +123,8 @@ TEST(Merge, BringsSideDataOfNewCodesOrDefaultsButNoVerdict)
     Result result = resultOf({"K"}, {});
     result.productWeights = {{b, 9}, {known, 3}};
     result += other;
+    EXPECT_NE(result, other);
+    EXPECT_EQ(result, Result(result));
     EXPECT_FALSE(result.success.has_value()) << "the verdict is that of the codes";
     EXPECT_EQ(result.requestInfos,
               (QMap<MarkingCode, Result::RequestInfo>{{a, {"id", 1, "i", "v"}}, {b, {}}}));
