@@ -9,8 +9,6 @@ using testing::IsEmpty;
 namespace {
 
 const char* const FetchLine = "info Получение списка CDN-площадок";
-const char* const FailedLine = "warn Не удалось обновить список площадок";
-const char* const UnhealthyLine = "warn Некорректное состояние площадки";
 const char* const Withdrawal = "Crpt||";
 
 class SiteListUpdate : public CrptClientTest
