@@ -98,7 +98,8 @@ QString SecretMask::masked(const QString& text) const
 {
     // Everything is looked for in the text as it came, so that one secret inside another is still found.
     QString masked = text;
-    for (const QString& secret : *secrets()) {
+    const auto known = secrets();  // kept: another thread may be adding one
+    for (const QString& secret : *known) {
         hideSecret(secret, text, masked);
     }
     for (const SecretHeader& header : secretHeaders) {
