@@ -2,8 +2,6 @@
 
 using http::ErrorKind;
 using std::chrono::seconds;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
