@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "result/checkmarkingcodesresult.h"
 #include "tests/doubles/growth.h"
 #include "tests/doubles/printers.h"
@@ -123,14 +125,37 @@ TEST(Merge, BringsSideDataOfNewCodesOrDefaultsButNoVerdict)
     Result result = resultOf({"K"}, {});
     result.productWeights = {{b, 9}, {known, 3}};
     result += other;
-    EXPECT_NE(result, other);
-    EXPECT_EQ(result, Result(result));
     EXPECT_FALSE(result.success.has_value()) << "the verdict is that of the codes";
     EXPECT_EQ(result.requestInfos,
               (QMap<MarkingCode, Result::RequestInfo>{{a, {"id", 1, "i", "v"}}, {b, {}}}));
     EXPECT_EQ(result.expireDates, (QMap<MarkingCode, QDateTime>{{a, date}, {b, QDateTime()}}));
     EXPECT_EQ(result.productWeights, (QMap<MarkingCode, int>{{a, 5}, {b, 0}, {known, 3}}));
     EXPECT_EQ(result.mrps, (QMap<MarkingCode, Result::MrpInfo>{{a, {16, 7}}, {b, {0, 0}}}));
+}
+
+TEST(Equality, SeesEveryDifference)
+{
+    const MarkingCode code("A");
+    const std::function<void(Result&)> changes[] = {
+        [](Result& r) { r.setStatus(200); },
+        [](Result& r) { r.setUrl(QUrl("http://s")); },
+        [](Result& r) { r.setBody("{}"); },
+        [](Result& r) { r.setErrorKind(http::ErrorKind::Unreachable); },
+        [](Result& r) { r.success = true; },
+        [&](Result& r) { r.passedCodes.append(code); },
+        [&](Result& r) { r.failedCodes[code].errorCode = 1; },
+        [&](Result& r) { r.requestInfos[code].inst = "i"; },
+        [&](Result& r) { r.expireDates[code] = QDateTime(QDate(2027, 1, 1), QTime(0, 0), Qt::UTC); },
+        [&](Result& r) { r.productWeights[code] = 1; },
+        [&](Result& r) { r.mrps[code].mrp = 1; }};
+    Result before;
+    for (const auto& change : changes) {
+        Result after = before;
+        EXPECT_EQ(after, before);
+        change(after);
+        EXPECT_NE(after, before);
+        before = after;
+    }
 }
 
 TEST(Merge, GrowsLinearly)

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 #include "tools/mutate/mutants.h"
@@ -86,9 +87,7 @@ public:
         for (const std::string& test : options.tests) {
             m_tests.append(QString::fromStdString(test).split(u' ', Qt::SkipEmptyParts));
         }
-        QDir().mkpath(m_source);
-        must("sh", {"-c", "git -C \"$0\" ls-files -z | tar -C \"$0\" --null -T - -c | tar -C \"$1\" -x",
-                    QString::fromStdString(options.root), m_source});
+        copyTree(QString::fromStdString(options.root));
         must("cmake", {"-S", m_source, "-B", m_build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0"});
         if (!isBuilt()) {
@@ -114,6 +113,28 @@ public:
     }
 
 private:
+    /// Writes only what differs, so that a mutant that an earlier run left behind is built over.
+    void copyTree(const QString& root) const
+    {
+        const QByteArray names = run("git", {"ls-files", "-z"}, root).output;
+        for (const QByteArray& name : names.split('\0')) {
+            const QString file = QString::fromUtf8(name);
+            QFile original(root + u'/' + file), copy(m_source + u'/' + file);
+            if (file.isEmpty() || !original.open(QIODevice::ReadOnly)) {
+                continue;
+            }
+            const QByteArray content = original.readAll();
+            if (copy.open(QIODevice::ReadOnly) && copy.readAll() == content) {
+                continue;
+            }
+            copy.close();
+            QDir().mkpath(QFileInfo(copy).path());
+            if (!copy.open(QIODevice::WriteOnly) || copy.write(content) != content.size()) {
+                throw std::runtime_error("cannot write " + copy.fileName().toStdString());
+            }
+        }
+    }
+
     void must(const QString& program, const QStringList& arguments) const
     {
         const Finished finished = run(program, arguments, m_source);
