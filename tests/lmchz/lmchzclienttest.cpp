@@ -8,8 +8,6 @@
 #include "tests/doubles/settings.h"
 #include <gmock/gmock.h>
 
-using testing::ElementsAre;
-
 namespace {
 
 /// A client of one module, called as its owner calls it.
