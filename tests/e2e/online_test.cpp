@@ -112,6 +112,64 @@ TEST_F(Sale, RefusedTokenIsShownToTheCashierUntilTheNextListUpdate)
     EXPECT_EQ(till.notices(), (QStringList{withdrawal, notice, withdrawal}));
 }
 
+TEST(SaleInTrouble, EndsAsTheTroubleDemands)
+{
+    struct Trouble
+    {
+        const char* servers;
+        const char* behaviour;
+        http::ErrorKind kind;
+        bool passes;
+        const char* line;  // logged by the way
+    };
+    using enum http::ErrorKind;
+    const char* const away = "info Переключение на следующую CDN-площадку";
+    const Trouble troubles[] = {
+        {"site-1", R"({"method": "check", "cut": {"after": 9, "by": "reset"}})", None, true, away},
+        {"site-1", R"({"method": "check", "silent": true})", None, true, away},
+        {"site-1", R"({"method": "check", "status": 503})", None, true, away},
+        {"site-1", R"({"method": "check", "status": 429})", None, true, away},
+        {"sites", R"({"method": "check", "status": 500, "body": {"code": 5000}, "times": 1})", None, true,
+         "info Сервис трансграничной проверки кодов недоступен, повторный запрос"},
+        {"sites", R"({"method": "check", "status": 500, "body": {"code": 5000}})", SalePermitted, true,
+         "warn Сервис трансграничной проверки кодов недоступен, добавление товара разрешено"},
+        {"sites", R"({"method": "check", "status": 203})", SalePermitted, true,
+         "warn В ГИС МТ введена аварийная ситуация, запрет на продажу отключен"},
+        {"sites", R"({"method": "check", "status": 500})", SalePermitted, true,
+         "warn Нет доступных площадок после обновления списка"},
+        {"sites", R"({"method": "check", "status": 404})", Unreachable, false,
+         "warn Нет доступных площадок после обновления списка"},
+        {"all", R"({"connect": "refuse"})", Unreachable, false, "warn Не удалось обновить список площадок"},
+        {"sites", R"({"method": "check", "silent": true})", SalePermitted, true,
+         "warn Суммарное время ожидания ответа от сервера превысило 3000 мсек."}};
+    for (const Trouble& trouble : troubles) {
+        SCOPED_TRACE(trouble.behaviour);
+        const MarkSim stand({}, orderedSites());
+        Till till(stand);
+        till.connectOperator();
+        till.verify({goods::Milk});
+        stand.behave(trouble.servers, trouble.behaviour);
+        const auto result = till.tryVerify({goods::Milk}, std::chrono::seconds(3), std::chrono::seconds(2));
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->errorKind(), trouble.kind);
+        EXPECT_EQ(result->passedCodes.size(), trouble.passes ? 1 : 0);
+        EXPECT_EQ(result->hasError(Result::Unreachable), !trouble.passes);
+        EXPECT_TRUE(till.logged(trouble.line));
+    }
+}
+
+TEST(SaleInTrouble, DoesNotSearchForSitesAgainBeforeItsTime)
+{
+    const MarkSim stand;
+    Till till(stand, {"CRPT:updateInfoInterval=60"});
+    stand.behave("operators", R"({"method": "info", "status": 503})");
+    till.connectOperator();
+    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
+    stand.forgetRequests();
+    EXPECT_EQ(till.verify({goods::Milk}).errorKind(), http::ErrorKind::Unreachable);
+    EXPECT_TRUE(stand.requests().isEmpty());
+}
+
 TEST(SaleWithSeveralOperators, KnowsTheSitesOfAllAndUsesTheKeyThatWorks)
 {
     const QJsonObject scenario = {

@@ -78,6 +78,12 @@ void Till::stop()
     m_loader.plugin()->deinit();
 }
 
+void Till::forget()
+{
+    (void)m_logWatch.take();
+    (void)m_noticeWatch.take();
+}
+
 QStringList Till::notices()
 {
     for (const QString& notice : m_noticeWatch.take()) {

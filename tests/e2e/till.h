@@ -39,6 +39,8 @@ public:
     [[nodiscard]] QStringList notices();
     /// The lines logged so far, "<level> <text>" each.
     [[nodiscard]] QStringList log() { return m_log += m_logWatch.take(); }
+    /// Drops what was logged and shown so far. Threads: any.
+    void forget();
     [[nodiscard]] bool logged(const QString& line) { return log().contains(line); }
 
 private:

@@ -204,6 +204,15 @@ private:
         }
     }
 
+    /// What the test itself keeps must not pass for what the plug-in keeps.
+    void forgetLog()
+    {
+        const std::shared_lock lock(m_loading, std::try_to_lock);
+        if (lock && !m_reloading) {
+            m_till->forget();
+        }
+    }
+
     void breakThingsUntilEnd()
     {
         static const std::array<const char*, 12> behaviours = {"[]",
@@ -224,6 +233,7 @@ private:
         while (!m_ended) {
             m_stand.behave(servers[random() % servers.size()], behaviours[random() % behaviours.size()]);
             m_stand.forgetRequests();
+            forgetLog();
             ++counts.faults;
             std::this_thread::sleep_for(std::chrono::milliseconds(random() % 500));
         }
@@ -269,7 +279,8 @@ int soak(std::chrono::seconds length, unsigned seed)
     constexpr bool isMemoryItsOwn = true;
 #endif
     const qint64 allowed = before.residentKiB + std::max<qint64>(before.residentKiB / 4, 16 * 1024);
-    const bool grew = after.files > before.files || after.threads > before.threads ||
+    // One more may be on its way out; what leaks does so with every check or every load.
+    const bool grew = after.files > before.files + 1 || after.threads > before.threads + 1 ||
                       (isMemoryItsOwn && after.residentKiB > allowed);
     const Counts& counts = soak.counts;
     const bool broken =
