@@ -80,6 +80,30 @@ TEST_F(OfflineSale, AlsoFollowsAnEmergencyButNotARefusalOrAMissingToken)
     EXPECT_TRUE(stand.requests("module-1").isEmpty());
 }
 
+TEST_F(OfflineSale, AModuleThatIsNotReadyOrFailsLeavesTheOnlineResult)
+{
+    breakOnline(stand);
+    for (const QString state : {"not_configured", "initialization", "sync_error"}) {
+        SCOPED_TRACE(state.toStdString());
+        stand.admin("PUT", "/modules/module-1", toJson(QJsonObject{{"state", state}}));
+        expectOnlineResultUnchanged(till);
+        EXPECT_TRUE(till.logged("debug  статус: " + state));
+    }
+    EXPECT_TRUE(stand.requests("module-1", "outCheck").isEmpty());
+    EXPECT_EQ(till.log().count("warn ЛМЧЗ не готов к работе"), 3);
+
+    stand.admin("PUT", "/modules/module-1", R"({"state": "ready"})");
+    for (const char* fault :
+         {R"({"connect": "refuse"})", R"({"method": "status", "body": {"status": "Ready"}})",
+          R"({"method": "status", "payload": "malformed"})", R"({"method": "status", "silent": true})",
+          R"({"method": "outCheck", "status": 500})", R"({"method": "outCheck", "silent": true})",
+          R"({"method": "outCheck", "cut": {"after": 250}})"}) {
+        SCOPED_TRACE(fault);
+        stand.behave("module-1", fault);
+        expectOnlineResultUnchanged(till);
+    }
+}
+
 TEST_F(OfflineSale, OnlyTheRequestedCodesComeBackAsTheModuleLastSaidOfThem)
 {
     struct Case
