@@ -14,6 +14,7 @@
 #include <QThread>
 
 #include "contracts/initverifyservice.h"
+#include "contracts/metatypes.h"
 #include "contracts/verify.h"
 #include "poshost/failure.h"
 #include "poshost/filedescriptor.h"
@@ -29,19 +30,6 @@ namespace {
 
 /// How long the plug-in may take to come to rest by itself.
 constexpr std::chrono::milliseconds patience{500};
-
-/// Makes the types that actions and events carry known from here. Qt keeps the first description of a type
-/// that it meets for the life of the process, and the plug-in's goes away with the plug-in.
-void registerMetaTypes()
-{
-    qRegisterMetaType<MarkingCode>();
-    qRegisterMetaType<QList<MarkingCode>>();
-    qRegisterMetaType<CheckMarkingCodesResult>();
-    qRegisterMetaType<std::chrono::seconds>();
-    qRegisterMetaType<marking::Service>();
-    qRegisterMetaType<tr::Tr>();
-    qRegisterMetaType<QSharedPointer<BasicTask>>();
-}
 
 /// Cancels all HTTP exchanges unless it is destroyed in time.
 class Impatience
@@ -69,7 +57,7 @@ private:
 Session::Session(const QString& pluginFile)
     : m_loader(pluginFile)
 {
-    registerMetaTypes();
+    contracts::registerMetaTypes();
     QString error;
     if (!m_loader.load(QStringLiteral("CrptService"), &error)) {
         refuse(QStringLiteral("plug-in %1; name another with --plugin or [Host] plugin").arg(error));

@@ -22,7 +22,7 @@
 #include <QFile>
 #include <QJsonDocument>
 
-#include "contracts/initverifyservice.h"
+#include "contracts/metatypes.h"
 #include "tests/e2e/till.h"
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
@@ -295,13 +295,7 @@ int soak(std::chrono::seconds length, unsigned seed)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    // Qt keeps the first description of a type that it meets, and the plug-in's would go away with it.
-    qRegisterMetaType<QList<MarkingCode>>();
-    qRegisterMetaType<CheckMarkingCodesResult>();
-    qRegisterMetaType<std::chrono::seconds>();
-    qRegisterMetaType<marking::Service>();
-    qRegisterMetaType<tr::Tr>();
-    qRegisterMetaType<QSharedPointer<BasicTask>>();
+    contracts::registerMetaTypes();
     int seconds = 60;
     unsigned seed = 1;
     CLI::App app("Checks, pings and events from eight threads against a network that never stays the same.");
