@@ -1,7 +1,5 @@
 #include <csignal>
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 #include "tests/poshost/poshostrun.h"
@@ -40,7 +38,6 @@ TEST(Output, ThatCannotBeWrittenIsReportedAndTheCheckComesToItsEnd)
     const std::tuple<const char*, int, const char*> cases[] = {
         {"\"$0\" --stand verify >/dev/full", 4, "standard output: No space left on device"},
         {"\"$0\" --stand verify >&-", 4, "standard output: Bad file descriptor"},
-        {"\"$0\" --help >/dev/full", 4, "standard output: "},
         {"set -o pipefail; \"$0\" --stand verify --json | true", 4, "standard output: Broken pipe"},
         {"\"$0\" --scenario blackout verify 2>&- <&- | grep 'Кодов 11'; exit ${PIPESTATUS[0]}", 1, ""},
         {"\"$0\" --scenario blackout verify 2>/dev/full", 1, ""},
@@ -51,23 +48,6 @@ TEST(Output, ThatCannotBeWrittenIsReportedAndTheCheckComesToItsEnd)
         EXPECT_EQ(run.output.contains("Кодов 11"), exitStatus == 1) << command;
         EXPECT_TRUE(run.errors.contains(errors)) << run.errors.toStdString();
         EXPECT_TRUE(run.children.isEmpty()) << run.children.join('\n').toStdString();
-    }
-}
-
-TEST(Start, ThatLacksPluginOrStandIsRefused)
-{
-    // A copy by itself has neither plug-in nor stand beside it.
-    const QTemporaryDir folder;
-    const QString lonely = folder.filePath("poshost");
-    ASSERT_TRUE(QFile::copy(POSHOST_PATH, lonely));
-    const std::pair<QStringList, const char*> cases[] = {
-        {{"--stand", "verify"}, "no libcrptservice.so beside"},
-        {{"--stand", "--plugin", PLUGIN_PATH, "verify"}, "stand: no program"},
-    };
-    for (const auto& [arguments, complaint] : cases) {
-        const ProcessOutcome run = runProcess(lonely, arguments, {}, cleanEnvironment());
-        EXPECT_EQ(run.exitStatus, 2);
-        EXPECT_TRUE(run.errors.contains(complaint)) << run.errors.toStdString();
     }
 }
 

@@ -10,23 +10,11 @@
 
 using namespace poshost;
 
-namespace {
-
-Verification checked(const QStringList& codes)
+TEST(VerifyTable, EveryRequestedCodeHasItsLineInTheOrderAskedFor)
 {
     Verification verification;
     verification.triggerResult = EContext::Done;
-    for (const QString& code : codes) {
-        verification.codes.append(MarkingCode(code));
-    }
-    return verification;
-}
-
-}  // namespace
-
-TEST(VerifyTable, EveryRequestedCodeHasItsLineInTheOrderAskedFor)
-{
-    Verification verification = checked({"-B", "-A", "-C", "-B"});
+    verification.codes = {MarkingCode("-B"), MarkingCode("-A"), MarkingCode("-C"), MarkingCode("-B")};
     CheckMarkingCodesResult& result = verification.result;
     result.passedCodes = {MarkingCode("-A"), MarkingCode("-B"), MarkingCode("-X")};
     result.failedCodes[MarkingCode("-B")].status =
@@ -49,17 +37,4 @@ TEST(VerifyTable, EveryRequestedCodeHasItsLineInTheOrderAskedFor)
                   "Источник: локальный модуль (offline)\n"
                   "Сообщение кассиру: Модуль\n");
     EXPECT_EQ(verification.exitStatus(), exitstatus::Bad);
-}
-
-TEST(VerifyTable, CodesAreShortenedOnlyToFitATerminal)
-{
-    const QString code = "-" + QString(200, 'x') + "end";
-    Verification verification = checked({code});
-    verification.result.passedCodes = {MarkingCode(code)};
-
-    EXPECT_TRUE(toTable(verification, {}).section('\n', 0, 0).endsWith(code));
-    const QString shortened = toTable(verification, {true, 80}).section('\n', 0, 0);
-    EXPECT_TRUE(shortened.startsWith("\x1b[32m✓ прошёл")) << shortened.toStdString();
-    EXPECT_TRUE(shortened.contains(u'…') && shortened.endsWith("end")) << shortened.toStdString();
-    EXPECT_LE(shortened.size() - QString("\x1b[32m\x1b[0m").size(), 80);
 }
