@@ -17,18 +17,13 @@ TEST_F(Admin, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
     const Order orders[] = {
         {"GET", "/stat", "", 404, "no such path"},
         {"DELETE", "/state", "", 405, "does not take this method"},
-        {"GET", "/state?x=1", "", 400, "unknown parameter \"x\""},
         {"GET", "/requests?since=two", "", 400, "\"since\" must be a number"},
         {"GET", "/behaviours/site-9", "", 404, "no server \"site-9\""},
-        {"GET", "/goods/nothing", "", 404, "not listed"},
-        {"PUT", "/goods/x", R"({"code": "y"})", 400, "with that of the path"},
         {"PUT", "/goods/x", tooLarge, 413, "body limit exceeded"},
         {"PUT", "/modules/module-1", R"({"state": "Ready"})", 400, "body.state: must be not_configured"},
         {"PUT", "/scenario", R"({"sites": 4})", 400, "needs other servers than those that run"},
-        {"PUT", "/scenario", R"({"servers": {"site-1": {"port": 1}}})", 400, "keeps its port"},
         {"PUT", "/behaviours/site-1", R"([{}, {"status": 99}])", 400, "body[1].status: must be"},
         {"PUT", "/behaviours/site-1", R"({"headers": {"A": "1\r\nB: 2"}})", 400, "\"A\" is no header"},
-        {"PUT", "/behaviours/site-1", R"({"connect": "refuse", "times": 1})", 400, "cannot be counted"},
         {"PUT", "/behaviours/site-1", R"({"connect": "reset", "status": 500})", 400, "cannot stand beside"},
     };
     stand.behave("site-1", R"({"status": 418})");
@@ -47,7 +42,6 @@ TEST_F(Admin, AnswersItsOwnPagesAndProgramsOnly)
     const std::pair<QStringList, long> cases[] = {
         {{"Origin: " + admin}, 200},
         {{"Host: localhost" + port, "Origin: http://localhost" + port}, 200},
-        {{"Host: [::1]" + port}, 200},
         {{"Origin: http://127.0.0.1:1"}, 403},
         {{"Host: rebound.example" + port, "Origin: http://rebound.example" + port}, 403},
     };
@@ -62,7 +56,6 @@ TEST_F(Admin, ChangesBehavioursGoodsAndModulesAndGoesBackToTheStart)
     stand.behave("sites", first);
     stand.admin("POST", "/behaviours/site-2", toJson(second));
     EXPECT_EQ(stand.admin("GET", "/behaviours/all")["site-2"], (QJsonArray{first, second}));
-    EXPECT_FALSE(stand.admin("GET", "/state")["servers"][2]["open"].toBool(true));
     EXPECT_EQ(stand.admin("DELETE", "/behaviours/all")["site-2"], QJsonArray());
 
     const QString code = "0104607026010011215new/1\u001d93aB+=";
