@@ -99,6 +99,7 @@ Exchange::Result Exchange::run(const Request& request)
     curl_easy_setopt(m_easy.get(), CURLOPT_URL, request.url.constData());
     applyMethod(request);
     curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
+    curl_easy_setopt(m_easy.get(), CURLOPT_CERTINFO, request.watched ? 1L : 0L);
 
     m_replyBody.clear();
     m_headBytes = 0;
@@ -114,6 +115,9 @@ Exchange::Result Exchange::run(const Request& request)
     result.failure = judge(ending, limitReached);
     result.status = int(info(CURLINFO_RESPONSE_CODE));
     result.body = std::move(m_replyBody);
+    if (request.watched) {
+        result.transport = transport(ending.code);
+    }
     if (result.failure != Failure::None) {
         result.detail = QString::fromUtf8(m_error);
         result.status = isFinalStatus(result.status) ? result.status : 0;

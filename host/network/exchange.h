@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QString>
 
+#include <network/exchangerecord.h>
 #include <network/failure.h>
 #include <network/requestheaders.h>
 
@@ -33,6 +34,8 @@ public:
         const QHash<QString, QString>& headers;
         /// Limit of the whole exchange, whole milliseconds; zero for none.
         std::chrono::milliseconds limit{};
+        /// Fill in Result::transport.
+        bool watched = false;
     };
     struct Result
     {
@@ -42,6 +45,7 @@ public:
         QByteArray body{};
         /// libcurl's own words for a failure, for the log.
         QString detail{};
+        http::Transport transport{};
     };
 
     explicit Exchange(const Settings& settings);
@@ -77,6 +81,12 @@ private:
     [[nodiscard]] CURLcode transferCode();
     [[nodiscard]] Failure judge(const Ending& ending, bool limitReached) const;
     [[nodiscard]] long info(CURLINFO what) const;
+    [[nodiscard]] std::chrono::microseconds time(CURLINFO what) const;
+    [[nodiscard]] http::Transport transport(CURLcode code) const;
+    [[nodiscard]] QString peer() const;
+    [[nodiscard]] http::Stage stage(CURLcode code) const;
+    [[nodiscard]] QDateTime serverTime() const;
+    [[nodiscard]] QDateTime certificateEnd() const;
 
     /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
     /// nothing can wake.

@@ -8,6 +8,7 @@
 #include <log4qt/logger.h>
 #include <network/cancellation.h>
 #include <network/exchange.h>
+#include <utils/observerslot.h>
 
 template class MockFactory<RestClient>;
 
@@ -47,6 +48,13 @@ milliseconds remaining(const QDeadlineTimer& deadline)
     return std::chrono::ceil<milliseconds>(deadline.remainingTimeAsDuration());
 }
 
+/// Never destroyed: requests may be made until the process is gone.
+ObserverSlot<http::ExchangeRecord>& exchangeObserver()
+{
+    static auto* const slot = new ObserverSlot<http::ExchangeRecord>;
+    return *slot;
+}
+
 }  // namespace
 
 struct RestClient::State
@@ -70,7 +78,7 @@ struct RestClient::State
 private:
     [[nodiscard]] std::optional<milliseconds> limit() const;
     [[nodiscard]] Exchange::Result run(bool post, const QUrl& url, const QJsonDocument& body,
-                                       const QHash<QString, QString>& headers);
+                                       const QHash<QString, QString>& headers, bool watched);
     [[nodiscard]] http::Response responseOf(const QUrl& url, Exchange::Result& result) const;
     void log(bool post, const http::Response& response, const QString& detail, milliseconds duration) const;
 };
@@ -91,20 +99,27 @@ std::optional<milliseconds> RestClient::State::limit() const
 http::Response RestClient::State::request(bool post, const QUrl& url, const QJsonDocument& body,
                                           const QHash<QString, QString>& headers)
 {
-    const std::lock_guard lock(requestMutex);
-    const auto start = std::chrono::steady_clock::now();
-    Exchange::Result result = run(post, url, body, headers);
-    http::Response response = responseOf(url, result);
-    log(post, response, result.detail,
-        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start));
-
-    const std::lock_guard lastLock(lastMutex);
-    last = response;
-    return response;
+    std::unique_lock lock(requestMutex);
+    http::ExchangeRecord record{.post = post, .begin = std::chrono::steady_clock::now()};
+    const bool watched = exchangeObserver().isSet();
+    Exchange::Result result = run(post, url, body, headers, watched);
+    record.response = responseOf(url, result);
+    record.duration = std::chrono::steady_clock::now() - record.begin;
+    log(post, record.response, result.detail, std::chrono::duration_cast<milliseconds>(record.duration));
+    {
+        const std::lock_guard lastLock(lastMutex);
+        last = record.response;
+    }
+    lock.unlock();  // an observer may use the client
+    if (watched) {
+        record.transport = result.transport;
+        exchangeObserver().tell(record);
+    }
+    return record.response;
 }
 
 Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
-                                        const QHash<QString, QString>& headers)
+                                        const QHash<QString, QString>& headers, bool watched)
 {
     if (!isAskable(url)) {
         return {.failure = Failure::BadUrl};
@@ -117,7 +132,8 @@ Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonD
                          .url = url.toEncoded(QUrl::RemoveFragment),
                          .body = jsonOf(body),
                          .headers = headers,
-                         .limit = *allowed});
+                         .limit = *allowed,
+                         .watched = watched});
 }
 
 http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& result) const
@@ -218,6 +234,11 @@ http::Response RestClient::lastResponse() const
 int RestClient::lastError() const
 {
     return int(lastResponse().networkError());
+}
+
+void RestClient::setExchangeObserver(std::function<void(const http::ExchangeRecord&)> observer)
+{
+    exchangeObserver().set(std::move(observer));
 }
 
 void RestClient::cancelAll(bool cancel)

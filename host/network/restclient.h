@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 
 #include <QDeadlineTimer>
@@ -10,6 +11,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <network/exchangerecord.h>
 #include <network/response.h>
 #include <utils/export.h>
 #include <utils/mockfactory.h>
@@ -83,6 +85,15 @@ public:
     /// network error (OperationCanceled), until called with false. For a host that must stop while a check is
     /// running.
     static void cancelAll(bool cancel);
+
+    /// Calls `observer` at the end of every request of every client, in the thread that made the request and
+    /// before it returns. One observer at a time; an empty function removes it. After the call returns, an
+    /// earlier observer is neither running nor called any more (unless it made the call itself).
+    ///
+    /// Calls of the observer do not overlap, so it must not wait for another thread that makes requests. It
+    /// is not called for requests of its own. What it throws is dropped. Without an observer a request costs
+    /// nothing more.
+    static void setExchangeObserver(std::function<void(const http::ExchangeRecord&)> observer);
 
 private:
     struct State;

@@ -203,6 +203,32 @@ TEST_F(RestClientTest, ConnectionThatCannotBeMadeNamesTheServer)
     EXPECT_EQ(refused.errorText().ru(), "Обращение к 127.0.0.1: соединение отклонено");
 }
 
+TEST_F(RestClientTest, ObserverIsToldOfEveryExchangeUntilItIsTakenAway)
+{
+    const ScriptedServer server{
+        {"HTTP/1.1 404 No\r\nDate: Fri, 31 Jan 2025 12:00:00 GMT\r\nContent-Length: 0\r\n\r\n"}};
+    QList<http::ExchangeRecord> seen;
+    RestClient::setExchangeObserver([&](const http::ExchangeRecord& record) { seen.append(record); });
+    client.post(server.url("/a"), someBody, {});
+    get(QUrl("ftp://127.0.0.1/"));
+    get(QUrl("http://127.0.0.1:1/"));
+    RestClient::setExchangeObserver({});
+    get(server.url());
+
+    ASSERT_EQ(seen.size(), 3);
+    EXPECT_TRUE(seen[0].post);
+    EXPECT_EQ(seen[0].response.status(), 404);
+    EXPECT_EQ(seen[0].transport.stage, http::Stage::Talk);
+    EXPECT_EQ(seen[0].transport.peer, server.url().authority());
+    EXPECT_EQ(seen[0].transport.serverTime, QDateTime({2025, 1, 31}, {12, 0}, Qt::UTC));
+    EXPECT_GT(seen[0].transport.connected, seen[0].transport.resolved);
+    EXPECT_GE(seen[0].duration, seen[0].transport.connected);
+    EXPECT_EQ(seen[1].transport.stage, http::Stage::Nowhere);
+    EXPECT_EQ(seen[2].transport.stage, http::Stage::Connect);
+    EXPECT_EQ(seen[2].response.networkError(), NetworkError::ConnectionRefused);
+    EXPECT_FALSE(seen[2].transport.serverTime.isValid());
+}
+
 TEST_F(RestClientTest, ConnectionGoesThroughTheProxyOfTheSettingsOnly)
 {
     const ScriptedServer server{okReply()};
