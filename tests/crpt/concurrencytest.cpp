@@ -32,14 +32,7 @@ private:
     const std::shared_future<void> m_future = m_promise.get_future().share();
 };
 
-class ClientInSeveralThreads : public CrptClientTest
-{
-protected:
-    std::future<Status> updateInAnotherThread()
-    {
-        return std::async(std::launch::async, [this] { return client->updateInfo(); });
-    }
-};
+using ClientInSeveralThreads = CrptClientTest;
 
 TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
 {
@@ -47,12 +40,15 @@ TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
         startWithSites(walking ? QStringList("s1") : QStringList());
         Moment updating, waiting;
         std::future<Status> update;
+        const auto updateInAnotherThread = [this] {
+            return std::async(std::launch::async, [this] { return client->updateInfo(); });
+        };
         relist({"s2"});
-        info("op1", {[&](const SentRequest&) {
-                 updating.come();
-                 EXPECT_TRUE(waiting.wait()) << "for the check to wait for this update";
-                 return lists({"s2"})({});
-             }});
+        info({[&](const SentRequest&) {
+            updating.come();
+            EXPECT_TRUE(waiting.wait()) << "for the check to wait for this update";
+            return lists({"s2"})({});
+        }});
         check("s1", {[&](const SentRequest&) {
                   update = updateInAnotherThread();
                   EXPECT_TRUE(updating.wait());
@@ -70,7 +66,7 @@ TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
         const auto begin = clock.monotonic();
         EXPECT_EQ(request().status(), 200);
         EXPECT_EQ(update.get(), Status::Finished);
-        EXPECT_EQ(asked().last(), "check s2");
+        EXPECT_EQ(http.take().back().url.host(), "s2");
         EXPECT_GE(clock.monotonic() - begin, milliseconds(100));
     }
 }
@@ -98,14 +94,15 @@ TEST_F(ClientInSeveralThreads, EndsChecksThatAHostMakesFromWithinANotice)
     HastyHost host;
     const auto checkOnNotice = [&] { host.onNotice = [&] { inner = request(); }; };
 
-    start();
+    make();
+    client->onStart();
     checkOnNotice();
     client->updateInfo();  // withdraws the notice; the check has no site and cannot wait for this update
     EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
 
     startWithSites({"s1"});
     check("s1", {says(500)});
-    info("op1", {says(500)});
+    info({says(500)});
     checkOnNotice();
     EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);  // searches again, and so withdraws
     EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
@@ -119,18 +116,12 @@ TEST_F(ClientInSeveralThreads, EndsChecksThatAHostMakesFromWithinANotice)
 
 TEST_F(ClientInSeveralThreads, HasChecksThatComeBeforeItsStartWaitForItWithinTheirTime)
 {
-    client = std::make_unique<CrptClient>();
-    client->addHost(QUrl("http://op1"), "owner");
-    client->addKey("key", "owner");
+    make();
     relist({"s1"});
     check("s1", {says(200, Ok)});
     EXPECT_EQ(request(milliseconds(1)).status(), 200) << "never started";
 
-    client = std::make_unique<CrptClient>();
-    EXPECT_EQ(request(milliseconds(1)).errorKind(), ErrorKind::SalePermitted) << "never started, no keys";
-
-    client->addHost(QUrl("http://op1"), "owner");
-    client->addKey("key", "owner");
+    make();
     auto checked = std::async(std::launch::async, [this] { return request(Patience).status(); });
     EXPECT_EQ(checked.wait_for(milliseconds(50)), std::future_status::timeout) << "not without the start";
     client->onStart();

@@ -1,29 +1,16 @@
 #include "tests/crpt/crptclienttest.h"
 
-CrptClientTest::Answer CrptClientTest::says(int status, const QJsonObject& body, milliseconds takes) const
+#include <stdexcept>
+
+#include "crpt/resultfitting.h"
+#include "tests/doubles/growth.h"
+
+CrptClientTest::Answer CrptClientTest::answers(const http::Response& response)
 {
-    return answers(reply(status, body), takes);
+    return [response](const SentRequest&) { return response; };
 }
 
-CrptClientTest::Answer CrptClientTest::answers(const http::Response& response,
-                                               std::chrono::nanoseconds takes) const
-{
-    return [this, response, takes](const SentRequest&) {
-        clock.advance(takes);
-        return response;
-    };
-}
-
-CrptClientTest::Answer CrptClientTest::silent() const
-{
-    return [this](const SentRequest& request) {
-        const std::chrono::nanoseconds deadline(request.deadline.deadlineNSecs());
-        clock.advance(deadline - clock.monotonic());
-        return timedOut();
-    };
-}
-
-CrptClientTest::Answer CrptClientTest::lists(const QStringList& sites) const
+CrptClientTest::Answer CrptClientTest::lists(const QStringList& sites)
 {
     QJsonArray hosts;
     for (const QString& site : sites) {
@@ -32,57 +19,101 @@ CrptClientTest::Answer CrptClientTest::lists(const QStringList& sites) const
     return says(200, {{"hosts", hosts}});
 }
 
-void CrptClientTest::start(bool registered)
+void CrptClientTest::make()
 {
     client = std::make_unique<CrptClient>();
-    client->onStart();
-    if (registered) {
-        client->addHost(QUrl("http://op1"), "owner");
-        client->addKey("key", "owner");
-    }
-    forget();
+    client->addHost(QUrl("http://op1"), "owner");
+    client->addKey("key", "owner");
 }
 
 void CrptClientTest::startWithSites(const QStringList& sites)
 {
-    start();
+    make();
+    client->onStart();
     relist(sites);
     client->updateInfo();
-    forget();
+    (void)http.take();
+    (void)log.take();
 }
 
 void CrptClientTest::relist(const QStringList& sites)
 {
-    info("op1", {lists(sites)});
+    info({lists(sites)});
     milliseconds time(10);
     for (const QString& site : sites) {
-        health(site, {says(200, Ok, time)});
+        http.script(site + Base + "/cdn/health/check", {[this, time](const SentRequest&) {
+                        clock.advance(time);
+                        return reply(200, Ok);
+                    }});
         time += milliseconds(10);
     }
 }
 
-http::Response CrptClientTest::request(milliseconds operationTimeout, milliseconds requestTimeout)
+http::Response CrptClientTest::request(milliseconds limit)
 {
-    return client->request({}, QJsonDocument(QJsonObject{{"codes", QJsonArray()}}), operationTimeout,
-                           requestTimeout);
+    return client->request({}, QJsonDocument(QJsonObject{{"codes", QJsonArray()}}), limit, limit);
 }
 
-QStringList CrptClientTest::asked()
+namespace {
+
+const char* const FetchLine = "info Получение списка CDN-площадок";
+
+TEST_F(CrptClientTest, UpdatesOneListAtATimeInTheProcess)
 {
-    QStringList requests;
-    for (const SentRequest& request : http.take()) {
-        const QString method = request.url.path();
-        requests.append((method.endsWith("info")           ? "info "
-                         : method.endsWith("health/check") ? "health "
-                                                           : "check ") +
-                        request.url.host());
-    }
-    return requests;
+    startWithSites({});
+    CrptClient other;
+    other.addKey("key", "owner");
+    info({[this, &other](const SentRequest&) {
+        (void)log.take();
+        for (CrptClient* one : {client.get(), &other, client.get()}) {
+            EXPECT_EQ(one->updateInfo(), Status::AlreadyRunning);
+        }
+        EXPECT_THAT(log.take(), testing::Each("debug Процесс обновления списка CDN-площадок уже запущен"));
+        return reply(500);
+    }});
+    EXPECT_EQ(client->updateInfo(), Status::Finished);
+    EXPECT_EQ(other.updateInfo(), Status::Finished);
 }
 
-void CrptClientTest::forget()
+TEST_F(CrptClientTest, UpdatesAgainAfterAnUpdateThatBrokeOff)
 {
-    (void)http.take();
-    (void)log.take();
-    (void)notices.take();
+    startWithSites({"s1"});
+    info({[](const SentRequest&) -> http::Response { throw std::runtime_error("fault"); }});
+    EXPECT_EQ(client->updateInfo(), Status::Finished);
+    EXPECT_THAT(log.take(),
+                testing::ElementsAre(FetchLine, "error Обновление списка площадок прервано исключением"));
+    relist({"s2"});
+    client->updateInfo();
+    EXPECT_EQ(log.take().last(), "info Выбрана CDN: http://s2 (10 мс)");
 }
+
+TEST_F(CrptClientTest, MayBeAskedByWhoeverReadsTheLog)
+{
+    int lines = 0;
+    make();
+    Log4Qt::LogManager::setWatcher([&](const Log4Qt::LogRecord&) {
+        lines += int(client->getApiKey(QUrl("http://op1")).size() + client->getHosts(CdnMethod::Info).size());
+    });
+    make();
+    client->updateInfo();
+    EXPECT_GT(lines, 0);
+}
+
+TEST(Fitting, GrowsLinearly)
+{
+    const auto work = [](int size) {
+        QList<MarkingCode> requested;
+        CheckMarkingCodesResult result;
+        for (int i = 0; i < size; ++i) {
+            requested.append(MarkingCode("0104600439931256215" + QString::number(1'000'000 + i)));
+            if (i % 2 == 0) {
+                result.passedCodes.append(requested.last());
+            }
+        }
+        fitToErrorKind(result, requested);
+        EXPECT_EQ(result.passedCodes.size() + result.failedCodes.size(), size);
+    };
+    EXPECT_LT(growth(work), FarFromQuadratic);
+}
+
+}  // namespace
