@@ -118,7 +118,7 @@ std::string seenIn(const http::Response& response)
 }
 
 /// The plug-in of a till, told of one operator and one local module.
-Result sell(const QString& operatorUrl, const QString& moduleUrl, const QList<MarkingCode>& codes)
+Result sell(const QString& operatorUrl, const QString& moduleUrl)
 {
     const QString ca = QString::fromStdString(caFile());
     const LogWatch quiet;
@@ -138,7 +138,7 @@ Result sell(const QString& operatorUrl, const QString& moduleUrl, const QList<Ma
 
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, "crpt");
-    arguments.setMarkingCodes(codes);
+    arguments.setMarkingCodes({Good});
     arguments.setApiKey("key");
     arguments.setOperationTimeout(60s);
     arguments.setRequestTimeout(60s);
@@ -155,8 +155,8 @@ QString urlOf(const ScriptedServer& server, const Fault& fault)
     return url.toString();
 }
 
-/// Sells the codes while the server that is asked at `place` answers with `reply` there.
-Result sell(Place place, const Fault& fault, const Reply& reply, const QList<MarkingCode>& codes = {Good})
+/// Sells the good while the server that is asked at `place` answers with `reply` there.
+Result sell(Place place, const Fault& fault, const Reply& reply)
 {
     auto* tls = fault.scheme == "https" ? &goodTls() : nullptr;
     const Reply health = usualAt(Place::Health, tls);
@@ -166,7 +166,7 @@ Result sell(Place place, const Fault& fault, const Reply& reply, const QList<Mar
     switch (place) {
     case Place::List: {
         const ScriptedServer op{reply};
-        return sell(urlOf(op, fault), "http://", codes);
+        return sell(urlOf(op, fault), "http://");
     }
     case Place::Health:
     case Place::Check: {
@@ -174,7 +174,7 @@ Result sell(Place place, const Fault& fault, const Reply& reply, const QList<Mar
         const QByteArray list =
             QByteArray(stepAt(Place::List).body).replace("%1", urlOf(site, fault).toUtf8());
         const ScriptedServer op{okReply(list)};
-        return sell(op.url().toString(), "http://", codes);
+        return sell(op.url().toString(), "http://");
     }
     case Place::Status:
     case Place::OutCheck:
@@ -184,7 +184,7 @@ Result sell(Place place, const Fault& fault, const Reply& reply, const QList<Mar
     const ScriptedServer module(place == Place::Status ? QList{reply, reply, usualAt(Place::OutCheck, tls)}
                                                        : QList{status, status, reply});
     const ScriptedServer noOperator{{"", Reply::Then::Close, Reply::Door::Shut}};
-    return sell(noOperator.url().toString(), urlOf(module, fault), codes);
+    return sell(noOperator.url().toString(), urlOf(module, fault));
 }
 
 /// A letter of Fault::outcomes, '?' for what may not be.
@@ -265,47 +265,5 @@ TEST_P(FaultTable, EndsInTimeWithTheVerdictThatTheRulesGive)
 
 INSTANTIATE_TEST_SUITE_P(A, FaultTable, testing::ValuesIn(allFaults()),
                          [](const auto& faults) { return std::string(faults.param.name); });
-
-/// One entry for each field and value, and the codes that they are of.
-QByteArray entriesOf(const FieldFault& fault, QList<MarkingCode>& codes)
-{
-    QByteArray entries;
-    for (const char* field : fault.fields) {
-        for (const char* value : fault.values) {
-            const QByteArray cis = "RU-" + QByteArray::number(codes.size());
-            codes.append(MarkingCode(cis));
-            entries += (entries.isEmpty() ? "{\"cis\":\"" : ",{\"cis\":\"") + cis + "\",\"" + field +
-                       "\":" + value + '}';
-        }
-    }
-    return R"({"codes":[)" + entries + "]}";
-}
-
-TEST(FieldTable, EveryWrongValueReadsAsItsFieldsDefault)
-{
-    const Fault none{"", "200", "", {}};
-    std::printf("%-30s %-8s %s\n", "Field", "flags", "values");
-    for (const FieldFault& fault : fieldFaults()) {
-        QList<MarkingCode> codes;
-        const QByteArray reply = entriesOf(fault, codes);
-        for (const Place place : {Place::Check, Place::OutCheck}) {
-            const WatchedClient client(stepAt(place).method, LongLimit);
-            const Result result =
-                sell(place, none, okReply(place == Place::Check ? reply : R"({"results":[)" + reply + "]}"),
-                     codes);
-            for (qsizetype i = 0; i < codes.size(); ++i) {
-                EXPECT_EQ(result.passedCodes.contains(codes[i]), fault.flags == 0) << reply.constData();
-                EXPECT_EQ(int(result.failedCodes.value(codes[i]).status), fault.flags) << i;
-            }
-        }
-        for (const char* field : fault.fields) {
-            std::printf("%-30s 0x%-6x", field, unsigned(fault.flags));
-            for (const char* value : fault.values) {
-                std::printf(" %s", value);
-            }
-            std::printf("\n");
-        }
-    }
-}
 
 }  // namespace

@@ -45,16 +45,6 @@ struct Faults
 /// The table.
 std::vector<Faults> allFaults();
 
-/// Wrong values of fields of one code's entry, and the flags that each of them makes it fail with; 0 when it
-/// passes.
-struct FieldFault
-{
-    std::vector<const char*> fields;
-    std::vector<const char*> values;  ///< JSON
-    int flags;
-};
-std::vector<FieldFault> fieldFaults();
-
 /// PEM file of the authority that the good certificates are signed by.
 std::string caFile();
 /// The good certificate.

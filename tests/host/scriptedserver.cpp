@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <poll.h>
-
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ssl.hpp>
 #include <boost/asio/write.hpp>
@@ -59,27 +57,10 @@ bool write(Stream& stream, const ScriptedReply& reply)
 template <class Stream>
 void finish(tcp::socket& socket, Stream& stream, Then then)
 {
-    constexpr int mebibytes = 100;
-    const QByteArray mebibyte(1 << 20, ' ');
-    pollfd closing{socket.native_handle(), POLLIN, 0};
-    switch (then) {
-    case Then::Reset:
+    if (then == Then::Reset) {
         socket.set_option(asio::socket_base::linger(true, 0));
-        break;
-    case Then::Silence:
+    } else if (then == Then::Silence) {
         (void)readRequest(stream);
-        break;
-    case Then::Drip:
-        while (poll(&closing, 1, 5) == 0 && write(stream, QByteArray(" "))) {
-        }
-        break;
-    case Then::Flood:
-        for (int i = 0; i < mebibytes && write(stream, mebibyte); ++i) {
-        }
-        break;
-    case Then::NextRequest:
-    case Then::Close:
-        break;
     }
 }
 

@@ -27,10 +27,6 @@ struct ScriptedReply
         Reset,
         /// Sends nothing more and waits until the client closes.
         Silence,
-        /// Sends a blank every few milliseconds until the client closes.
-        Drip,
-        /// Sends blanks, 100 MiB at most, until the client closes.
-        Flood,
     };
     /// What the client meets that connects for this reply, when it is the first one of its connection.
     enum class Door {

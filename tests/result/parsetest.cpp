@@ -48,7 +48,7 @@ TEST(CodeEntry, EveryFlagFollowsItsFieldWhateverTheValueIs)
         EXPECT_EQ(flagsWith("true"), flaggedWhen ? flag : 0) << name.constData();
         EXPECT_EQ(flagsWith("false"), flaggedWhen ? 0 : flag) << name.constData();
         EXPECT_EQ(flagsWith("null"), flaggedWhen ? 0 : flag) << name.constData();
-        for (const char* wrongType : {"\"yes\"", "\"true\"", "1", "0", "[]", "{}"}) {
+        for (const char* wrongType : {"\"yes\"", "\"true\"", "1", "0", "1e300", "[false]", "{}"}) {
             EXPECT_EQ(flagsWith(wrongType), 0) << name.constData() << wrongType;
         }
     }
@@ -62,7 +62,7 @@ TEST(CodeEntry, PassesOrFailsByAllItsFields)
         {R"("isTracking": false, "sold": true)", Result::NotTracking | Result::Sold},
         {R"("isTracking": false, "message": "m")", Result::NotTracking},
         {R"("message": "m")", 0},
-        {R"("message": 5, "errorCode": 7)", {}},
+        {R"("message": 5, "ogvs": [], "errorCode": "7")", {}},
         {R"("grayZone": true, "realizable": false)", Result::NotRealizable | Result::GrayZoneNotRealizable},
         {R"("grayZone": null, "realizable": false)", Result::NotRealizable},
         {R"("grayZone": "yes", "realizable": false)", Result::NotRealizable},
@@ -74,6 +74,8 @@ TEST(CodeEntry, PassesOrFailsByAllItsFields)
         {R"("productWeight": 0)", Result::ZeroWeight},
         {R"("productWeight": null)", Result::ZeroWeight},
         {R"("productWeight": "250")", Result::ZeroWeight},
+        {R"("productWeight": 2147483648)", Result::ZeroWeight},
+        {R"("productWeight": 0.5)", Result::ZeroWeight},
         {R"("productWeight": 250)", {}},
         {R"("found": false, "isOwner": false)", Result::NotFound | Result::NotOwner}};
     for (const auto& [members, flags] : cases) {
@@ -92,6 +94,12 @@ TEST(CodeEntry, ExpiresAtItsDateToTheMillisecond)
                                                   {R"("2026-01-02T15:00:00.001+03:00")", false},
                                                   {R"("2026-01-02T12:00:01Z")", false},
                                                   {R"("2099-02-30T00:00:00.000Z")", true},
+                                                  {R"("2099-01-01T25:00:00.000Z")", true},
+                                                  {R"("2099-01-01T00:00:00.000Zx")", true},
+                                                  {R"("01.01.2099")", true},
+                                                  {R"("2099-01-01")", false},
+                                                  {R"("9999-12-31T23:59:59.999Z")", false},
+                                                  {"[]", true},
                                                   {R"("tomorrow")", true},
                                                   {R"("")", true},
                                                   {"null", true},
@@ -115,6 +123,7 @@ TEST(CodeEntry, GivesItsSideDataWhetherItPassesOrNot)
         {R"("productWeight": 0, "mrp": 0)", {}, {}},
         {R"("productWeight": -5, "mrp": -5)", {}, {}},
         {R"("productWeight": "5", "mrp": "5")", {}, {}},
+        {R"("productWeight": 1e300, "mrp": 1e300)", {}, {}},
         {R"("mrp": 9, "groupIds": [])", {}, {{A, {16, 9}}}},
         {R"("mrp": 9, "groupIds": 7)", {}, {{A, {16, 9}}}},
         {R"("mrp": 9, "groupIds": ["7"])", {}, {{A, {0, 9}}}}};
