@@ -51,7 +51,6 @@ TEST_F(ConfigTest, ValueIsReadByType)
     }
     config.setValue("s:k", " x, ,y ,, \"z\"");
     EXPECT_EQ(config.getList("s:k"), (QStringList{"x", "y", "\"z\""}));
-    EXPECT_EQ(config.getList("s:none"), QStringList());
 }
 
 TEST_F(ConfigTest, FileMayHaveAnyLineEndsAndAByteOrderMark)

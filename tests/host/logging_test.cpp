@@ -58,17 +58,12 @@ TEST_F(LoggingTest, SecretAfterAHeaderNameIsMasked)
           "Добавлен ключ X-API-KEY: ********89ab (ООО \"Ромашка\")"},
          {"X-API-KEY: a b, \"c\" (d)e f (owner (branch))", "X-API-KEY: ***********)e f (owner (branch))"},
          {"X-API-KEY: 12345678 (o)", "X-API-KEY: ******** (o)"},
-         {"X-API-KEY: 123456789 (o)", "X-API-KEY: *****6789 (o)"},
-         {"X-API-KEY:  (o)", "X-API-KEY:  ***"},
          {"x-api-key=0123456789ab", "x-api-key=********89ab"},
          {"{\"X-API-KEY\":\"0123456789ab\"}", "{\"X-API-KEY\":\"**********ab\"}"},
-         {"X-API-KEY: unbalanced) key", "X-API-KEY: *********** key"},
          {"X-API-KEY: no owner)", "X-API-KEY: *****ner)"},
          {"Authorization: Basic 0123456789ab (x)", "Authorization: ****************** (x)"},
-         {"AUTHORIZATION Bearer 0123456789ab", "AUTHORIZATION ***************89ab"},
          {"X-API-KEY: 0123456789ab\nAuthorization: Basic abcdef\r\nplain",
           "X-API-KEY: ********89ab\nAuthorization: ********cdef\r\nplain"},
-         {"X-API-KEY", "X-API-KEY"},
          {"Ключ доступа 0123456789ab", "Ключ доступа 0123456789ab"}});
 }
 
@@ -102,13 +97,6 @@ TEST_F(LoggingTest, FileIsAppendedToUntilAnotherCanBeOpened)
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), "info [taskmanager.crptping] раз\nwarning [test] X-API-KEY: ********89ab\n");
-}
-
-TEST_F(LoggingTest, FileThatIsFullLosesLinesOnly)
-{
-    ASSERT_TRUE(LogManager::configure({.file = "/dev/full"}));
-    EXPECT_NO_THROW(logger->error("lost"));
-    EXPECT_EQ(log.take(), QStringList("error lost"));
 }
 
 TEST_F(LoggingTest, WatcherIsNotCalledAfterItsRemoval)

@@ -192,17 +192,6 @@ TEST_F(RestClientTest, ConnectionIsEndedByCancelAllNowAndLater)
     EXPECT_EQ(get(server.url()).status(), 200);
 }
 
-TEST_F(RestClientTest, ConnectionThatCannotBeMadeNamesTheServer)
-{
-    auto gone = std::make_unique<ScriptedServer>(std::initializer_list<ScriptedReply>{okReply()});
-    const QUrl url = gone->url();
-    EXPECT_EQ(get(url).status(), 200);
-    gone.reset();
-    const auto refused = get(url);
-    expectFailed(refused, NetworkError::ConnectionRefused, "networkConnectionRefused");
-    EXPECT_EQ(refused.errorText().ru(), "Обращение к 127.0.0.1: соединение отклонено");
-}
-
 TEST_F(RestClientTest, ObserverIsToldOfEveryExchangeUntilItIsTakenAway)
 {
     const ScriptedServer server{
