@@ -97,6 +97,13 @@ void addOthers(CLI::App& app, Options& options)
         ->check(CLI::Range(0, 65535));
     event->callback([&options] { options.command = Command::Event; });
 
+    CLI::App* doctor = app.add_subcommand(
+        "doctor", "Examine the settings and what they name, without changing anything; says what to do");
+    doctor->add_flag("--json", options.json, "Print one JSON object instead of a report");
+    doctor->add_flag("--keys", options.listKeys, "Only list the keys of the settings that are read");
+    doctor->footer("Exit status: 0 all is well, 1 something is wrong, 2 the command line is wrong.");
+    doctor->callback([&options] { options.command = Command::Doctor; });
+
     CLI::App* scenarios = app.add_subcommand("scenarios", "List the stand's scenarios");
     scenarios->callback([&options] { options.command = Command::Scenarios; });
 }

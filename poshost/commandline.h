@@ -9,7 +9,7 @@
 
 namespace poshost {
 
-enum class Command { Verify, Ping, Event, Scenarios };
+enum class Command { Verify, Ping, Event, Scenarios, Doctor };
 
 /// What the command line asks for. Texts that were not given are empty.
 struct Options
@@ -32,6 +32,7 @@ struct Options
     QList<QByteArray> codes;  ///< as typed
 
     QList<int> events;
+    bool listKeys = false;
 };
 
 /// Longest time limit that can be asked for.

@@ -7,6 +7,9 @@
 #include <QFile>
 
 #include "poshost/checkcodes.h"
+#include "poshost/doctoring.h"
+#include "poshost/doctorjson.h"
+#include "poshost/doctortext.h"
 #include "poshost/exitstatus.h"
 #include "poshost/failure.h"
 #include "poshost/output.h"
@@ -137,6 +140,17 @@ int listScenarios()
     return exitstatus::Good;
 }
 
+int runDoctor(const Options& options)
+{
+    if (options.listKeys) {
+        printOut(options.json ? knownKeysJson() : knownKeysText());
+        return exitstatus::Good;
+    }
+    const doctor::Report report = examine(options);
+    printOut(options.json ? toJson(report) : toText(report, showsColours(STDOUT_FILENO)));
+    return report.count(doctor::Level::Bad) == 0 ? exitstatus::Good : exitstatus::Bad;
+}
+
 }  // namespace
 
 int run(const Options& options)
@@ -150,6 +164,8 @@ int run(const Options& options)
         return runEvents(options);
     case Command::Scenarios:
         return listScenarios();
+    case Command::Doctor:
+        return runDoctor(options);
     }
     return exitstatus::Usage;
 }

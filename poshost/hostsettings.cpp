@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include "contracts/service.h"
+#include "doctor/address.h"
 #include "poshost/failure.h"
 #include "poshost/filedescriptor.h"
 #include <log4qt/logmanager.h>
@@ -63,19 +64,10 @@ std::chrono::seconds readTimeout(const std::optional<std::chrono::seconds>& wish
         std::chrono::seconds(readNumber(config, key, 0, longestTimeout.count(), fallback.count())));
 }
 
-/// An address as the plug-in will read it. What does not parse, such as "http://a b", would be taken for a
-/// path on a host named "http".
-QUrl addressOf(const QString& text)
-{
-    const bool isWhole = text.contains(QLatin1String("://"));
-    return isWhole && !QUrl(text, QUrl::StrictMode).isValid() ? QUrl() : QUrl::fromUserInput(text);
-}
-
 /// `text` is what the settings have at `key`, `url` what the plug-in will make of it.
 void checkAddress(const QString& key, const QString& text, const QUrl& url, const QString& example)
 {
-    const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-    if (!url.isValid() || url.host().isEmpty() || !isHttp) {
+    if (!doctor::isAskable(url)) {
         refuse(QStringLiteral("settings, %1: \"%2\" is no http or https address; write it as %3")
                    .arg(named(key), text, example));
     }
@@ -90,7 +82,7 @@ void checkNetwork(const Config& config)
                    .arg(file));
     }
     if (const QString proxy = config.getString(key("Network", "proxy"));
-        !proxy.isEmpty() && addressOf(proxy).host().isEmpty()) {
+        !proxy.isEmpty() && doctor::addressOf(proxy).host().isEmpty()) {
         refuse(QStringLiteral(
                    "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));
@@ -131,17 +123,15 @@ void checkLogFile(const QString& file)
     }
 }
 
-void maskSecrets(const Config& config, const Options& options)
+Log4Qt::Level levelOf(const QString& name, Log4Qt::Level fallback)
 {
-    QStringList secrets = config.getList(key("Host", "keys"));
-    secrets << config.getString(key("Host", "apiKey")) << options.apiKey;
-    for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
-        secrets << config.getString(section + QLatin1String(":token"))
-                << config.getString(section + QLatin1String(":password"));
+    Log4Qt::Level level = fallback;
+    if (!name.isEmpty() && !Log4Qt::LogManager::levelFromName(name, &level)) {
+        refuse(
+            QStringLiteral("log level \"%1\" is not known; use trace, debug, info, warn, error, fatal or off")
+                .arg(name));
     }
-    for (const QString& secret : secrets) {
-        Log4Qt::LogManager::addSecret(secret);
-    }
+    return level;
 }
 
 }  // namespace
@@ -179,7 +169,7 @@ HostSettings readHostSettings(const Config& config, const Options& options)
     settings.section = chosen(options.section, config, key("Host", "section"), QStringLiteral("MarkedGoods"));
     settings.hosts = config.getList(key("Host", "hosts"));
     for (const QString& host : settings.hosts) {
-        checkAddress(key("Host", "hosts"), host, addressOf(host),
+        checkAddress(key("Host", "hosts"), host, doctor::addressOf(host),
                      QStringLiteral("https://markirovka.example"));
     }
     settings.keys = config.getList(key("Host", "keys"));
@@ -194,16 +184,23 @@ HostSettings readHostSettings(const Config& config, const Options& options)
     return settings;
 }
 
+void maskSecrets(const Config& config, const Options& options)
+{
+    QStringList secrets = config.getList(key("Host", "keys"));
+    secrets << config.getString(key("Host", "apiKey")) << options.apiKey;
+    for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
+        secrets << config.getString(section + QLatin1String(":token"))
+                << config.getString(section + QLatin1String(":password"));
+    }
+    for (const QString& secret : secrets) {
+        Log4Qt::LogManager::addSecret(secret);
+    }
+}
+
 void configureLog(const Config& config, const Options& options, Log4Qt::Level level)
 {
     Log4Qt::LogSettings log;
-    log.level = level;
-    const QString name = chosen(options.logLevel, config, key("Log", "level"));
-    if (!name.isEmpty() && !Log4Qt::LogManager::levelFromName(name, &log.level)) {
-        refuse(
-            QStringLiteral("log level \"%1\" is not known; use trace, debug, info, warn, error, fatal or off")
-                .arg(name));
-    }
+    log.level = levelOf(chosen(options.logLevel, config, key("Log", "level")), level);
     log.file = config.getString(key("Log", "file"));
     log.pattern = chosen({}, config, key("Log", "pattern"), log.pattern);
     log.secrets = config.getBool(key("Log", "secrets"));
@@ -212,6 +209,13 @@ void configureLog(const Config& config, const Options& options, Log4Qt::Level le
     if (!Log4Qt::LogManager::configure(log)) {
         refuse(QStringLiteral("settings, [Log] file = %1: cannot be opened; name another").arg(log.file));
     }
+}
+
+void configureQuietLog(const Options& options)
+{
+    Log4Qt::LogSettings log;
+    log.level = levelOf(options.logLevel, Log4Qt::Level::Off);
+    (void)Log4Qt::LogManager::configure(log);
 }
 
 }  // namespace poshost

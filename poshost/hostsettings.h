@@ -41,4 +41,10 @@ void loadSettings(Config& config, const QString& file);
 /// and passwords of the settings are masked in the log. Throws Failure.
 void configureLog(const Config& config, const Options& options, Log4Qt::Level level);
 
+/// Sets the log up for a command that writes no file and is silent unless --log-level asks. Throws Failure.
+void configureQuietLog(const Options& options);
+
+/// Masks keys and passwords of the settings in the log.
+void maskSecrets(const Config& config, const Options& options);
+
 }  // namespace poshost
