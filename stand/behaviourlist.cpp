@@ -4,6 +4,18 @@
 #include <iterator>
 
 namespace marksim {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+QJsonObject withoutTimes(const Behaviour& behaviour)
+{
+    auto source = behaviour.source;
+    source.remove("times"_L1);
+    return source;
+}
+
+}  // namespace
 
 void BehaviourList::assign(std::vector<Behaviour> behaviours)
 {
@@ -14,6 +26,21 @@ void BehaviourList::assign(std::vector<Behaviour> behaviours)
 void BehaviourList::append(std::vector<Behaviour> behaviours)
 {
     std::move(behaviours.begin(), behaviours.end(), std::back_inserter(behaviours_));
+}
+
+void BehaviourList::prepend(std::vector<Behaviour> behaviours)
+{
+    behaviours_.insert(behaviours_.begin(), std::make_move_iterator(behaviours.begin()),
+                       std::make_move_iterator(behaviours.end()));
+}
+
+void BehaviourList::remove(const std::vector<Behaviour>& behaviours)
+{
+    std::erase_if(behaviours_, [&behaviours](const Behaviour& listed) {
+        return std::ranges::any_of(behaviours, [&listed](const Behaviour& given) {
+            return withoutTimes(given) == withoutTimes(listed);
+        });
+    });
 }
 
 Connect BehaviourList::door() const

@@ -14,6 +14,10 @@ class BehaviourList
 public:
     void assign(std::vector<Behaviour> behaviours);
     void append(std::vector<Behaviour> behaviours);
+    void prepend(std::vector<Behaviour> behaviours);
+    /// Takes off those that were given like one of `behaviours`; "times" makes no difference.
+    void remove(const std::vector<Behaviour>& behaviours);
+    [[nodiscard]] std::size_t size() const { return behaviours_.size(); }
 
     /// Whether connections are to be accepted (Normal) or what keeps them out.
     [[nodiscard]] Connect door() const;

@@ -40,6 +40,7 @@ void addAddresses(CLI::App& app, Options& options)
     app.add_option("--admin-port", options.adminPort, "Admin port, 0 for any")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
+    app.add_flag("--page", options.page, "Serve a page for people on the admin port");
     app.add_flag("--tls", options.tls, "Operators and sites speak TLS, with certificates made at start");
 }
 

@@ -17,6 +17,7 @@ struct Options
     std::string bind = "127.0.0.1";
     std::string adminBind = "127.0.0.1";
     std::uint16_t adminPort = 0;
+    bool page = false;
     bool tls = false;
     std::string scenario;
     std::string goods;

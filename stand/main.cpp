@@ -52,7 +52,10 @@ int run(const marksim::Options& options)
     if (options.dieWithParent && !dieWithParent())
         return 0;
     const marksim::Stand stand(io, options);
-    print(stand.ready());
+    const auto ready = stand.ready();
+    print(ready);
+    if (options.page)
+        std::cerr << "marksim: the page is " << ready[QLatin1String("page")].toString().toStdString() << '\n';
     io.run();
     return 0;
 }

@@ -29,23 +29,28 @@ QLatin1String outcomeName(Outcome outcome)
 
 }  // namespace
 
-QJsonObject LoggedRequest::toJson() const
+QJsonObject LoggedRequest::toJson(bool brief) const
 {
+    QJsonObject object{{"seq"_L1, static_cast<qint64>(seq)},
+                       {"time"_L1, QString::fromStdString(time)},
+                       {"server"_L1, QString::fromStdString(server)},
+                       {"api"_L1, QString::fromStdString(method)},
+                       {"connection"_L1, static_cast<qint64>(connection)},
+                       {"remotePort"_L1, remotePort},
+                       {"method"_L1, QString::fromStdString(request.verb)},
+                       {"path"_L1, QString::fromStdString(request.target)},
+                       {"status"_L1, status},
+                       {"outcome"_L1, outcomeName(outcome)}};
+    if (brief) {
+        object["bodyBytes"_L1] = static_cast<qint64>(request.body.size());
+        return object;
+    }
     QJsonArray headers;
     for (const auto& [name, value] : request.headers)
         headers.append(QJsonArray{QString::fromStdString(name), QString::fromStdString(value)});
-    return {{"seq"_L1, static_cast<qint64>(seq)},
-            {"time"_L1, QString::fromStdString(time)},
-            {"server"_L1, QString::fromStdString(server)},
-            {"api"_L1, QString::fromStdString(method)},
-            {"connection"_L1, static_cast<qint64>(connection)},
-            {"remotePort"_L1, remotePort},
-            {"method"_L1, QString::fromStdString(request.verb)},
-            {"path"_L1, QString::fromStdString(request.target)},
-            {"headers"_L1, headers},
-            {"body"_L1, QString::fromStdString(request.body)},
-            {"status"_L1, status},
-            {"outcome"_L1, outcomeName(outcome)}};
+    object["headers"_L1] = headers;
+    object["body"_L1] = QString::fromStdString(request.body);
+    return object;
 }
 
 std::uint64_t RequestLog::add(LoggedRequest entry)
@@ -62,15 +67,25 @@ std::uint64_t RequestLog::add(LoggedRequest entry)
     return next_ - 1;
 }
 
+std::optional<std::size_t> RequestLog::indexOf(std::uint64_t seq) const
+{
+    const auto first = entries_.empty() ? next_ : entries_.front().seq;
+    return seq < first || seq >= next_ ? std::nullopt : std::optional(static_cast<std::size_t>(seq - first));
+}
+
+const LoggedRequest* RequestLog::find(std::uint64_t seq) const
+{
+    const auto index = indexOf(seq);
+    return index ? &entries_[*index] : nullptr;
+}
+
 void RequestLog::end(std::uint64_t seq, int status, Outcome outcome)
 {
-    const auto found =
-        std::lower_bound(entries_.begin(), entries_.end(), seq,
-                         [](const LoggedRequest& entry, std::uint64_t wanted) { return entry.seq < wanted; });
-    if (found == entries_.end() || found->seq != seq)
+    const auto index = indexOf(seq);
+    if (!index)
         return;
-    found->status = status;
-    found->outcome = outcome;
+    entries_[*index].status = status;
+    entries_[*index].outcome = outcome;
 }
 
 void RequestLog::clear()
@@ -80,14 +95,20 @@ void RequestLog::clear()
     forgotten_ = 0;
 }
 
-QJsonObject RequestLog::toJson(std::uint64_t since, const std::string& server) const
+QJsonObject RequestLog::toJson(const RequestFilter& filter) const
 {
-    QJsonArray requests;
-    for (const auto& entry : entries_) {
-        if (entry.seq >= since && (server.empty() || entry.server == server))
-            requests.append(entry.toJson());
+    std::deque<const LoggedRequest*> wanted;
+    for (auto entry = entries_.rbegin(); entry != entries_.rend() && entry->seq >= filter.since; ++entry) {
+        if (filter.last != 0 && wanted.size() == filter.last)
+            break;
+        if (filter.server.empty() || entry->server == filter.server)
+            wanted.push_front(&*entry);
     }
+    QJsonArray requests;
+    for (const auto* entry : wanted)
+        requests.append(entry->toJson(filter.brief));
     return {{"requests"_L1, requests},
+            {"first"_L1, static_cast<qint64>(entries_.empty() ? next_ : entries_.front().seq)},
             {"next"_L1, static_cast<qint64>(next_)},
             {"forgotten"_L1, static_cast<qint64>(forgotten_)}};
 }

@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 
 namespace marksim {
@@ -23,7 +24,17 @@ struct LoggedRequest
     int status = 0;  ///< 0 when none was sent
     Outcome outcome = Outcome::Pending;
 
-    [[nodiscard]] QJsonObject toJson() const;
+    /// With "bodyBytes" in place of headers and body when `brief`.
+    [[nodiscard]] QJsonObject toJson(bool brief = false) const;
+};
+
+/// Which requests are asked for.
+struct RequestFilter
+{
+    std::uint64_t since = 0;  ///< only from this number on
+    std::string server;       ///< only of this one; empty for all
+    std::uint64_t last = 0;   ///< only so many, the newest of those that fit; 0 for all
+    bool brief = false;
 };
 
 /// The last requests, oldest first, bounded in number and in bytes of bodies; what is too much is forgotten.
@@ -38,11 +49,15 @@ public:
     void end(std::uint64_t seq, int status, Outcome outcome);
     void clear();
 
-    /// {"requests": [...], "next": seq of the next request to come, "forgotten": how many fell out}; only
-    /// requests from `since` on, of `server` when that is not empty.
-    [[nodiscard]] QJsonObject toJson(std::uint64_t since, const std::string& server) const;
+    /// {"requests": [...], "first": seq of the oldest in the log, "next": seq of the next request to come,
+    /// "forgotten": how many fell out}.
+    [[nodiscard]] QJsonObject toJson(const RequestFilter& filter) const;
+    /// Null when there is no such request, or no longer. The pointer holds until the next change.
+    [[nodiscard]] const LoggedRequest* find(std::uint64_t seq) const;
 
 private:
+    [[nodiscard]] std::optional<std::size_t> indexOf(std::uint64_t seq) const;
+
     std::deque<LoggedRequest> entries_;
     std::uint64_t next_ = 1;
     std::uint64_t forgotten_ = 0;

@@ -47,6 +47,18 @@ void SimulatedServer::appendBehaviours(std::vector<Behaviour> behaviours)
     followBehaviours();
 }
 
+void SimulatedServer::prependBehaviours(std::vector<Behaviour> behaviours)
+{
+    behaviours_.prepend(std::move(behaviours));
+    followBehaviours();
+}
+
+void SimulatedServer::removeBehaviours(const std::vector<Behaviour>& behaviours)
+{
+    behaviours_.remove(behaviours);
+    followBehaviours();
+}
+
 void SimulatedServer::followBehaviours()
 {
     listener_.setDoor(behaviours_.door());

@@ -41,6 +41,9 @@ public:
     [[nodiscard]] const BehaviourList& behaviours() const { return behaviours_; }
     void setBehaviours(std::vector<Behaviour> behaviours);
     void appendBehaviours(std::vector<Behaviour> behaviours);
+    void prependBehaviours(std::vector<Behaviour> behaviours);
+    /// As BehaviourList::remove().
+    void removeBehaviours(const std::vector<Behaviour>& behaviours);
 
     Behaviour welcome() override;
     Exchange serve(const Request& request, const ConnectionInfo& connection) override;

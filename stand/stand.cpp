@@ -93,10 +93,34 @@ int Stand::count(Role role) const
                                           [role](const Entry& entry) { return entry.role == role; }));
 }
 
-void Stand::play(Scenario scenario)
+void Stand::play(Scenario scenario, const QString& name)
 {
     checkSameServers(scenario);
+    leaveOutSurplus(scenario);
     takeOver(std::move(scenario), u"body"_s);
+    playing_ = name;
+}
+
+void Stand::leaveOutSurplus(Scenario& scenario) const
+{
+    const std::array counts = {scenario.operators, scenario.sites, scenario.modules};
+    const auto inPlay = [&counts](const Entry& entry) {
+        return entry.number <= counts.at(static_cast<std::size_t>(entry.role)).value_or(mostServers);
+    };
+    QStringList sites;
+    for (const auto& entry : servers_) {
+        if (!inPlay(entry))
+            scenario.servers[entry.server->name()].behaviours = {
+                Behaviour::fromJson(QJsonObject{{"connect"_L1, u"refuse"_s}}, {})};
+        else if (entry.role == Role::Site)
+            sites << text(entry.server->name());
+    }
+    for (const auto& entry : servers_) {
+        if (entry.role != Role::Operator)
+            continue;
+        auto& lists = scenario.servers[entry.server->name()].lists;
+        lists = lists.value_or(sites);
+    }
 }
 
 void Stand::takeOver(Scenario scenario, const QString& where)
@@ -173,13 +197,28 @@ void Stand::checkNames(const Scenario& scenario, const QString& where) const
     }
 }
 
+QString Stand::missing(const Scenario& scenario) const
+{
+    QStringList options;
+    const auto needCount = [&](Role role, std::optional<int> wanted) {
+        if (wanted.value_or(0) > count(role))
+            options
+                << u"--%1 %2"_s.arg(QLatin1String(groups.at(static_cast<std::size_t>(role)))).arg(*wanted);
+    };
+    needCount(Role::Operator, scenario.operators);
+    needCount(Role::Site, scenario.sites);
+    needCount(Role::Module, scenario.modules);
+    if (scenario.tls.value_or(isTls()) != isTls())
+        options << (isTls() ? u"no --tls"_s : u"--tls"_s);
+    return options.join(u' ');
+}
+
 void Stand::checkSameServers(const Scenario& scenario) const
 {
-    const auto differs = [](auto wanted, auto running) { return wanted && *wanted != running; };
-    if (differs(scenario.operators, count(Role::Operator)) || differs(scenario.sites, count(Role::Site)) ||
-        differs(scenario.modules, count(Role::Module)) || differs(scenario.tls, certificates_ != nullptr))
+    if (const auto options = missing(scenario); !options.isEmpty())
         throw InputError(
-            u"body: the scenario needs other servers than those that run; start marksim with it"_s);
+            u"body: the scenario needs other servers than those that run; start marksim with %1"_s.arg(
+                options));
     for (const auto* server : find("all")) {
         const auto planned = scenario.servers.find(server->name());
         if (planned == scenario.servers.end())
@@ -248,11 +287,13 @@ QJsonArray Stand::describe(Role role) const
 
 QJsonObject Stand::ready() const
 {
+    const auto admin = "http://" + adminListener_->authority();
     QJsonArray keys;
     for (const auto& key : keys_)
         keys.append(text(key));
     return {{"ready"_L1, true},
-            {"admin"_L1, text("http://" + adminListener_->authority())},
+            {"admin"_L1, text(admin)},
+            {"page"_L1, hasPage() ? QJsonValue(text(admin + '/')) : QJsonValue()},
             {"operators"_L1, describe(Role::Operator)},
             {"sites"_L1, describe(Role::Site)},
             {"modules"_L1, describe(Role::Module)},
@@ -277,6 +318,8 @@ QJsonObject Stand::state() const
         servers.append(described);
     }
     auto state = ready();
+    state["scenario"_L1] = playing_.isEmpty() ? QJsonValue() : playing_;
+    state["tls"_L1] = isTls();
     state["version"_L1] = QStringLiteral(MARKSIM_VERSION);
     state["servers"_L1] = servers;
     return state;

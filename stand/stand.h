@@ -34,14 +34,19 @@ public:
     /// Null when there is no such module.
     [[nodiscard]] ModuleApi* module(const std::string& name) const;
 
+    [[nodiscard]] bool hasPage() const { return options_.page; }
     [[nodiscard]] Goods& goods() { return goods_; }
     [[nodiscard]] RequestLog& log() { return log_; }
 
     /// Back to the start of the scenario: keys, behaviours, goods, modules, an empty log. Ports stay.
     void reset();
-    /// Goes over to another scenario as if it had been there from the start. Throws InputError, with nothing
+    /// What a start for `scenario` would have to say in options, "--sites 5 --tls"; empty when play() will
+    /// do.
+    [[nodiscard]] QString missing(const Scenario& scenario) const;
+    /// Goes over to another scenario as if it had been there from the start; servers beyond its counts refuse
+    /// connections, and nobody lists those sites. `name` is told by state(). Throws InputError, with nothing
     /// changed, when it needs other servers than those that run.
-    void play(Scenario scenario);
+    void play(Scenario scenario, const QString& name);
 
 private:
     enum class Role { Operator, Site, Module };
@@ -57,7 +62,9 @@ private:
     void takeOver(Scenario scenario, const QString& where);
     void checkNames(const Scenario& scenario, const QString& where) const;
     void checkSameServers(const Scenario& scenario) const;
+    void leaveOutSurplus(Scenario& scenario) const;
     [[nodiscard]] int count(Role role) const;
+    [[nodiscard]] bool isTls() const { return certificates_ != nullptr; }
 
     struct Entry
     {
@@ -69,6 +76,7 @@ private:
     boost::asio::io_context& io_;
     Options options_;
     Scenario scenario_;
+    QString playing_;  ///< its name, empty for one that has none
     std::vector<std::string> keys_;
     const Goods packedGoods_;
     Goods goods_;

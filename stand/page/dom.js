@@ -1,0 +1,49 @@
+// Elements are made here and nowhere else. What came with a request is only ever a text node: a till can send
+// anything.
+
+/** h('button', {class: 'quiet', onclick: f}, 'text', otherElement) */
+export function h(tag, properties = {}, ...children) {
+  const element = document.createElement(tag);
+  for (const [name, value] of Object.entries(properties)) {
+    if (value === undefined || value === null || value === false) continue;
+    if (name.startsWith('on')) element.addEventListener(name.slice(2), value);
+    else element.setAttribute(name, value === true ? '' : String(value));
+  }
+  element.append(...children.flat().filter((child) => child !== null && child !== undefined));
+  return element;
+}
+
+export const byId = (id) => document.getElementById(id);
+
+/** Puts `children` into `parent` when `key` differs from that of the last time, so that nobody loses focus for nothing. */
+export function fill(parent, key, makeChildren) {
+  if (parent.dataset.key === key) return false;
+  const focused = parent.contains(document.activeElement) ? document.activeElement.dataset.focus : undefined;
+  parent.dataset.key = key;
+  parent.replaceChildren(...makeChildren());
+  if (focused) (parent.querySelector(`[data-focus="${CSS.escape(focused)}"]`) ?? parent.querySelector('button, input'))?.focus();
+  return true;
+}
+
+/** Control characters made visible: GS as <GS>, others as \x1b. */
+export function visible(text) {
+  return text.replaceAll('\x1d', '<GS>').replace(/[\x00-\x08\x0b-\x1f\x7f-\x9f\u200e\u200f\u202a-\u202e\u2066-\u2069]/g,
+    (c) => (c.charCodeAt(0) < 256 ? '\\x' + c.charCodeAt(0).toString(16).padStart(2, '0') : '\\u' + c.charCodeAt(0).toString(16)));
+}
+
+/** The code that a person typed, with GS written as <GS>, \x1d or \u001d. */
+export const typedCode = (text) => text.trim().replace(/<GS>|\\x1d|\\u001d/gi, '\x1d');
+
+let toastTimer;
+
+/** Says something at the foot of the page, to screen readers too: what is beside an open dialog is not heard. */
+export function say(text, failed = false) {
+  const toast = byId('toast');
+  const place = document.querySelector('dialog[open]') ?? document.body;
+  if (toast.parentNode !== place) place.append(toast);
+  toast.textContent = text;
+  toast.classList.toggle('failed', failed);
+  toast.classList.add('shown');
+  clearTimeout(toastTimer);
+  toastTimer = setTimeout(() => toast.classList.remove('shown'), failed ? 12000 : 4000);
+}

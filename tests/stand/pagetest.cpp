@@ -1,0 +1,143 @@
+#include "tests/stand/standtest.h"
+
+namespace {
+
+/// A stand that serves its page.
+class Page : public testing::Test
+{
+protected:
+    [[nodiscard]] HttpReply send(const char* verb, const QString& path, const QByteArray& body = {},
+                                 const QStringList& headers = {}) const
+    {
+        return client.send(verb, admin + path, body, headers);
+    }
+
+    MarkSim stand{{"--page"}};
+    StandClient client{stand};
+    QString admin = stand.ready()["admin"].toString();
+};
+
+const QByteArray refuse = R"({"connect": "refuse"})";
+
+}  // namespace
+
+/// No foreign page, by whatever address it reaches this port, gets the stand to change anything.
+TEST_F(Page, IsTheOnlyPageThatMayChangeAnything)
+{
+    const QString port = admin.mid(admin.lastIndexOf(':'));
+    const QStringList foreign[] = {
+        {"Origin: null"},
+        {"Origin: https" + admin.mid(4)},
+        {"Origin: http://127.0.0.1:1"},
+        {"Origin: " + admin + ".example"},
+        {"Origin: http://localhost" + port},
+        {"Origin: " + admin, "Host: rebound.example" + port},
+        {"Origin: http://rebound.example" + port, "Host: rebound.example" + port},
+        {"Host: 127.0.0.1.rebound.example"},
+        {"Host:"},
+    };
+    const std::tuple<const char*, const char*, QByteArray> orders[] = {
+        {"PUT", "/behaviours/all", refuse},
+        {"POST", "/behaviours/all", refuse},
+        {"DELETE", "/behaviours/site-2", ""},
+        {"PUT", "/goods/x", "{}"},
+        {"DELETE", "/goods/RU-401301-AAA0277031", ""},
+        {"PUT", "/modules/module-1", R"({"state": "sync_error"})"},
+        {"PUT", "/scenario", R"({"keys": ["x"]})"},
+        {"POST", "/scenarios/blackout", ""},
+        {"POST", "/reset", ""},
+        {"DELETE", "/requests", ""},
+    };
+    stand.behave("site-2", R"({"status": 418})");
+    EXPECT_EQ(client.health("site-2").status, 418);
+    const QJsonValue before = stand.admin("GET", "/state");
+    for (const auto& headers : foreign) {
+        for (const auto& [verb, path, body] : orders)
+            EXPECT_EQ(send(verb, path, body, headers).status, 403)
+                << verb << path << headers.join(' ').toStdString();
+    }
+    EXPECT_EQ(stand.admin("GET", "/state"), before);
+    EXPECT_EQ(stand.requests().size(), 1);
+    EXPECT_EQ(send("POST", "/reset", {}, {"Origin: " + admin}).status, 200);
+}
+
+TEST_F(Page, RefusesWhatItDoesNotKnow)
+{
+    const QByteArray manyBehaviours = '[' + QByteArray("{},").repeated(1000) + "{}]";
+    struct Order
+    {
+        const char *verb, *path;
+        QByteArray body;
+        long status;
+        const char* reason;
+    };
+    const Order orders[] = {
+        {"GET", "/page/index.html", "", 404, "no such path"},
+        {"GET", "/..%2fdata%2fgoods.json", "", 404, "no such path"},
+        {"GET", "/?x=1", "", 404, "no such path"},
+        {"POST", "/index.html", "", 404, "no such path"},
+        {"GET", "/goods?x=1", "", 400, "unknown parameter \"x\""},
+        {"GET", "/requests?last=-1", "", 400, "\"last\" must be a number"},
+        {"GET", "/requests?brief=2", "", 400, "\"brief\" must be 0 or 1"},
+        {"GET", "/requests/1", "", 404, "no such request"},
+        {"POST", "/reset?x=1", "", 400, "unknown parameter"},
+        {"POST", "/reset", "{}", 400, "body: there must be none"},
+        {"POST", "/behaviours/all?first=yes", "{}", 400, "\"first\" must be a number"},
+        {"POST", "/behaviours/all", manyBehaviours, 400, "at most 1000 behaviours"},
+        {"DELETE", "/behaviours/all", "[1]", 400, "body[0]"},
+        {"PATCH", "/goods/x", "{}", 405, "does not take"},
+        {"POST", "/scenarios/nothing", "", 404, "no scenario \"nothing\""},
+        {"POST", "/scenarios/tls", "", 400, "start marksim with --tls"},
+        {"PUT", "/scenario", R"({"operators": 2, "sites": 9})", 400, "with --operators 2 --sites 9"},
+    };
+    for (const Order& order : orders) {
+        const HttpReply reply = send(order.verb, order.path, order.body);
+        EXPECT_EQ(reply.status, order.status) << order.path;
+        EXPECT_TRUE(reply.json()["error"].toString().contains(order.reason))
+            << order.path << reply.body.data();
+    }
+}
+
+TEST_F(Page, IsServedConfinedAndOnlyWhenAskedFor)
+{
+    EXPECT_EQ(stand.ready()["page"], admin + '/');
+    for (const char* path : {"/", "/main.js", "/page.css", "/favicon.svg", "/state"}) {
+        const HttpReply reply = send("GET", path);
+        EXPECT_EQ(reply.status, 200) << path;
+        EXPECT_EQ(
+            reply.headers.filter("Content-Security-Policy: default-src 'none'; script-src 'self';").size(),
+            1);
+        EXPECT_TRUE(reply.headers.contains("X-Content-Type-Options: nosniff")) << path;
+    }
+    const MarkSim plain;
+    EXPECT_EQ(plain.ready()["page"], QJsonValue::Null);
+    EXPECT_EQ(plain.ask("GET", "/").status, 404);
+}
+
+TEST_F(Page, PutsBehavioursFirstAndTakesSingleOnesOff)
+{
+    const QJsonObject delay{{"latencyMs", 1}}, status{{"status", 500}, {"times", 9}};
+    stand.behave("site-1", delay);
+    stand.admin("POST", "/behaviours/site-1?first=1", toJson(status));
+    EXPECT_EQ(stand.admin("GET", "/behaviours/site-1")["site-1"], (QJsonArray{status, delay}));
+    EXPECT_EQ(client.health().status, 500);
+    stand.admin("DELETE", "/behaviours/all", R"([{"status": 500}, {"status": 501}])");
+    EXPECT_EQ(stand.admin("GET", "/behaviours/site-1")["site-1"], QJsonArray{delay});
+}
+
+TEST_F(Page, PlaysScenariosThatNeedFewerServers)
+{
+    const auto listed = [this] {
+        return client
+            .send("GET", stand.url("operator-1") + "/api/v4/true-api/cdn/info", {}, {client.keyHeader()})
+            .json()["hosts"]
+            .toArray();
+    };
+    stand.admin("PUT", "/scenario", R"({"sites": 1, "modules": 0})");
+    EXPECT_EQ(listed(), (QJsonArray{QJsonObject{{"host", stand.url("site-1")}}}));
+    EXPECT_EQ(client.health("site-3").result, CURLE_COULDNT_CONNECT);
+    EXPECT_FALSE(stand.admin("GET", "/state")["servers"][4]["open"].toBool(true));
+    EXPECT_EQ(stand.admin("POST", "/scenarios/calm")["scenario"], "calm");
+    EXPECT_EQ(listed().size(), 3);
+    EXPECT_EQ(client.health("site-3").status, 200);
+}
