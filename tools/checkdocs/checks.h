@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// The checks that `./dev docs` makes. Each is given the root of the tree and says in one line for each fault
+/// what is wrong and where; an empty list means that all is well. They read files only, but for
+/// runExamples().
+namespace checkdocs {
+
+/// Text of a file of the tree. Throws std::runtime_error when it cannot be read.
+[[nodiscard]] QString readFile(const QString& root, const QString& file);
+
+/// Links inside the tree, in all of its Markdown files, lead to a file and, behind "#", to a heading of it.
+[[nodiscard]] QStringList checkLinks(const QString& root, const QStringList& markdownFiles);
+
+/// What plug-in and host write to the log and to the cashier stands in both lists of messages, with its
+/// level, and nothing stands there that they do not write. The flags and numbers in the host developer's
+/// table are those of the result.
+[[nodiscard]] QStringList checkMessages(const QString& root);
+
+/// The tables of settings and the sample file name the keys that `keysJson` (of "poshost doctor --keys
+/// --json") names, with the same defaults.
+[[nodiscard]] QStringList checkSettings(const QString& root, const QByteArray& keysJson);
+
+/// Commands in fenced blocks ("$ command" and what it prints) are run with `programs` in front of PATH; what
+/// they print must be what is shown, but for numbers, blanks, and lines that "..." stands for.
+[[nodiscard]] QStringList runExamples(const QString& root, const QStringList& markdownFiles,
+                                      const QString& programs);
+
+}  // namespace checkdocs
