@@ -1,3 +1,7 @@
+#include <algorithm>
+
+#include <QFile>
+
 #include <gtest/gtest.h>
 
 #include "tests/e2e/till.h"
@@ -13,6 +17,18 @@ QJsonObject orderedSites()
         return QJsonObject{{"behaviours", QJsonObject{{"method", "health"}, {"latencyMs", ms}}}};
     };
     return {{"servers", QJsonObject{{"site-2", slow(80)}, {"site-3", slow(160)}}}};
+}
+
+/// Whether the library's code is in the process. A sanitizer that names a place in it maps the file, too, to
+/// read it, and keeps that.
+bool isLoaded()
+{
+    QFile maps("/proc/self/maps");
+    EXPECT_TRUE(maps.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = maps.readAll().split('\n');
+    return std::any_of(lines.begin(), lines.end(), [](const QByteArray& line) {
+        return line.contains(" r-x") && line.contains("libcrptservice");
+    });
 }
 
 TEST(Sale, OfEveryGoodOfTheStandGivesItsVerdictAndAllFlagsAppear)
@@ -35,6 +51,20 @@ TEST(Sale, OfEveryGoodOfTheStandGivesItsVerdictAndAllFlagsAppear)
     EXPECT_TRUE(result.failedCodes[unlisted].status.testFlag(Result::NotFound));
     EXPECT_EQ(result.requestInfos.size(), codes.size());
     EXPECT_FALSE(result.expireDates.isEmpty() || result.productWeights.isEmpty() || result.mrps.isEmpty());
+}
+
+TEST(Sale, LeavesNoCodeOfThePluginBehind)
+{
+    const MarkSim stand;
+    for (int round = 0; round < 3; ++round) {
+        {
+            Till till(stand);
+            till.connectOperator();
+            EXPECT_EQ(texts(till.verify({goods::Milk}).passedCodes), texts({goods::Milk}));
+            EXPECT_TRUE(isLoaded());
+        }
+        EXPECT_FALSE(isLoaded());
+    }
 }
 
 TEST(SaleInTrouble, EndsAsTheTroubleDemands)
