@@ -66,7 +66,6 @@ RealSide::RealSide()
         {.level = Log4Qt::Level::Debug, .file = u"/dev/null"_s, .pattern = u"%v"_s, .secrets = true});
     Log4Qt::LogManager::setWatcher([this](const Log4Qt::LogRecord& line) {
         m_world->record(line.logger == "crptclient"_L1 ? "log" : "foreign", {int(line.level)}, line.text);
-        sawLine(line.text);
     });
 }
 
@@ -93,9 +92,7 @@ void RealSide::begin(World& world)
             }
         }
     }
-    m_inForce = {};
     m_set = {};
-    m_violation.clear();
     m_client = std::make_unique<Client>(world);
     m_client->onStart();
     world.otherUpdate = [this] { m_world->record("updated", {int(m_client->CrptClient::updateInfo())}); };
@@ -141,21 +138,18 @@ void RealSide::check(const Step& step)
     const QString key = u"check-%1"_s.arg(step.n[Step::Key]);
     const milliseconds budget(givenLimit(step, Step::Budget));
     const milliseconds limit(givenLimit(step, Step::Limit));
-    m_call = {
-        {{u"X-API-KEY"_s, key}}, limitInForce(step, Step::Budget), limitInForce(step, Step::Limit), {}, 0,
-        m_world->wallAhead};
-    lookAtSites();
+    m_checkHeaders = {{u"X-API-KEY"_s, key}};
     if (step.n[Step::Direct] != 0) {
-        recordResponse(m_client->request(m_call.headers, QJsonDocument(QJsonObject{{u"codes"_s, texts}}),
+        recordResponse(m_client->request(m_checkHeaders, QJsonDocument(QJsonObject{{u"codes"_s, texts}}),
                                          budget, limit));
         return;
     }
-    m_call.headers.insert({{u"Content-Type"_s, u"application/json"_s},
+    m_checkHeaders.insert({{u"Content-Type"_s, u"application/json"_s},
                            {u"Accept"_s, u"application/json"_s},
                            {u"Connection"_s, u"keep-alive"_s}});
     const auto result = m_client->checkMarkingCodes(key, requested, budget, limit);
     recordResponse(result);
-    recordVerdicts(result, requested);
+    recordVerdicts(result);
 }
 
 void RealSide::recordResponse(const http::Response& response)
@@ -166,7 +160,7 @@ void RealSide::recordResponse(const http::Response& response)
         response.url().toString(QUrl::FullyEncoded) + u'|' + response.errorText().id(), response.body());
 }
 
-void RealSide::recordVerdicts(const CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
+void RealSide::recordVerdicts(const CheckMarkingCodesResult& result)
 {
     for (const MarkingCode& code : result.passedCodes) {
         m_world->record("passed", {}, code.toString());
@@ -175,12 +169,6 @@ void RealSide::recordVerdicts(const CheckMarkingCodesResult& result, const QList
         m_world->record(
             "failed", {failed->status.toInt(), failed->errorCode, failed->object == result.responseObject()},
             failed.key().toString() + u'|' + failed->message);
-    }
-    for (const MarkingCode& code : requested) {
-        if (result.passedCodes.contains(code) == result.failedCodes.contains(code) &&
-            result.errorKind() != http::ErrorKind::NoToken) {
-            violated(u"not exactly one verdict for "_s + code.toReadable());
-        }
     }
 }
 
@@ -199,7 +187,6 @@ std::chrono::nanoseconds RealSide::monotonic() const
 void RealSide::sleepFor(milliseconds duration) const
 {
     m_world->pause(duration.count());
-    lookAtSites();
 }
 
 http::Response RealSide::get(const QUrl& url, const QJsonDocument& body, const Headers& headers)
@@ -226,7 +213,7 @@ http::Response RealSide::exchange(const QUrl& url, const QJsonDocument& body, co
     const QString key = headers.value(u"X-API-KEY"_s);
     const Headers plain = {
         {u"X-API-KEY"_s, key}, {u"Accept"_s, u"application/json"_s}, {u"Connection"_s, u"close"_s}};
-    const bool asExpected = posted == isCheck && headers == (isCheck ? m_call.headers : plain);
+    const bool asExpected = posted == isCheck && headers == (isCheck ? m_checkHeaders : plain);
 
     const Setup set = std::exchange(m_set, {});
     qint64 limit = set.timeout;
@@ -241,61 +228,8 @@ http::Response RealSide::exchange(const QUrl& url, const QJsonDocument& body, co
     m_world->record("request", {id, limit, set.deadline.has_value(), set.isNew, asExpected},
                     set.alias + u'|' + key + (id < 0 ? u'|' + url.toString() : QString()),
                     body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact));
-    if (isCheck) {
-        sawAttempt(Addresses.value(id / 3), end);
-    }
     http::Response response = responseOf(m_world->answer(method, end));
     response.setUrl(url);
     m_world->record("class", {CrptClient::getRequestStatus(response)});
-    lookAtSites();
     return response;
-}
-
-// What must be true whatever the rules say in detail
-
-void RealSide::sawLine(const QString& text)
-{
-    if (text == u"Получение списка CDN-площадок") {
-        m_updateBegan = m_client->measured.size();
-    } else if (text.startsWith(u"Выбрана CDN: ")) {
-        m_inForce = {m_updateBegan, m_client->measured.size()};
-    }
-    if (m_client != nullptr) {
-        lookAtSites();
-    }
-}
-
-void RealSide::lookAtSites() const
-{
-    m_listed.clear();
-    for (qsizetype i = m_inForce.first; i < m_inForce.second; ++i) {
-        m_listed.push_back(*m_client->measured[i]);
-    }
-}
-
-void RealSide::sawAttempt(const QString& host, std::optional<qint64> deadline)
-{
-    const qint64 now = m_world->monotonic();
-    m_call.start = m_call.start.value_or(now);
-    const auto isPast = [&](qint64 from, std::optional<qint64> limit) {
-        return limit && (!deadline || *deadline > from + *limit * 1'000'000);
-    };
-    if (isPast(*m_call.start, m_call.budget) || isPast(now, m_call.limit)) {
-        violated(u"a deadline past the budget or the attempt's own limit"_s);
-    }
-    // A site is asked anew only once a quarantine is over, and one of them after a cross-border failure.
-    const qint64 quarantines = (m_world->wallAhead - m_call.wallAhead) / 900'000;
-    if (++m_call.attempts > 1 + m_client->measured.size() * (1 + quarantines)) {
-        violated(u"too many attempts"_s);
-    }
-    if (std::none_of(m_listed.begin(), m_listed.end(), [&](const CdnInfo& site) {
-            return site.host == host && (site.available || untilOf(site) < m_world->wall());
-        })) {
-        violated(u"asked in quarantine: "_s + host);
-    }
-}
-
-void RealSide::violated(const QString& what)
-{
-    m_violation = m_violation.isEmpty() ? what : m_violation;
 }

@@ -8,8 +8,7 @@
 #include <utils/currenttime.h>
 
 /// The real client in a world that follows a schedule: stands in for the host's clock, HTTP client, log and
-/// cashier, records what the client does, and holds it against what must be true whatever the rules say in
-/// detail. One in the process.
+/// cashier, and records what the client does. One in the process.
 class RealSide : private RestClient, private CurrentTime
 {
 public:
@@ -20,9 +19,6 @@ public:
     void begin(World& world);
     void perform(const Step& step);
     void end();
-
-    /// The first thing that must never be; empty when there was none.
-    [[nodiscard]] const QString& violation() const { return m_violation; }
 
 private:
     class Client;
@@ -47,12 +43,7 @@ private:
 
     void check(const Step& step);
     void recordResponse(const http::Response& response);
-    void recordVerdicts(const CheckMarkingCodesResult& result, const QList<MarkingCode>& requested);
-
-    void sawLine(const QString& text);
-    void sawAttempt(const QString& host, std::optional<qint64> deadline);
-    void lookAtSites() const;
-    void violated(const QString& what);
+    void recordVerdicts(const CheckMarkingCodesResult& result);
 
     World* m_world = nullptr;
     std::unique_ptr<Client> m_client;
@@ -67,18 +58,5 @@ private:
         bool isNew = false;
     };
     Setup m_set;
-
-    /// The check that is running: what it was given, and how far it has come.
-    struct Call
-    {
-        Headers headers;
-        std::optional<qint64> budget, limit, start;
-        qint64 attempts = 0;
-        qint64 wallAhead = 0;
-    };
-    Call m_call;
-    mutable std::vector<CdnInfo> m_listed;  ///< the sites in force, as they were at the last look
-    qsizetype m_updateBegan = 0;
-    std::pair<qsizetype, qsizetype> m_inForce;  ///< of all sites measured
-    QString m_violation;
+    Headers m_checkHeaders;  ///< of the check that is running
 };

@@ -56,14 +56,6 @@ constexpr qint64 Forever = std::numeric_limits<qint64>::max();
 
 }  // namespace
 
-void Coverage::count(const char* what, std::uint64_t more)
-{
-    const auto known = std::find_if(times.begin(), times.end(), [what](const auto& entry) {
-        return entry.first == nullptr || qstrcmp(entry.first, what) == 0;
-    });
-    *known = {what, known->second + more};
-}
-
 Rules::Rules(World& theWorld, Coverage& theCoverage)
     : world(theWorld)
     , coverage(theCoverage)
@@ -129,7 +121,7 @@ int Rules::updateInfo()
 {
     const int scripted = world.updateCall().n[Step::Outcome];
     const int status = scripted == 1 ? 2 : scripted == 2 ? 1 : runUpdate();
-    coverage.count(UpdateStatuses[status - 1]);
+    ++coverage[UpdateStatuses[status - 1]];
     return status;
 }
 
@@ -182,7 +174,7 @@ std::vector<int> Rules::siteList(int host, const QString& key)
     updateSucceeded = true;
     const Step& step = ask(World::Info, host, key, world.setting(1) * 1000LL);
     const Class status = classOf(Reply(step));
-    coverage.count(ListClasses[status]);
+    ++coverage[ListClasses[status]];
     if (status == Timeout || status == NetworkError) {
         incorrectToken[host] = false;
         updateSucceeded = false;
@@ -251,7 +243,7 @@ void Rules::search(int& status)
         }
         world.pause(100);
         if (world.trace.back().what != "pause"sv) {
-            coverage.count("somebody else's update ends");
+            ++coverage["somebody else's update ends"];
         }
     }
 }
@@ -264,7 +256,7 @@ Rules::Answer Rules::request(const Step& check)
     }
     const qint64 interval = world.setting(0) * 1'000'000'000LL;
     if (interval > 0 && world.monotonic() - lastRefresh < interval) {
-        coverage.count("search held back");
+        ++coverage["search held back"];
         return {.kind = kindWithoutSites(), .reply = nullptr, .url = {}};
     }
     search(status);
@@ -273,7 +265,7 @@ Rules::Answer Rules::request(const Step& check)
     }
     Answer answer;
     if (!requestStates.empty()) {
-        coverage.count("kept reply returned");
+        ++coverage["kept reply returned"];
         answer = {0, requestStates.begin()->second, urlOf(requestStates.begin()->first, World::Info), true};
         lastRefresh = world.monotonic();
     }
@@ -299,12 +291,12 @@ Rules::Answer Rules::walk(const Step& check, int status)
             ++i;
             continue;
         }
-        coverage.count(site.available ? "site in service" : "quarantine over");
+        ++coverage[site.available ? "site in service" : "quarantine over"];
         site.available = true;
         site.networkError = false;
         answer = post(check, site, total);
         const Class result = classOf(Reply(*answer.reply));
-        coverage.count(CheckClasses[result]);
+        ++coverage[CheckClasses[result]];
 
         switch (result) {
         case Ok:
@@ -353,10 +345,10 @@ Rules::Answer Rules::walk(const Step& check, int status)
             answer.kind = kindWithoutSites();
             return answer;
         }
-        coverage.count("walk restarted");
+        ++coverage["walk restarted"];
         i = 0;
     }
-    coverage.count("past the last site");
+    ++coverage["past the last site"];
     return answer;
 }
 
@@ -364,9 +356,9 @@ Rules::Answer Rules::post(const Step& check, const Site& site, qint64 total)
 {
     const std::optional<qint64> limit = limitInForce(check, Step::Limit);
     const qint64 own = limit ? world.monotonic() + *limit * 1'000'000 : Forever;
-    coverage.count(own == Forever && total == Forever ? "no limit"
-                   : total < own                      ? "cut by the budget"
-                                                      : "within the budget");
+    ++coverage[own == Forever && total == Forever ? "no limit"
+               : total < own                      ? "cut by the budget"
+                                                  : "within the budget"];
     QJsonArray codes;
     for (const int code : codesOf(check)) {
         codes.append(CodeTexts[code]);
@@ -391,7 +383,7 @@ void Rules::check(const Step& check)
         log(Info, "Проверка кодов маркировок: [%1]", readable.join(u", "_s));
     }
     const Answer answer = request(check);
-    coverage.count(ErrorKinds[answer.kind]);
+    ++coverage[ErrorKinds[answer.kind]];
     if (answer.reply == nullptr) {
         world.record("result", {answer.kind}, u"|"_s);
     } else {

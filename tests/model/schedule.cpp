@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <limits>
-#include <unordered_map>
+#include <random>
 
 using namespace Qt::StringLiterals;
 
@@ -102,27 +102,16 @@ QByteArray bodyOf(const Step& reply)
     }
 }
 
-/// A generator of its own: the standard's distributions differ between libraries.
-class Dice
+/// The generator itself: the standard's distributions differ between libraries.
+using Dice = std::mt19937_64;
+int below(Dice& dice, size_t n)
 {
-public:
-    explicit Dice(std::uint64_t seed)
-        : m_state(seed)
-    {
-    }
-    std::uint64_t next()
-    {
-        std::uint64_t z = (m_state += 0x9e3779b97f4a7c15);
-        z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
-        z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
-        return z ^ (z >> 31);
-    }
-    int below(int n) { return int(next() % std::uint64_t(n)); }
-    bool chance(int percent) { return below(100) < percent; }
-
-private:
-    std::uint64_t m_state;
-};
+    return int(dice() % n);
+}
+bool chance(Dice& dice, int percent)
+{
+    return below(dice, 100) < percent;
+}
 
 using Choice = std::vector<int>;
 Choice upTo(int last, Choice more = {})
@@ -179,10 +168,10 @@ Step randomStep(Step::Kind kind, Dice& dice, bool good = false)
     Step step{kind, {}};
     const std::vector<Choice>& choices = choicesOf(kind);
     for (size_t i = 0; i < choices.size() && !(good && i >= Step::Status); ++i) {
-        step.n[i] = choices[i][size_t(dice.below(int(choices[i].size())))];
+        step.n[i] = choices[i][size_t(below(dice, choices[i].size()))];
     }
     if (kind == Step::ListReply || kind == Step::CheckReply) {
-        step.n[Step::Content] |= dice.below(Digits + 1);
+        step.n[Step::Content] |= below(dice, Digits + 1);
     }
     return step;
 }
@@ -191,32 +180,33 @@ Step randomStep(Step::Kind kind, Dice& dice, bool good = false)
 
 Schedule randomSchedule(std::uint64_t seed, std::uint64_t run)
 {
-    Dice dice(Dice(seed).next() ^ Dice(run).next());
+    std::seed_seq numbers{seed, run};
+    Dice dice(numbers);
     Schedule schedule;
     const auto add = [&](Step::Kind kind, int times) {
-        const int bad = std::array{2, 25, 80}[size_t(dice.below(3))];  // the weather
+        const int bad = std::array{2, 25, 80}[size_t(below(dice, 3))];  // the weather
         for (; times > 0; --times) {
-            const bool again = !schedule.empty() && schedule.back().kind == kind && dice.chance(20);
+            const bool again = !schedule.empty() && schedule.back().kind == kind && chance(dice, 20);
             schedule.push_back(again ? schedule.back()
-                                     : randomStep(kind, dice, kind >= Step::ListReply && !dice.chance(bad)));
+                                     : randomStep(kind, dice, kind >= Step::ListReply && !chance(dice, bad)));
         }
     };
-    add(Step::Setting, dice.chance(40));
-    add(Step::AddHost, 1 + dice.below(5) / 2);
-    add(Step::AddKey, dice.chance(4) ? 0 : 1 + dice.below(4) / 2);
-    add(Step::Update, dice.chance(60));
-    add(Step::Mark, dice.chance(25) ? 1 + dice.below(3) : 0);
-    for (int i = 1 + dice.below(5); i > 0; --i) {
+    add(Step::Setting, chance(dice, 40));
+    add(Step::AddHost, 1 + below(dice, 5) / 2);
+    add(Step::AddKey, chance(dice, 4) ? 0 : 1 + below(dice, 4) / 2);
+    add(Step::Update, chance(dice, 60));
+    add(Step::Mark, chance(dice, 25) ? 1 + below(dice, 3) : 0);
+    for (int i = 1 + below(dice, 5); i > 0; --i) {
         static const Choice actions = {Step::Check,   Step::Check,    Step::Check, Step::Check,  Step::Check,
                                        Step::Check,   Step::Check,    Step::Check, Step::Check,  Step::Pass,
                                        Step::Pass,    Step::Pass,     Step::Mark,  Step::Update, Step::AddKey,
                                        Step::AddHost, Step::HostEvent};
-        add(Step::Kind(actions[size_t(dice.below(int(actions.size())))]), 1);
+        add(Step::Kind(actions[size_t(below(dice, actions.size()))]), 1);
     }
-    add(Step::UpdateCall, dice.chance(25) ? 1 + dice.below(4) : 0);
-    add(Step::ListReply, 1 + dice.below(7));
-    add(Step::ProbeReply, dice.below(4));
-    add(Step::CheckReply, 1 + dice.below(7));
+    add(Step::UpdateCall, chance(dice, 25) ? 1 + below(dice, 4) : 0);
+    add(Step::ListReply, 1 + below(dice, 7));
+    add(Step::ProbeReply, below(dice, 4));
+    add(Step::CheckReply, 1 + below(dice, 7));
     return schedule;
 }
 
@@ -280,20 +270,8 @@ Reply::Reply(const Step& step)
 
 http::Response responseOf(const Step& reply)
 {
-    // Bodies are parsed once, however often they are sent.
-    static std::unordered_map<std::uint64_t, http::Response> known;
-    std::uint64_t key = reply.kind;
-    for (const auto number : {Step::Content, Step::Code, Step::Description, Step::Form}) {
-        key = key << 14 | std::uint64_t(reply.n[number]);
-    }
-    if (known.size() > 20000) {
-        known.clear();
-    }
-    const auto [place, isNew] = known.try_emplace(key);
-    if (isNew) {
-        place->second.setBody(bodyOf(reply));
-    }
-    http::Response response = place->second;
+    http::Response response;
+    response.setBody(bodyOf(reply));
     const Reply said(reply);
     response.setStatus(said.status);
     response.setTimeout(said.timeout);

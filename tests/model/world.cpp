@@ -37,11 +37,9 @@ void World::pass(qint64 milliseconds, int wallStepSeconds)
 
 void World::passNanoseconds(qint64 nanoseconds, int wallStepSeconds)
 {
-    const qint64 before = wall();
     m_monotonic += nanoseconds;
     m_wallSteps += wallStepSeconds * 1000LL;
     clockSteps += wallStepSeconds != 0;
-    wallAhead += std::max<qint64>(0, wall() - before);
 }
 
 const Step& World::next(Step::Kind kind)

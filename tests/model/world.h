@@ -68,7 +68,6 @@ public:
     std::function<void()> otherUpdate;  ///< runs an update that is not a check's own
     std::uint64_t requests = 0;
     std::uint64_t clockSteps = 0;
-    qint64 wallAhead = 0;  ///< by how much the wall clock has gone forward in all, in ms
 
 private:
     const Step& next(Step::Kind kind);
