@@ -2,16 +2,6 @@
 
 #include <utility>
 
-namespace {
-
-QString lineOf(const Log4Qt::LogRecord& record)
-{
-    static const QStringList levels = {"trace", "debug", "info", "warn", "error", "fatal", "off"};
-    return levels.at(static_cast<int>(record.level)) + ' ' + record.text;
-}
-
-}  // namespace
-
 LogWatch::LogWatch()
 {
     Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = "/dev/null"});
@@ -26,22 +16,14 @@ LogWatch::~LogWatch()
     Log4Qt::LogManager::setWatcher({});
 }
 
-QStringList LogWatch::take()
+QStringList LogWatch::lines(bool named)
 {
+    static const QStringList levels = {"trace", "debug", "info", "warn", "error", "fatal", "off"};
     const std::lock_guard lock(m_mutex);
     QStringList lines;
     for (const auto& record : std::exchange(m_records, {})) {
-        lines.append(lineOf(record));
-    }
-    return lines;
-}
-
-QStringList LogWatch::takeNamed()
-{
-    const std::lock_guard lock(m_mutex);
-    QStringList lines;
-    for (const auto& record : std::exchange(m_records, {})) {
-        lines.append(record.logger + ": " + lineOf(record));
+        lines.append((named ? record.logger + ": " : QString()) + levels.at(static_cast<int>(record.level)) +
+                     ' ' + record.text);
     }
     return lines;
 }

@@ -17,11 +17,13 @@ public:
     LogWatch& operator=(const LogWatch&) = delete;
 
     /// The lines since the last call as "<level> <text>", in order.
-    [[nodiscard]] QStringList take();
+    [[nodiscard]] QStringList take() { return lines(false); }
     /// The lines with their loggers: "<logger>: <level> <text>".
-    [[nodiscard]] QStringList takeNamed();
+    [[nodiscard]] QStringList takeNamed() { return lines(true); }
 
 private:
+    QStringList lines(bool named);
+
     std::mutex m_mutex;
     QList<Log4Qt::LogRecord> m_records;
 };

@@ -3,12 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-std::atomic<int> created = 0;
-}
-
 ScriptedClient::ScriptedClient()
-    : m_number(++created)
 {
     MockFactory<RestClient>::mocked = this;
 }
@@ -31,73 +26,36 @@ std::vector<SentRequest> ScriptedClient::take()
     return std::exchange(m_sent, {});
 }
 
-ScriptedClient::PerThread& ScriptedClient::own() const
-{
-    static thread_local PerThread mine;
-    if (mine.owner != m_number) {
-        mine = {m_number, {}, {}};
-    }
-    return mine;
-}
-
-void ScriptedClient::setTimeout(int seconds)
-{
-    setTimeout(std::chrono::milliseconds(std::chrono::seconds(seconds)));
-}
-
 void ScriptedClient::setTimeout(std::chrono::milliseconds timeout)
 {
-    own().settings.timeout = timeout;
-    own().settings.deadline = QDeadlineTimer(QDeadlineTimer::Forever);
-}
-
-void ScriptedClient::setDeadline(const QDeadlineTimer& deadline)
-{
-    own().settings.timeout = {};
-    own().settings.deadline = deadline;
-}
-
-void ScriptedClient::setTargetAlias(const QString& alias)
-{
-    own().settings.alias = alias;
+    m_timeout.store(timeout, std::memory_order_relaxed);
 }
 
 void ScriptedClient::setLogger(const Log4Qt::Logger* logger)
 {
-    own().settings.logger = logger;
-    ++m_clientsSetUp;
+    m_logger.store(logger, std::memory_order_relaxed);
+    m_clientsSetUp.fetch_add(1, std::memory_order_relaxed);
 }
 
-http::Response ScriptedClient::get(const QUrl& url, const QJsonDocument& body,
-                                   const QHash<QString, QString>& headers)
+http::Response ScriptedClient::get(const QUrl& url, const QJsonDocument& body, const Headers& headers)
 {
     return exchange("GET", url, body, headers);
 }
 
-http::Response ScriptedClient::post(const QUrl& url, const QJsonDocument& body,
-                                    const QHash<QString, QString>& headers)
+http::Response ScriptedClient::post(const QUrl& url, const QJsonDocument& body, const Headers& headers)
 {
     return exchange("POST", url, body, headers);
 }
 
-http::Response ScriptedClient::lastResponse() const
+http::Response ScriptedClient::exchange(const char* method, const QUrl& url, const QJsonDocument& body,
+                                        const Headers& headers)
 {
-    return own().last;
-}
-
-int ScriptedClient::lastError() const
-{
-    return static_cast<int>(lastResponse().networkError());
-}
-
-http::Response ScriptedClient::exchange(const QString& method, const QUrl& url, const QJsonDocument& body,
-                                        const QHash<QString, QString>& headers)
-{
-    SentRequest request = own().settings;
-    request.method = method;
-    request.url = url;
-    request.headers = headers;
-    request.body = body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact);
+    const SentRequest request{method,
+                              url,
+                              headers,
+                              body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact),
+                              m_timeout.load(std::memory_order_relaxed),
+                              m_logger.load(std::memory_order_relaxed)};
     Answer answer;
     {
         const std::lock_guard lock(m_mutex);
@@ -105,7 +63,7 @@ http::Response ScriptedClient::exchange(const QString& method, const QUrl& url, 
         answer = answerTo(url);
     }
     http::Response response = answer(request);  // may take its time, or make requests of its own
-    own().last = response;
+    m_lastError.store(int(response.networkError()), std::memory_order_relaxed);
     return response;
 }
 
@@ -132,19 +90,17 @@ http::Response reply(int status, const QJsonObject& body)
     return response;
 }
 
-http::Response timedOut(int status)
+http::Response timedOut()
 {
     http::Response response;
-    response.setStatus(status);
     response.setTimeout(true);
     response.setNetworkError(http::NetworkError::Timeout);
     return response;
 }
 
-http::Response cutOff(int status)
+http::Response cutOff()
 {
     http::Response response;
-    response.setStatus(status);
     response.setNetworkError(true);
     response.setNetworkError(http::NetworkError::ConnectionRefused);
     return response;

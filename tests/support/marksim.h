@@ -31,7 +31,6 @@ public:
     [[nodiscard]] QStringList operatorUrls() const;
     [[nodiscard]] QString key() const { return m_ready["keys"].toArray().first().toString(); }
     [[nodiscard]] QJsonObject module(int number = 1) const;
-    [[nodiscard]] qint64 processId() const { return m_process->processId(); }
 
     /// How a server ("site-1") or a group ("sites") behaves from now on: one behaviour or an array of them;
     /// an empty array makes it behave normally.
