@@ -50,11 +50,9 @@ TEST_F(VerifyArguments, AreConvertedFromOtherTypes)
 {
     action.insert("refund", "true");
     action.insert("service", 1);
-    action.insert("productCode", qint64(4600439931256));
     action.insert("section", QByteArray("Motp МАРКИ"));
     EXPECT_TRUE(view.refund());
     EXPECT_EQ(view.service(), Verify::Crpt);
-    EXPECT_EQ(view.productCode(), "4600439931256");
     EXPECT_EQ(view.section(), "motp марки");
 }
 
@@ -74,40 +72,29 @@ TEST_F(VerifyArguments, AreStoredUnderTheirKeysAndTypes)
     EXPECT_FALSE(Verify(action, "").verifyResult().isSuccess());
 }
 
-/// A text of a view: where it is stored, how it is written and how it is read.
-template <class View>
-struct Text
-{
-    const char* key;
-    void (View::*write)(const QString&) const;
-    QString (View::*read)() const;
-};
-
+/// Writes a text by a view, and expects it under its key and by the view.
 template <class View, class Values>
-void expectStored(const View& view, const Values& values, const std::vector<Text<View>>& texts)
+void expectStored(const View& view, const Values& values, const char* key,
+                  void (View::*write)(const QString&) const, QString (View::*read)() const)
 {
-    for (const auto& [key, write, read] : texts) {
-        (view.*write)(QString("value of ") + key);
-        EXPECT_EQ(values.value(key).toString(), QString("value of ") + key);
-        EXPECT_EQ((view.*read)(), QString("value of ") + key);
-    }
+    (view.*write)(QString("value of ") + key);
+    EXPECT_EQ(values.value(key).toString(), QString("value of ") + key);
+    EXPECT_EQ((view.*read)(), QString("value of ") + key);
 }
 
-TEST(Texts, AreStoredUnderTheirKeysUnchanged)
+TEST_F(VerifyArguments, AreTextsUnderTheirKeysUnchanged)
 {
-    const Action action{control::EActionType::VerifyMarking};
-    expectStored<Verify>(Verify(action, ""), action,
-                         {{"productCode", &Verify::setProductCode, &Verify::productCode},
-                          {"packageCode", &Verify::setPackageCode, &Verify::packageCode},
-                          {"commitentTin", &Verify::setCommitentTin, &Verify::commitentTin},
-                          {"apiKey", &Verify::setApiKey, &Verify::apiKey}});
+    expectStored(view, action, "productCode", &Verify::setProductCode, &Verify::productCode);
+    expectStored(view, action, "packageCode", &Verify::setPackageCode, &Verify::packageCode);
+    expectStored(view, action, "commitentTin", &Verify::setCommitentTin, &Verify::commitentTin);
+    expectStored(view, action, "apiKey", &Verify::setApiKey, &Verify::apiKey);
+    using Init = InitVerifyService;
     const Event event{EActivityListener::InitVerifyService};
-    expectStored<InitVerifyService>(
-        InitVerifyService(event), event,
-        {{"address", &InitVerifyService::setAddress, &InitVerifyService::address},
-         {"login", &InitVerifyService::setLogin, &InitVerifyService::login},
-         {"password", &InitVerifyService::setPassword, &InitVerifyService::password},
-         {"owner", &InitVerifyService::setOwner, &InitVerifyService::owner}});
+    const Init init{event};
+    expectStored(init, event, "address", &Init::setAddress, &Init::address);
+    expectStored(init, event, "login", &Init::setLogin, &Init::login);
+    expectStored(init, event, "password", &Init::setPassword, &Init::password);
+    expectStored(init, event, "owner", &Init::setOwner, &Init::owner);
 }
 
 TEST_F(VerifyArguments, TakeTheServiceOfTheConstructorOnlyWhenThereIsNone)

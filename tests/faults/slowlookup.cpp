@@ -19,21 +19,6 @@ int successesLeft = 0;
 int hanging = 0;
 bool mayEnd = true;
 
-bool succeeds()
-{
-    const std::lock_guard lock(lookupMutex);
-    return successesLeft-- > 0;
-}
-
-void hang()
-{
-    std::unique_lock lock(lookupMutex);
-    ++hanging;
-    changed.wait_for(lock, LongWait, [] { return mayEnd; });
-    --hanging;
-    changed.notify_all();
-}
-
 }  // namespace
 
 SlowLookup::SlowLookup(int successes)
@@ -60,12 +45,16 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* na
     if (!asked.ends_with(".test")) {
         return next(name, service, hints, result);
     }
-    if (succeeds()) {
+    std::unique_lock lock(lookupMutex);
+    if (successesLeft-- > 0) {
         return next("127.0.0.1", service, hints, result);
     }
-    if (asked == "slow.test") {
-        hang();
-        return EAI_AGAIN;
+    if (asked == "unknown.test") {
+        return EAI_NONAME;
     }
-    return EAI_NONAME;
+    ++hanging;
+    changed.wait_for(lock, LongWait, [] { return mayEnd; });
+    --hanging;
+    changed.notify_all();
+    return EAI_AGAIN;
 }
