@@ -99,6 +99,19 @@ TEST_F(CrptClientTest, MayBeAskedByWhoeverReadsTheLog)
     EXPECT_GT(lines, 0);
 }
 
+TEST(Site, ComparesByTimeAndHostAlone)
+{
+    CdnInfo site, same, slower, other;
+    same.markAsUnavailable({}, true);
+    slower.responseTime = 1;
+    other.host = "other";
+    EXPECT_TRUE(site == same);
+    EXPECT_FALSE(site == slower);
+    EXPECT_FALSE(site == other);
+    EXPECT_TRUE(site < slower);
+    EXPECT_FALSE(site < other || other < site || slower < site);
+}
+
 TEST(Fitting, GrowsLinearly)
 {
     const auto work = [](int size) {

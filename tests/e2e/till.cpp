@@ -78,20 +78,6 @@ void Till::stop()
     m_loader.plugin()->deinit();
 }
 
-void Till::forget()
-{
-    (void)m_logWatch.take();
-    (void)m_noticeWatch.take();
-}
-
-QStringList Till::notices()
-{
-    for (const QString& notice : m_noticeWatch.take()) {
-        m_notices << notice.section('|', 0, 1);
-    }
-    return m_notices;
-}
-
 QStringList texts(const QList<MarkingCode>& codes)
 {
     QStringList result;

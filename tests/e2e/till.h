@@ -2,7 +2,6 @@
 
 #include "contracts/verify.h"
 #include "tests/doubles/logwatch.h"
-#include "tests/doubles/noticewatch.h"
 #include "tests/doubles/printers.h"
 #include "tests/doubles/settings.h"
 #include "tests/support/marksim.h"
@@ -35,22 +34,18 @@ public:
     /// Lets the plug-in end its work, before it is unloaded with the object.
     void stop();
 
-    /// The notices so far, "<id>|<text id>" each; "<id>|" withdraws.
-    [[nodiscard]] QStringList notices();
     /// The lines logged so far, "<level> <text>" each.
     [[nodiscard]] QStringList log() { return m_log += m_logWatch.take(); }
-    /// Drops what was logged and shown so far. Threads: any.
-    void forget();
+    /// Drops what was logged so far. Threads: any.
+    void forget() { (void)m_logWatch.take(); }
     [[nodiscard]] bool logged(const QString& line) { return log().contains(line); }
 
 private:
     const MarkSim& m_stand;
     Settings m_settings{{"MarkedGoods:markverifycrptservice", "crpt"}};
     LogWatch m_logWatch;
-    NoticeWatch m_noticeWatch;
     PluginLoader m_loader;
     bool m_stopped = false;
-    QStringList m_notices;
     QStringList m_log;
 };
 

@@ -67,6 +67,34 @@ TEST(Sale, LeavesNoCodeOfThePluginBehind)
     }
 }
 
+TEST(OfflineSale, FollowsABlackoutOrAnEmergencyButNotARefusal)
+{
+    const MarkSim stand;
+    const QJsonObject module = stand.module();
+    QStringList settings{"LMCHZ:enable=true"};
+    for (const char* key : {"url", "user", "password", "token"}) {
+        settings << QString("LMCHZ:") + key + '=' + module[key].toString();
+    }
+    Till till(stand, settings);
+    till.connectOperator();
+    EXPECT_TRUE(till.verify({goods::ExpiredKefir}).hasError(Result::Expired));
+    stand.behave("sites", R"({"method": "check", "status": 401})");
+    EXPECT_EQ(till.verify({goods::Milk}).status(), 401);
+    EXPECT_TRUE(stand.requests("module-1").isEmpty());
+
+    for (const char* trouble : {R"({"method": "check", "status": 203})", R"({"connect": "refuse"})"}) {
+        stand.forgetRequests();
+        stand.behave("sites", trouble);
+        const Result result = till.verify({goods::Milk, goods::Water});
+        EXPECT_EQ(result.errorKind(), http::ErrorKind::None);
+        EXPECT_EQ(result.status(), 0) << "the reply part of an offline result is empty";
+        EXPECT_EQ(result.passedCodes.size(), 2);
+        EXPECT_EQ(result.requestInfos.size(), 2);
+        EXPECT_EQ(stand.requests("module-1", "outCheck").size(), 1);
+        EXPECT_TRUE(till.logged("info Проверка в режиме офлайн"));
+    }
+}
+
 TEST(SaleInTrouble, EndsAsTheTroubleDemands)
 {
     struct Trouble
