@@ -18,13 +18,22 @@ namespace {
 struct Loggers
 {
     std::mutex mutex;
-    spdlog::level::level_enum level = LogOutput::spdlogLevel(LogSettings{}.level);
+    spdlog::level::level_enum written = LogOutput::spdlogLevel(LogSettings{}.level);
+    spdlog::level::level_enum watched = spdlog::level::off;
     struct Entry
     {
         std::shared_ptr<spdlog::logger> sink;
         std::unique_ptr<Logger> logger;
     };
     std::map<QString, Entry> byName;
+
+    [[nodiscard]] spdlog::level::level_enum level() const { return std::min(written, watched); }
+    void applyLevel()
+    {
+        for (auto& [name, entry] : byName) {
+            entry.sink->set_level(level());
+        }
+    }
 };
 
 Loggers& loggers()
@@ -47,7 +56,7 @@ Logger* LogManager::logger(const QString& name)
     const QString owned(name.constData(), name.size());
     Loggers::Entry& entry = all.byName[owned];
     entry.sink = LogOutput::instance().createLogger(owned);
-    entry.sink->set_level(all.level);
+    entry.sink->set_level(all.level());
     entry.logger = std::make_unique<Logger>(owned, entry.sink);
     return entry.logger.get();
 }
@@ -64,10 +73,8 @@ bool LogManager::configure(const LogSettings& settings, QString* error)
     if (!LogOutput::instance().configure(settings, error)) {
         return false;
     }
-    all.level = LogOutput::spdlogLevel(settings.level);
-    for (auto& [name, entry] : all.byName) {
-        entry.sink->set_level(all.level);
-    }
+    all.written = LogOutput::spdlogLevel(settings.level);
+    all.applyLevel();
     return true;
 }
 
@@ -76,9 +83,15 @@ void LogManager::addSecret(const QString& secret)
     LogOutput::instance().addSecret(secret);
 }
 
-void LogManager::setWatcher(std::function<void(const LogRecord&)> watcher)
+void LogManager::setWatcher(std::function<void(const LogRecord&)> watcher, Level from)
 {
-    LogOutput::instance().setWatcher(std::move(watcher));
+    {
+        Loggers& all = loggers();
+        const std::lock_guard lock(all.mutex);
+        all.watched = LogOutput::spdlogLevel(watcher ? from : Level::Off);
+        all.applyLevel();
+    }
+    LogOutput::instance().watcher().set(std::move(watcher));
 }
 
 bool LogManager::levelFromName(const QString& name, Level* level)

@@ -51,13 +51,14 @@ public:
     /// 256 secrets the oldest are forgotten.
     static void addSecret(const QString& secret);
 
-    /// Calls `watcher` for every line that passes the level, in the thread that logs it. One watcher at a
-    /// time; an empty function removes it. After the call returns, an earlier watcher is neither running nor
-    /// called any more (unless it made the call itself).
+    /// Calls `watcher` for every line that passes the level, in the thread that logs it, and for lines from
+    /// `from` on that are not written because they do not pass it. One watcher at a time; an empty function
+    /// removes it. After the call returns, an earlier watcher is neither running nor called any more (unless
+    /// it made the call itself).
     ///
     /// Calls of the watcher do not overlap, so it must not wait for another thread that logs. It may log; it
     /// is not called for its own lines. What it throws is dropped.
-    static void setWatcher(std::function<void(const LogRecord&)> watcher);
+    static void setWatcher(std::function<void(const LogRecord&)> watcher, Level from = Level::Off);
 
     /// The level named by `name` ("trace", "debug", "info", "warn" or "warning", "error", "fatal", "off", in
     /// any letter case) in `level`; false for any other name, `level` then stays.

@@ -1,9 +1,6 @@
 #include <log4qt/logoutput.h>
 
-#include <utility>
-
 #include <QFile>
-#include <QScopeGuard>
 
 #include <log4qt/switchsink.h>
 #include <spdlog/logger.h>
@@ -39,6 +36,7 @@ LogOutput& LogOutput::instance()
 LogOutput::LogOutput()
     : m_sink(std::make_shared<SwitchSink>(openSink({})))
 {
+    m_sink->set_level(spdlogLevel(LogSettings{}.level));
 }
 
 spdlog::level::level_enum LogOutput::spdlogLevel(Level level)
@@ -76,6 +74,8 @@ bool LogOutput::configure(const LogSettings& settings, QString* error)
 {
     try {
         m_sink->switchTo(openSink(settings));
+        // Loggers may let more through, for the watcher alone.
+        m_sink->set_level(spdlogLevel(settings.level));
         m_showSecrets = settings.secrets;
         return true;
     } catch (const spdlog::spdlog_ex& e) {
@@ -87,15 +87,6 @@ bool LogOutput::configure(const LogSettings& settings, QString* error)
     }
 }
 
-void LogOutput::setWatcher(std::function<void(const LogRecord&)> watcher)
-{
-    using Watcher = std::function<void(const LogRecord&)>;
-    auto next = watcher ? std::make_shared<const Watcher>(std::move(watcher)) : nullptr;
-    const std::lock_guard lock(m_watcherMutex);
-    m_watched = next != nullptr;
-    m_watcher.swap(next);
-}
-
 void LogOutput::write(spdlog::logger& logger, Level level, const QString& name, const QString& text) noexcept
 {
     try {
@@ -103,25 +94,13 @@ void LogOutput::write(spdlog::logger& logger, Level level, const QString& name, 
         const QByteArray line = shown.toUtf8();
         logger.log(spdlog::source_loc{}, spdlogLevel(level),
                    spdlog::string_view_t(line.constData(), size_t(line.size())));
-        if (m_watched) {
+        if (m_watcher.isSet()) {
             // A copy of the characters: watchers keep records, and a literal may lie in a library that is
             // unloaded before them.
-            watch({level, name, QString(shown.constData(), shown.size())});
+            m_watcher.tell({level, name, QString(shown.constData(), shown.size())});
         }
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging must never be what fails
     }
-}
-
-void LogOutput::watch(const LogRecord& record)
-{
-    const std::lock_guard lock(m_watcherMutex);
-    if (m_watcher == nullptr || m_watcherRuns) {
-        return;
-    }
-    const auto watcher = m_watcher;  // it may replace itself
-    m_watcherRuns = true;
-    const auto finished = qScopeGuard([this] { m_watcherRuns = false; });
-    (*watcher)(record);
 }
 
 }  // namespace Log4Qt

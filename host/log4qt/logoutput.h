@@ -1,15 +1,14 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
-#include <mutex>
 
 #include <QString>
 
 #include <log4qt/logmanager.h>
 #include <log4qt/secretmask.h>
 #include <spdlog/common.h>
+#include <utils/observerslot.h>
 
 namespace spdlog {
 class logger;
@@ -40,7 +39,7 @@ public:
     bool configure(const LogSettings& settings, QString* error);
 
     void addSecret(const QString& secret) { m_mask.add(secret); }
-    void setWatcher(std::function<void(const LogRecord&)> watcher);
+    [[nodiscard]] ObserverSlot<LogRecord>& watcher() { return m_watcher; }
 
     /// Masks `text` and hands it to the sink behind `logger` and to the watcher. Never throws.
     void write(spdlog::logger& logger, Level level, const QString& name, const QString& text) noexcept;
@@ -49,18 +48,10 @@ private:
     LogOutput();
     ~LogOutput() = default;
 
-    void watch(const LogRecord& record);
-
     SecretMask m_mask;
     std::atomic<bool> m_showSecrets = false;
     std::shared_ptr<SwitchSink> m_sink;
-
-    std::atomic<bool> m_watched = false;
-    /// Held while the watcher runs, so that removing it waits for its last call; recursive, so that a watcher
-    /// may log or remove itself.
-    std::recursive_mutex m_watcherMutex;
-    std::shared_ptr<const std::function<void(const LogRecord&)>> m_watcher;
-    bool m_watcherRuns = false;
+    ObserverSlot<LogRecord> m_watcher;
 };
 
 }  // namespace Log4Qt
