@@ -20,25 +20,30 @@ bool isOfCodes(char character)
     return character == '\x1d' || (character >= ' ' && character <= '~');
 }
 
+QString unescaped(const QByteArray& bytes)
+{
+    QString text = QString::fromLatin1(bytes);
+    static const QRegularExpression gs(QStringLiteral(R"(\\x1[dD]|\\u001[dD]|<GS>)"));
+    return text.replace(gs, QStringLiteral("\x1d"));
+}
+
 MarkingCode readCode(const QByteArray& bytes, const QString& where)
 {
-    if (!std::all_of(bytes.begin(), bytes.end(), isOfCodes)) {
+    const ParsedCode parsed = parseCode(bytes);
+    switch (parsed.fault) {
+    case CodeFault::Characters:
         refuse(
             QStringLiteral("%1: the code holds characters that no marking code has; give it as it is printed")
                 .arg(where));
-    }
-    QString text = QString::fromLatin1(bytes);
-    static const QRegularExpression gs(QStringLiteral(R"(\\x1[dD]|\\u001[dD]|<GS>)"));
-    text.replace(gs, QStringLiteral("\x1d"));
-    if (text.size() > longestCode) {
+    case CodeFault::TooLong:
         refuse(QStringLiteral("%1: the code has %2 characters; %3 are allowed")
-                   .arg(where, QString::number(text.size()), QString::number(longestCode)));
-    }
-    MarkingCode code(text);
-    if (code.isEmpty()) {
+                   .arg(where, QString::number(unescaped(bytes).size()), QString::number(longestCode)));
+    case CodeFault::Empty:
         refuse(QStringLiteral("%1: the code is empty; give a code or leave it out").arg(where));
+    case CodeFault::None:
+        break;
     }
-    return code;
+    return parsed.code;
 }
 
 QByteArray contentOf(const QString& name)
@@ -59,6 +64,19 @@ QByteArray contentOf(const QString& name)
 }
 
 }  // namespace
+
+ParsedCode parseCode(const QByteArray& bytes)
+{
+    if (!std::all_of(bytes.begin(), bytes.end(), isOfCodes)) {
+        return {{}, CodeFault::Characters};
+    }
+    const QString text = unescaped(bytes);
+    if (text.size() > longestCode) {
+        return {{}, CodeFault::TooLong};
+    }
+    const MarkingCode code(text);
+    return {code, code.isEmpty() ? CodeFault::Empty : CodeFault::None};
+}
 
 QList<MarkingCode> codesOfLines(const QByteArray& content, const QString& name)
 {

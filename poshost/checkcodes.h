@@ -11,9 +11,21 @@ namespace poshost {
 /// Most characters that a code may have.
 inline constexpr qsizetype longestCode = 4096;
 
+/// What is wrong with the text of a code.
+enum class CodeFault { None, Characters, TooLong, Empty };
+
+struct ParsedCode
+{
+    MarkingCode code;  ///< empty when there is a fault
+    CodeFault fault = CodeFault::None;
+};
+
+/// The code that `bytes` spell. `\x1d`, `\u001d`, `<GS>` and the character itself mean GS; else a code holds
+/// printable ASCII only.
+[[nodiscard]] ParsedCode parseCode(const QByteArray& bytes);
+
 /// The codes to check: those typed on the command line, then those of `file` ("-": standard input; empty:
-/// none), one a line. `\x1d`, `\u001d`, `<GS>` and the character itself mean GS.
-///
+/// none), one a line.
 /// Throws Failure, naming argument or file and line, for a code that is empty, too long or holds other
 /// characters than GS and printable ASCII, for a blank line or a carriage return in the file, and for a file
 /// that cannot be read.

@@ -32,7 +32,9 @@ struct Raw
 constexpr const char* footer =
     "Exit status of verify: 0 every code passed, 1 some code did not, 2 the command line or the\n"
     "configuration is wrong, 3 the plug-in is idle or did not take the action, 4 standard output could\n"
-    "not be written, 128 plus the number of a signal that ended it.";
+    "not be written, 128 plus the number of a signal that ended it. cashier: 0 at \"quit\" or the end of "
+    "the\n"
+    "input when no code stands refused and every line could be read, 1 otherwise; the others as for verify.";
 
 std::string emptyProblem(const std::string& text)
 {
@@ -61,27 +63,44 @@ void addGlobalOptions(CLI::App& app, Options& options, Raw& raw)
     addText(app, "--log-level", raw.logLevel, "LEVEL", "trace, debug, info, warn, error, fatal or off");
 }
 
-void addVerify(CLI::App& app, Options& options, Raw& raw)
+/// Options of the commands that check codes.
+void addCheckOptions(CLI::App& command, Options& options, Raw& raw)
 {
     const CLI::Range seconds(0, int(longestTimeout.count()));
+    addText(command, "--section", raw.section, "S", "Settings section that the check belongs to");
+    addText(command, "--api-key", raw.apiKey, "K", "Key that the check is made with");
+    addText(command, "--service", raw.service, "NAME", "Verification service: crpt, turon or esm");
+    command.add_option("--request-timeout", raw.requestTimeout, "Limit of one request, seconds")
+        ->type_name("SEC")
+        ->check(seconds);
+    command.add_option("--operation-timeout", raw.operationTimeout, "Limit of the whole check, seconds")
+        ->type_name("SEC")
+        ->check(seconds);
+    command.add_flag("--refund", options.refund, "The goods are taken back, not sold");
+}
+
+void addVerify(CLI::App& app, Options& options, Raw& raw)
+{
     CLI::App* verify = app.add_subcommand("verify", "Check marking codes as a till does");
     verify->add_flag("--json", options.json, "Print one JSON object instead of a table");
-    addText(*verify, "--section", raw.section, "S", "Settings section that the check belongs to");
-    addText(*verify, "--api-key", raw.apiKey, "K", "Key that the check is made with");
-    addText(*verify, "--service", raw.service, "NAME", "Verification service: crpt, turon or esm");
-    verify->add_option("--request-timeout", raw.requestTimeout, "Limit of one request, seconds")
-        ->type_name("SEC")
-        ->check(seconds);
-    verify->add_option("--operation-timeout", raw.operationTimeout, "Limit of the whole check, seconds")
-        ->type_name("SEC")
-        ->check(seconds);
-    verify->add_flag("--refund", options.refund, "The goods are taken back, not sold");
+    verify->add_flag(
+        "--explain", options.explain,
+        "Tell how the check went: sites, answers, what was done about them, where the time went");
+    addCheckOptions(*verify, options, raw);
     addText(*verify, "--codes-file", raw.codesFile, "FILE", "Codes, one a line; \"-\" is standard input");
     verify
         ->add_option("CODE", raw.codes,
                      R"(Marking codes; \x1d, \u001d, <GS> and the character itself mean GS)")
         ->type_name("");
     verify->callback([&options] { options.command = Command::Verify; });
+}
+
+void addCashier(CLI::App& app, Options& options, Raw& raw)
+{
+    CLI::App* cashier =
+        app.add_subcommand("cashier", "Check codes one by one as a scanner types them on standard input");
+    addCheckOptions(*cashier, options, raw);
+    cashier->callback([&options] { options.command = Command::Cashier; });
 }
 
 void addOthers(CLI::App& app, Options& options)
@@ -175,6 +194,7 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv)
     app.fallthrough();
     addGlobalOptions(app, options, raw);
     addVerify(app, options, raw);
+    addCashier(app, options, raw);
     addOthers(app, options);
     const Arguments all(argv + 1, argv + argc);
     const auto end = std::find(all.begin(), all.end(), "--");

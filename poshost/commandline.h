@@ -9,7 +9,7 @@
 
 namespace poshost {
 
-enum class Command { Verify, Ping, Event, Scenarios, Doctor };
+enum class Command { Verify, Cashier, Ping, Event, Scenarios, Doctor };
 
 /// What the command line asks for. Texts that were not given are empty.
 struct Options
@@ -22,6 +22,7 @@ struct Options
     QString logLevel;
 
     bool json = false;
+    bool explain = false;
     QString section;
     QString apiKey;
     QString service;

@@ -6,11 +6,13 @@
 
 #include <QFile>
 
+#include "poshost/cashier.h"
 #include "poshost/checkcodes.h"
 #include "poshost/doctoring.h"
 #include "poshost/doctorjson.h"
 #include "poshost/doctortext.h"
 #include "poshost/exitstatus.h"
+#include "poshost/explanationtext.h"
 #include "poshost/failure.h"
 #include "poshost/output.h"
 #include "poshost/pinging.h"
@@ -72,7 +74,7 @@ int runVerify(const Options& options)
         warnOfMissingSettings(till.settings());
         const ProgressLine progress;
         startOnlineServices(till);
-        verification = verify(codes, till.settings(), options.refund);
+        verification = verify(codes, till.settings(), options.refund, options.explain);
         till.signals().throwIfReceived();
     }
     verification.notifications = till.notifications().all();
@@ -80,12 +82,24 @@ int runVerify(const Options& options)
         printOut(toJson(verification));
     } else if (verification.isServed()) {
         printOut(toTable(verification, {showsColours(STDOUT_FILENO), terminalWidth(STDOUT_FILENO)}));
+        printOut(explanationText(verification));
     }
     if (verification.triggerResult && !verification.isServed()) {
         printNote(QStringLiteral("the plug-in does not serve \"%1\"; use --service crpt")
                       .arg(till.settings().service));
     }
     return verification.exitStatus();
+}
+
+int runCashier(const Options& options)
+{
+    Till till(options, Log4Qt::Level::Off);
+    if (!till.start()) {
+        return exitstatus::NotServed;
+    }
+    warnOfMissingSettings(till.settings());
+    startOnlineServices(till);
+    return Cashier(till, options.refund ? Deal::Refund : Deal::Sale).run();
 }
 
 int runPing(const Options& options)
@@ -158,6 +172,8 @@ int run(const Options& options)
     switch (options.command) {
     case Command::Verify:
         return runVerify(options);
+    case Command::Cashier:
+        return runCashier(options);
     case Command::Ping:
         return runPing(options);
     case Command::Event:

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 
+#include "poshost/filedescriptor.h"
 #include <orvex/baseactivitylistener.h>
 
 namespace poshost {
@@ -32,9 +33,14 @@ public:
     /// In the order in which they were sent.
     [[nodiscard]] QList<Notification> all() const;
 
+    /// Readable once one has come since clearArrived(); for poll().
+    [[nodiscard]] int arrivedFd() const { return m_arrived.get(); }
+    void clearArrived() const;
+
 private:
     mutable std::mutex m_mutex;
     QList<Notification> m_all;
+    const FileDescriptor m_arrived;
 };
 
 }  // namespace poshost

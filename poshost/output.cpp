@@ -32,7 +32,12 @@ int writeAll(int fd, const QByteArray& bytes)
 
 void printOut(const QString& text)
 {
-    if (const int error = writeAll(STDOUT_FILENO, text.toUtf8()); error != 0) {
+    printOut(text.toUtf8());
+}
+
+void printOut(const QByteArray& bytes)
+{
+    if (const int error = writeAll(STDOUT_FILENO, bytes); error != 0) {
         throw Failure(exitstatus::OutputFailed,
                       QStringLiteral("standard output: %1: the result is lost, write it somewhere else")
                           .arg(systemError(error)));

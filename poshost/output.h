@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 namespace poshost {
@@ -7,6 +8,8 @@ namespace poshost {
 /// Writes `text` to standard output in UTF-8, whole. Throws Failure (exitstatus::OutputFailed) when that is
 /// impossible: a full disk, a reader that has gone.
 void printOut(const QString& text);
+/// The same with bytes that are UTF-8 already.
+void printOut(const QByteArray& bytes);
 
 /// Writes "poshost: <line>" to standard error; a failure to do so is nobody's to hear.
 void printNote(const QString& line);

@@ -14,6 +14,7 @@
 
 #include "poshost/failure.h"
 #include "poshost/output.h"
+#include "poshost/rawterminal.h"
 
 namespace poshost {
 
@@ -92,6 +93,7 @@ void SignalWatch::watch()
 
 void SignalWatch::forceEnd(int signal) const
 {
+    RawTerminal::restore();
     printNote(QStringLiteral("ended before the plug-in was done"));
     ::_exit(128 + signal);
 }

@@ -10,26 +10,38 @@ struct Entry
 {
     CheckMarkingCodesResult::EStatus status;
     const char* name;
-    const char* words;
+    const char* words;       ///< for people who know the system
+    const char* forCashier;  ///< plainly, with what to do where something can be done
 };
 
 constexpr std::array entries = {
-    Entry{CheckMarkingCodesResult::NotInReply, "NotInReply", "в ответе ничего не сказано о коде"},
-    Entry{CheckMarkingCodesResult::Unreachable, "Unreachable", "сервер проверки недоступен"},
-    Entry{CheckMarkingCodesResult::NotValid, "NotValid", "неверная структура кода"},
-    Entry{CheckMarkingCodesResult::NotVerified, "NotVerified", "криптоподпись не подтверждена"},
-    Entry{CheckMarkingCodesResult::Expired, "Expired", "истёк срок годности"},
+    Entry{CheckMarkingCodesResult::NotInReply, "NotInReply", "в ответе ничего не сказано о коде",
+          "сервер не ответил про этот код: отсканируйте ещё раз"},
+    Entry{CheckMarkingCodesResult::Unreachable, "Unreachable", "сервер проверки недоступен",
+          "нет связи с сервером проверки: повторите позже"},
+    Entry{CheckMarkingCodesResult::NotValid, "NotValid", "неверная структура кода",
+          "код повреждён или считан неверно: отсканируйте ещё раз"},
+    Entry{CheckMarkingCodesResult::NotVerified, "NotVerified", "криптоподпись не подтверждена",
+          "код не настоящий: его подпись не подтверждена"},
+    Entry{CheckMarkingCodesResult::Expired, "Expired", "истёк срок годности", "срок годности истёк"},
     Entry{CheckMarkingCodesResult::GrayZoneNotRealizable, "GrayZoneNotRealizable",
-          "серая зона, продажа не разрешена"},
-    Entry{CheckMarkingCodesResult::Sold, "Sold", "уже продан"},
-    Entry{CheckMarkingCodesResult::NotUtilised, "NotUtilised", "код не нанесён на товар"},
-    Entry{CheckMarkingCodesResult::NotRealizable, "NotRealizable", "не введён в оборот"},
-    Entry{CheckMarkingCodesResult::NotFound, "NotFound", "код не найден"},
-    Entry{CheckMarkingCodesResult::Blocked, "Blocked", "продажа заблокирована"},
-    Entry{CheckMarkingCodesResult::NotOwner, "NotOwner", "товар числится за другим владельцем"},
-    Entry{CheckMarkingCodesResult::GreyGtin, "GreyGtin", "GTIN в сером списке"},
-    Entry{CheckMarkingCodesResult::ZeroWeight, "ZeroWeight", "нулевой вес"},
-    Entry{CheckMarkingCodesResult::NotTracking, "NotTracking", "товар не отслеживается"},
+          "серая зона, продажа не разрешена", "товар с неполными данными, продавать его не разрешено"},
+    Entry{CheckMarkingCodesResult::Sold, "Sold", "уже продан", "этот товар уже продан"},
+    Entry{CheckMarkingCodesResult::NotUtilised, "NotUtilised", "код не нанесён на товар",
+          "производитель не сообщил, что код нанесён на товар"},
+    Entry{CheckMarkingCodesResult::NotRealizable, "NotRealizable", "не введён в оборот",
+          "товар не введён в оборот"},
+    Entry{CheckMarkingCodesResult::NotFound, "NotFound", "код не найден",
+          "такого кода в системе маркировки нет"},
+    Entry{CheckMarkingCodesResult::Blocked, "Blocked", "продажа заблокирована",
+          "продажа этого товара запрещена"},
+    Entry{CheckMarkingCodesResult::NotOwner, "NotOwner", "товар числится за другим владельцем",
+          "товар числится за другой организацией"},
+    Entry{CheckMarkingCodesResult::GreyGtin, "GreyGtin", "GTIN в сером списке", "товар в сером списке"},
+    Entry{CheckMarkingCodesResult::ZeroWeight, "ZeroWeight", "нулевой вес",
+          "вес товара в системе маркировки равен нулю"},
+    Entry{CheckMarkingCodesResult::NotTracking, "NotTracking", "товар не отслеживается",
+          "товар не отслеживается системой маркировки"},
 };
 
 QStringList textsOf(CheckMarkingCodesResult::Status status, const char* Entry::*text)
@@ -53,6 +65,24 @@ QStringList statusNames(CheckMarkingCodesResult::Status status)
 QStringList statusWords(CheckMarkingCodesResult::Status status)
 {
     return textsOf(status, &Entry::words);
+}
+
+QStringList cashierWords(CheckMarkingCodesResult::Status status)
+{
+    return textsOf(status, &Entry::forCashier);
+}
+
+QJsonValue sourceName(Source source)
+{
+    switch (source) {
+    case Source::Online:
+        return QStringLiteral("online");
+    case Source::Offline:
+        return QStringLiteral("offline");
+    case Source::Nowhere:
+        break;
+    }
+    return {};
 }
 
 QString errorKindWords(http::ErrorKind kind)

@@ -52,7 +52,8 @@ int Verification::exitStatus() const
     return allPassed ? exitstatus::Good : exitstatus::Bad;
 }
 
-Verification verify(const QList<MarkingCode>& codes, const HostSettings& settings, bool refund)
+Verification verify(const QList<MarkingCode>& codes, const HostSettings& settings, bool refund,
+                    bool explained)
 {
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, settings.service);
@@ -65,10 +66,18 @@ Verification verify(const QList<MarkingCode>& codes, const HostSettings& setting
 
     Verification verification;
     verification.codes = codes;
+    std::optional<CheckTrace> trace;
+    if (explained) {
+        trace.emplace();
+    }
     QElapsedTimer timer;
     timer.start();
     const QList<EContext::Result> answers = Singleton<ActionDispatcher>::instance()->perform(action);
     verification.elapsed = std::chrono::milliseconds(timer.elapsed());
+    if (trace) {
+        verification.explanation =
+            explain(trace->entries(), trace->begin(), std::chrono::steady_clock::now());
+    }
     if (!answers.isEmpty()) {
         // Whoever took the action speaks for all.
         verification.triggerResult = *std::min_element(answers.begin(), answers.end());

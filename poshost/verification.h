@@ -5,6 +5,7 @@
 
 #include <QList>
 
+#include "poshost/explanation.h"
 #include "poshost/hostsettings.h"
 #include "poshost/notificationlog.h"
 #include "poshost/session.h"
@@ -28,6 +29,7 @@ struct Verification
     CheckMarkingCodesResult result;
     QList<Notification> notifications;
     std::chrono::milliseconds elapsed{0};
+    std::optional<Explanation> explanation;  ///< where it was asked for
 
     /// The plug-in has taken the action.
     [[nodiscard]] bool isServed() const;
@@ -39,7 +41,8 @@ struct Verification
     [[nodiscard]] int exitStatus() const;
 };
 
-/// Has the session's plug-in check the codes.
-[[nodiscard]] Verification verify(const QList<MarkingCode>& codes, const HostSettings& settings, bool refund);
+/// Has the session's plug-in check the codes. With `explained` it takes down how that goes.
+[[nodiscard]] Verification verify(const QList<MarkingCode>& codes, const HostSettings& settings, bool refund,
+                                  bool explained = false);
 
 }  // namespace poshost

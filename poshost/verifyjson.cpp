@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "poshost/explanationtext.h"
 #include "poshost/statustext.h"
 
 namespace poshost {
@@ -64,19 +65,6 @@ QJsonObject describeMrp(const Result::MrpInfo& mrp)
     return {{QStringLiteral("groupId"), mrp.groupId}, {QStringLiteral("mrp"), mrp.mrp}};
 }
 
-QJsonValue sourceName(Source source)
-{
-    switch (source) {
-    case Source::Online:
-        return QStringLiteral("online");
-    case Source::Offline:
-        return QStringLiteral("offline");
-    case Source::Nowhere:
-        break;
-    }
-    return {};
-}
-
 QJsonArray passedCodes(const QList<MarkingCode>& codes)
 {
     QJsonArray array;
@@ -101,7 +89,7 @@ QJsonArray notifications(const QList<Notification>& sent)
 QString toJson(const Verification& verification)
 {
     const Result& result = verification.result;
-    const QJsonObject object = {
+    QJsonObject object = {
         {QStringLiteral("triggerResult"),
          verification.triggerResult ? QJsonValue(*verification.triggerResult) : QJsonValue()},
         {QStringLiteral("source"), sourceName(verification.source())},
@@ -119,6 +107,9 @@ QString toJson(const Verification& verification)
         {QStringLiteral("notifications"), notifications(verification.notifications)},
         {QStringLiteral("elapsedMs"), qint64(verification.elapsed.count())},
     };
+    if (verification.explanation) {
+        object.insert(QStringLiteral("explain"), explanationJson(verification));
+    }
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)) + u'\n';
 }
 

@@ -55,12 +55,6 @@ QString inColour(const QString& text, const QString& colour, const TableStyle& s
     return style.colours ? colour + text + QLatin1String("\x1b[0m") : text;
 }
 
-/// The operator's text cannot break the table: no control characters, no line ends.
-QString oneLine(const QString& text)
-{
-    return MarkingCode(text.simplified()).toReadable();
-}
-
 QString reasons(const Result::CodeStatus& failed)
 {
     QStringList parts = statusWords(failed.status);
@@ -71,25 +65,6 @@ QString reasons(const Result::CodeStatus& failed)
         parts.append(QStringLiteral("код ошибки %1").arg(failed.errorCode));
     }
     return parts.isEmpty() ? QStringLiteral("причина не названа") : parts.join(QLatin1String("; "));
-}
-
-QString sideData(const Result& result, const MarkingCode& code)
-{
-    QStringList parts;
-    if (const auto date = result.expireDates.constFind(code); date != result.expireDates.constEnd()) {
-        parts.append(date->isValid()
-                         ? QStringLiteral("годен до %1")
-                               .arg(date->toLocalTime().toString(QStringLiteral("dd.MM.yyyy HH:mm")))
-                         : QStringLiteral("срок годности не указан"));
-    }
-    if (const auto weight = result.productWeights.constFind(code);
-        weight != result.productWeights.constEnd()) {
-        parts.append(QStringLiteral("вес %1").arg(*weight));
-    }
-    if (const auto mrp = result.mrps.constFind(code); mrp != result.mrps.constEnd()) {
-        parts.append(QStringLiteral("МРЦ %1 (группа %2)").arg(mrp->mrp).arg(mrp->groupId));
-    }
-    return parts.join(QLatin1String(", "));
 }
 
 QList<Row> makeRows(const Verification& verification)
@@ -203,6 +178,30 @@ QString notices(const QList<Notification>& notifications)
 }
 
 }  // namespace
+
+QString oneLine(const QString& text)
+{
+    return MarkingCode(text.simplified()).toReadable();
+}
+
+QString sideData(const Result& result, const MarkingCode& code)
+{
+    QStringList parts;
+    if (const auto date = result.expireDates.constFind(code); date != result.expireDates.constEnd()) {
+        parts.append(date->isValid()
+                         ? QStringLiteral("годен до %1")
+                               .arg(date->toLocalTime().toString(QStringLiteral("dd.MM.yyyy HH:mm")))
+                         : QStringLiteral("срок годности не указан"));
+    }
+    if (const auto weight = result.productWeights.constFind(code);
+        weight != result.productWeights.constEnd()) {
+        parts.append(QStringLiteral("вес %1").arg(*weight));
+    }
+    if (const auto mrp = result.mrps.constFind(code); mrp != result.mrps.constEnd()) {
+        parts.append(QStringLiteral("МРЦ %1 (группа %2)").arg(mrp->mrp).arg(mrp->groupId));
+    }
+    return parts.join(QLatin1String(", "));
+}
 
 QString toTable(const Verification& verification, const TableStyle& style)
 {

@@ -1,0 +1,247 @@
+#include <csignal>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+#include "tests/poshost/poshostrun.h"
+#include "tests/support/printers.h"
+
+namespace {
+
+const QByteArray milk = "0104607026010011215rhTuv\x1d"
+                        "93VBOs";
+const QByteArray sold = "0104602114050023215Hlpa+Bq/Cefu<GS>93Xxhu";
+const QByteArray blocked =
+    R"(010290000047504521RWlBaT+F6E9CP\x1d91EE34\x1d92YBy9Lmr4PaWbP3gvY1pIXoQOrgRb5vPG5c6qSYhzYTF=)";
+const QByteArray beer = "RU-401301-AAA0277031";
+
+/// The codes of the checks that the stand has had.
+QStringList checkedCodes(const MarkSim& stand)
+{
+    QStringList codes;
+    for (const QJsonObject& check : stand.requests({}, "check")) {
+        codes +=
+            QJsonDocument::fromJson(check["body"].toString().toUtf8())["codes"].toVariant().toStringList();
+    }
+    return codes;
+}
+
+/// The heads and sums of what the cashier was shown.
+QStringList shown(const QByteArray& output)
+{
+    QStringList lines;
+    static const QRegularExpression telling("^  ([✓✗!] .*)|^ *((В чеке|К возврату|Режим|Пустая строка).*)");
+    for (const QString& line : QString::fromUtf8(output).split('\n')) {
+        if (const auto match = telling.match(line); match.hasMatch()) {
+            lines << (match.captured(1) + match.captured(2)).trimmed();
+        }
+    }
+    return lines;
+}
+
+TEST(Cashier, TakesWhatAScannerTypes)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    const QByteArray milkByItsIdentity = "]d2" + milk.left(milk.indexOf('\x1d'));
+    const QByteArray input = milk + '\r' + milkByItsIdentity + "\r\n" + sold + "\n\r" + "Возврат\r\n" + sold +
+                             "\r\r" + sold + '\r' + blocked + "\nREFUND \n" + "\xd0\xd0\r" +
+                             "0104ф\n\x01\n<GS>\n" + QByteArray(40000, 'x') + '\n' + QByteArray(4097, 'x') +
+                             "\nhelp\nчек\n" + beer;
+    const ProcessOutcome run = poshost({"--config", settings.path(), "cashier"}, input);
+
+    EXPECT_EQ(shown(run.output), (QStringList{"✓ ПРОШЁЛ: можно продавать",
+                                              "В чеке: 1",
+                                              "! УЖЕ В ЧЕКЕ: второй раз не добавлен",
+                                              "В чеке: 1",
+                                              "✗ ОТКАЗ: не продавать",
+                                              "В чеке: 1",
+                                              "Пустая строка: отсканируйте код или наберите «помощь»",
+                                              "Режим: возврат",
+                                              "✓ ПРОШЁЛ: можно принять возврат",
+                                              "К возврату: 1",
+                                              "Пустая строка: отсканируйте код или наберите «помощь»",
+                                              "! УЖЕ В ВОЗВРАТЕ: второй раз не добавлен",
+                                              "К возврату: 1",
+                                              "✗ ОТКАЗ: возврат не принимать",
+                                              "К возврату: 1",
+                                              "Режим: продажа",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "! НЕ ПРОЧИТАНО",
+                                              "В чеке: 1",
+                                              "✓ ПРОШЁЛ: можно продавать",
+                                              "В чеке: 2",
+                                              "В чеке: 2",
+                                              "К возврату: 1"}))
+        << run.output.data();
+    for (const char* text :
+         {"  этот товар уже продан\n", "  товар был продан\n", "  продажа этого товара запрещена\n",
+          "строка не в UTF-8", "русские буквы", "посторонние знаки", "код пуст", "слишком длинная строка",
+          "код слишком длинный", "возврат, refund", "2. RU-401301-AAA0277031\n",
+          "Отказано: 2\nНе прочитано строк: 6\n"}) {
+        EXPECT_TRUE(run.output.contains(text)) << text << " in " << run.output.data();
+    }
+    EXPECT_FALSE(run.output.contains('\x1b'));
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.exitStatus, 1);
+    const QString soldCode = QString(sold).replace("<GS>", "\x1d");
+    EXPECT_EQ(checkedCodes(stand),
+              (QStringList{milk, soldCode, soldCode, QString(blocked).replace("\\x1d", "\x1d"), beer}));
+}
+
+TEST(Cashier, ExitStatusTellsWhetherSomethingIsLeftRefused)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    const SettingsFile other(settingsFor(stand) + "[Host]\nservice = turon\n");
+    const SettingsFile idle("[MarkedGoods]\nmarkverifycrptservice = turon\n");
+    struct Session
+    {
+        QString settings;
+        QByteArray input;
+        int exitStatus;
+    };
+    const Session sessions[] = {
+        {settings.path(), "", 0},   {settings.path(), milk + "\nвыход\n" + sold + '\n', 0},
+        {settings.path(), sold, 1}, {settings.path(), "ф\n" + milk, 1},
+        {other.path(), milk, 3},    {idle.path(), milk, 3},
+    };
+    for (const auto& [path, input, exitStatus] : sessions) {
+        const ProcessOutcome run = poshost({"--config", path, "cashier"}, input);
+        EXPECT_EQ(run.exitStatus, exitStatus) << input.data() << run.errors.data();
+    }
+    EXPECT_EQ(runProcess("bash", {"-c", "\"$0\" --stand cashier >/dev/full", POSHOST_PATH}, milk,
+                         cleanEnvironment())
+                  .exitStatus,
+              4);
+    EXPECT_EQ(runProcess("bash", {"-c", "\"$0\" --stand cashier </", POSHOST_PATH}, {}, cleanEnvironment())
+                  .exitStatus,
+              2);
+}
+
+TEST(Cashier, IsShownNoticesAndModulesAndPermissions)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"bad-token", "! СООБЩЕНИЕ КАССИРУ\n"},
+        {"bad-token", "  нет связи с сервером проверки: повторите позже\n"},
+        {"blackout", "  проверено локальным модулем\n"},
+        {"emergency-alone", "  вердикта нет, продажа разрешена\n"},
+    };
+    for (const auto& [scenario, text] : cases) {
+        const ProcessOutcome run = poshost({"--scenario", scenario, "cashier"}, milk);
+        EXPECT_TRUE(run.output.contains(text)) << scenario << ": " << run.output.data();
+    }
+}
+
+struct Ending
+{
+    const char* name;
+    QByteArray typed;
+    int signal;
+    int exitStatus;
+};
+
+/// A poshost at a terminal of its own.
+class AtTerminal : public testing::TestWithParam<Ending>
+{
+protected:
+    void start(const QStringList& arguments, const QStringList& environment)
+    {
+        int master = -1;
+        int slave = -1;
+        ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+        m_master.open(master, QIODevice::ReadWrite, QFile::AutoCloseHandle);
+        m_slave.open(slave, QIODevice::ReadWrite, QFile::AutoCloseHandle);
+        ::fcntl(master, F_SETFD, FD_CLOEXEC);
+        ASSERT_EQ(::tcgetattr(slave, &m_before), 0);
+        m_process.setStandardInputFile(::ttyname(slave));
+        m_process.setStandardOutputFile(::ttyname(slave));
+        m_process.setChildProcessModifier([] {
+            ::setsid();
+            ::ioctl(STDIN_FILENO, TIOCSCTTY, 0);
+        });
+        m_process.setEnvironment(QProcess::systemEnvironment() + cleanEnvironment() + environment);
+        m_process.start(POSHOST_PATH, arguments);
+        ASSERT_TRUE(m_process.waitForStarted());
+    }
+
+    void type(const QByteArray& bytes)
+    {
+        ASSERT_EQ(::write(m_master.handle(), bytes.constData(), size_t(bytes.size())), bytes.size());
+    }
+
+    /// Waits until it has shown `text` after what was asked for before.
+    bool shows(const QByteArray& text)
+    {
+        pollfd source{m_master.handle(), POLLIN, 0};
+        while (!m_shown.contains(text) && ::poll(&source, 1, 30000) > 0) {
+            QByteArray bytes(4096, '\0');
+            m_shown += bytes.first(std::max<qsizetype>(::read(m_master.handle(), bytes.data(), 4096), 0));
+        }
+        const qsizetype at = m_shown.indexOf(text);
+        m_shown = m_shown.mid(at < 0 ? 0 : at + text.size());
+        return at >= 0;
+    }
+
+    /// Nothing but what the test's own parent left as it was.
+    [[nodiscard]] bool isRestored() const
+    {
+        termios now = {};
+        return ::tcgetattr(m_slave.handle(), &now) == 0 && now.c_lflag == m_before.c_lflag &&
+               now.c_iflag == m_before.c_iflag && now.c_cc[VQUIT] == m_before.c_cc[VQUIT];
+    }
+
+    QFile m_master;
+    QFile m_slave;
+    termios m_before = {};
+    QByteArray m_shown;
+    QProcess m_process;
+};
+
+TEST_P(AtTerminal, IsLeftAsItWas)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    start({"--config", settings.path(), "cashier"}, {"NO_COLOR=", "TERM=xterm"});
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    EXPECT_FALSE(isRestored());
+    // Ctrl-U and the backspace correct what was typed, CR alone ends the scan, GS comes through.
+    type("nonsense\x15"
+         "фx\x7f\x7f" +
+         milk + '\r');
+    ASSERT_TRUE(shows("<GS>93VBOs")) << m_shown.data();
+    ASSERT_TRUE(shows("\x1b[1;30;42m  ✓ ПРОШЁЛ")) << m_shown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    EXPECT_EQ(checkedCodes(stand), QStringList(milk));
+
+    type(GetParam().typed);
+    if (GetParam().signal != 0) {
+        ::kill(pid_t(m_process.processId()), GetParam().signal);
+    }
+    ASSERT_TRUE(m_process.waitForFinished());
+    EXPECT_EQ(m_process.exitCode(), GetParam().exitStatus) << m_process.readAllStandardError().data();
+    EXPECT_TRUE(isRestored());
+}
+
+INSTANTIATE_TEST_SUITE_P(Endings, AtTerminal,
+                         testing::Values(Ending{"CtrlC", "\x03", 0, 130}, Ending{"Term", "", SIGTERM, 143},
+                                         Ending{"CtrlD", "\x04", 0, 0}, Ending{"Quit", "quit\r", 0, 0}),
+                         [](const auto& ending) { return std::string(ending.param.name); });
+
+}  // namespace

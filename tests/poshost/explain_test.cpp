@@ -1,0 +1,153 @@
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+#include "tests/poshost/poshostrun.h"
+#include "tests/support/printers.h"
+
+namespace {
+
+struct Course
+{
+    const char* name;
+    QJsonObject servers;
+    QStringList before;
+    QStringList steps;         ///< purpose, HTTP status, class, what was done
+    QList<QByteArray> warmUp;  ///< methods asked before the check, by the plug-in's own thread
+    const char* source = "online";
+};
+
+void PrintTo(const Course& course, std::ostream* out)
+{
+    *out << course.name;
+}
+
+QJsonObject behaves(const QJsonObject& behaviour)
+{
+    return {{"behaviours", QJsonArray{behaviour}}};
+}
+
+QStringList texts(const QJsonValue& array)
+{
+    return array.toVariant().toStringList();
+}
+
+/// As the stand tells it and as the story tells it.
+QString told(const QString& method, const QString& address, int status)
+{
+    return QStringLiteral("%1 %2 %3").arg(method, address, QString::number(status));
+}
+
+const QJsonObject refuse = behaves({{"connect", "refuse"}});
+const QList<QByteArray> listed = {"info", "health", "health", "health"};
+const QString unwell = "check 503 server-error quarantine,switch";
+const QString well = "check 200 ok ";
+const QString healthy = "probe 200 healthy ";
+
+const Course courses[] = {
+    {"AllWell", {}, {}, {well}, listed},
+    {"FirstSiteFails",
+     {{"site-1", behaves({{"method", "check"}, {"status", 503}})},
+      {"site-2", behaves({{"method", "health"}, {"latencyMs", 150}})},
+      {"site-3", behaves({{"method", "health"}, {"latencyMs", 300}})}},
+     {},
+     {unwell, well},
+     listed},
+    {"CrossBorderLinkStumbles",
+     {{"sites", behaves({{"method", "check"}, {"status", 500}, {"body", QJsonObject{{"code", 5000}}}})}},
+     {},
+     {"check 500 cross-border-unavailable retry", "check 500 cross-border-unavailable no-verdict",
+      "module-status 200 ready offline", "module-status 200 ready ", "module-check 200 answered "},
+     listed,
+     "offline"},
+    {"EverybodyFailsOnce",
+     {{"sites", behaves({{"method", "check"}, {"status", 503}, {"times", 1}})}},
+     {},
+     {unwell, unwell, "check 503 server-error quarantine,search", "list 200 ok ", healthy, healthy,
+      "probe 200 healthy list-updated", well},
+     listed},
+    {"AllDownButTheModule",
+     {{"operators", refuse}, {"sites", refuse}},
+     {"search"},
+     {"list 0 network-error list-failed,no-sites", "module-status 200 ready offline",
+      "module-status 200 ready ", "module-check 200 answered "},
+     {},
+     "offline"},
+    // The probes of the update that runs since the start are not the check's: it only waits for them.
+    {"ListUpdateInTheBackground",
+     {{"sites", behaves({{"method", "health"}, {"latencyMs", 900}})}},
+     {"search", "wait"},
+     {well},
+     listed},
+};
+
+class Explain : public testing::TestWithParam<Course>
+{
+};
+
+TEST_P(Explain, TellsWhatTheStandHasSeen)
+{
+    const Course& course = GetParam();
+    QJsonObject servers = course.servers;
+    servers["module-1"] = QJsonObject{{"password", "the-module-password"}};
+    const MarkSim stand({}, {{"servers", servers}});
+    const SettingsFile settings(
+        settingsFor(stand).replace("maintain = true", "maintain = false") +
+        "[Log]\nlevel = off\nsecrets = true\n[Host]\napiKey = " + stand.key().toUtf8() + '\n');
+    const ProcessOutcome run = poshost(
+        {"--config", settings.path(), "verify", "--explain", "--json", "0104602114050016215wDq+zuM14qHO"});
+    const QJsonObject story = onlyObject(run.output)["explain"].toObject();
+
+    QStringList steps;
+    QStringList answered;
+    for (const QJsonValue step : story["steps"].toArray()) {
+        const int status = step["httpStatus"].toInt();
+        steps.append(QStringLiteral("%1 %2 %3 %4")
+                         .arg(step["purpose"].toString(), QString::number(status), step["class"].toString(),
+                              texts(step["done"]).join(',')));
+        if (status != 0) {
+            answered.append(told(step["method"].toString(), step["address"].toString(), status));
+        }
+    }
+    EXPECT_EQ(steps, course.steps);
+    EXPECT_EQ(texts(story["before"]), course.before);
+    EXPECT_EQ(story["decision"]["source"], course.source);
+
+    QStringList seen;
+    for (const QJsonObject& request : stand.requests().sliced(course.warmUp.size())) {
+        seen.append(told(request["method"].toString(),
+                         stand.url(request["server"].toString()) + request["path"].toString(),
+                         request["status"].toInt()));
+    }
+    EXPECT_EQ(answered, seen);
+
+    QJsonObject spent = story["spentMs"].toObject();
+    const double total = spent.take("total").toDouble();
+    double sum = 0;
+    for (const QJsonValue part : spent) {
+        sum += part.toDouble();
+    }
+    EXPECT_NEAR(sum, total, 0.05 * double(spent.size() + 1));
+    for (const QString& secret : {stand.key(), QString("the-module-password")}) {
+        EXPECT_FALSE((run.output + run.errors).contains(secret.toUtf8()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Courses, Explain, testing::ValuesIn(courses),
+                         [](const auto& course) { return std::string(course.param.name); });
+
+TEST(ExplainText, StandsBelowTheTable)
+{
+    const ProcessOutcome run = poshost({"--scenario", "dead-site", "verify", "--explain"});
+    const QString text = QString::fromUtf8(run.output).section("Ход проверки\n", 1);
+    EXPECT_TRUE(text.startsWith("1. проверка кодов: http://")) << run.output.data();
+    for (const char* part :
+         {"соединение прервано до получения полного ответа\n   → площадка снята на 15 минут\n"
+          "   → переход к следующей площадке\n2. проверка кодов: ",
+          "HTTP 200, ответ принят; начат через ", "\nРешение: вердикт по последнему ответу",
+          "\nВремя: проверка кодов "}) {
+        EXPECT_TRUE(text.contains(part)) << part << " in " << run.output.data();
+    }
+}
+
+}  // namespace
