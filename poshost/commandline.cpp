@@ -32,9 +32,7 @@ struct Raw
 constexpr const char* footer =
     "Exit status of verify: 0 every code passed, 1 some code did not, 2 the command line or the\n"
     "configuration is wrong, 3 the plug-in is idle or did not take the action, 4 standard output could\n"
-    "not be written, 128 plus the number of a signal that ended it. cashier: 0 at \"quit\" or the end of "
-    "the\n"
-    "input when no code stands refused and every line could be read, 1 otherwise; the others as for verify.";
+    "not be written, 128 plus the number of a signal that ended it.";
 
 std::string emptyProblem(const std::string& text)
 {
@@ -100,6 +98,9 @@ void addCashier(CLI::App& app, Options& options, Raw& raw)
     CLI::App* cashier =
         app.add_subcommand("cashier", "Check codes one by one as a scanner types them on standard input");
     addCheckOptions(*cashier, options, raw);
+    cashier->footer("Typed in place of a code, in English or Russian: refund, basket, help, quit.\n"
+                    "Exit status: 0 no code stands refused and every line could be read, 1 otherwise; others "
+                    "as of verify.");
     cashier->callback([&options] { options.command = Command::Cashier; });
 }
 

@@ -14,7 +14,7 @@ struct ScanLine
 };
 
 /// Enough for the longest code, every character of it spelled "\u001d".
-inline constexpr qsizetype longestScanLine = 32 * 1024;
+inline constexpr qsizetype longestScanLine = 32768;
 
 /// Cuts what a scanner types into lines. A line ends with CR, with LF, or with CR and LF.
 class ScanLines
