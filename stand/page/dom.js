@@ -15,15 +15,20 @@ export function h(tag, properties = {}, ...children) {
 
 export const byId = (id) => document.getElementById(id);
 
-/** Puts `children` into `parent` when `key` differs from that of the last time, so that nobody loses focus for nothing. */
+const keys = new WeakMap();
+
+/** Makes `parent` new when `key` differs from that of the last time. Whoever had the focus in it keeps it, or hands it on. */
 export function fill(parent, key, makeChildren) {
-  if (parent.dataset.key === key) return false;
-  const focused = parent.contains(document.activeElement) ? document.activeElement.dataset.focus : undefined;
-  parent.dataset.key = key;
+  if (keys.get(parent) === key) return;
+  const hadFocus = parent.contains(document.activeElement);
+  const {focus} = document.activeElement?.dataset ?? {};
+  keys.set(parent, key);
   parent.replaceChildren(...makeChildren());
-  if (focused) (parent.querySelector(`[data-focus="${CSS.escape(focused)}"]`) ?? parent.querySelector('button, input'))?.focus();
-  return true;
+  if (hadFocus) (parent.querySelector(`[data-focus="${CSS.escape(focus ?? '')}"]`) ?? parent.querySelector('button, input, select'))?.focus();
 }
+
+/** The next fill() of `parent` makes it new whatever its key. */
+export const empty = (parent) => keys.delete(parent);
 
 /** Control characters made visible: GS as <GS>, others as \x1b. */
 export function visible(text) {

@@ -2,7 +2,7 @@
 
 import * as api from './api.js';
 import {behaviourOf, catalogue, get, isOf, methods, roleOf, withoutTimes} from './catalogue.js';
-import {byId, fill, h} from './dom.js';
+import {byId, empty, fill, h} from './dom.js';
 import {describe} from './servers.js';
 import {language, t} from './texts.js';
 
@@ -184,7 +184,7 @@ export function start(giveOrder) {
 export function open(name) {
   target = name;
   opener = isGroup() ? `[data-focus="${name}"]` : `[data-server="${name}"] [data-focus="faults"]`;
-  byId('faults-body').dataset.key = '';
+  empty(byId('faults-body'));
   byId('faults').showModal();
   show(state);
   byId('faults-body').scrollTop = 0;

@@ -57,14 +57,20 @@ async function order(action, done) {
   }
 }
 
+function showTitle() {
+  document.title = `${t('view.' + views.find((view) => !byId(view).hidden))} · marksim`;
+}
+
+/** The view that the address names; "#main" and the like leave the one that is shown. */
 function showView() {
   const wanted = location.hash.slice(1);
+  if (!views.includes(wanted) && views.some((view) => !byId(view).hidden)) return;
   const name = views.includes(wanted) ? wanted : 'stand';
   for (const view of views) byId(view).hidden = view !== name;
   for (const link of document.querySelectorAll('[data-view]'))
     if (link.dataset.view === name) link.setAttribute('aria-current', 'page');
     else link.removeAttribute('aria-current');
-  document.title = `${t('view.' + name)} · marksim`;
+  showTitle();
   scrollTo(0, 0);
   if (name === 'goods') goods.refresh().catch(() => lost(true));
 }
@@ -82,7 +88,7 @@ byId('reset').addEventListener('click', async () => {
 addEventListener('hashchange', showView);
 document.addEventListener('visibilitychange', () => document.hidden || refresh());
 onLanguage(() => {
-  showView();
+  showTitle();
   if (state) show(state);
 });
 showView();

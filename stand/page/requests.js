@@ -1,7 +1,7 @@
 // The live list of requests: the newest first, so many and no more; what a request carried is fetched when it is opened.
 
 import * as api from './api.js';
-import {byId, h, visible} from './dom.js';
+import {byId, fill, h, visible} from './dom.js';
 import {onLanguage, t} from './texts.js';
 
 const most = 200;
@@ -22,7 +22,7 @@ function outcome(entry) {
   return [kind, text];
 }
 
-const time = (entry) => new Date(entry.time).toLocaleTimeString('ru', clock);
+const time = (entry) => new Date(entry.time).toLocaleTimeString('en-GB', clock);
 
 function clipped(text) {
   const shown = text.length > longestText ? text.slice(0, longestText) : text;
@@ -140,11 +140,8 @@ export async function refresh() {
 export function showServers(state) {
   const select = byId('request-server');
   const names = ['', ...state.servers.map(({name}) => name)];
-  const key = names.join(' ') + t('requests.all');
-  if (select.dataset.key === key) return;
-  select.dataset.key = key;
   const chosen = select.value;
-  select.replaceChildren(...names.map((name) => h('option', {value: name}, name || t('requests.all'))));
+  fill(select, names.join(' ') + t('requests.all'), () => names.map((name) => h('option', {value: name}, name || t('requests.all'))));
   select.value = names.includes(chosen) ? chosen : '';
 }
 
