@@ -2,7 +2,7 @@
 
 import * as api from './api.js';
 import {behaviourOf, catalogue, get, isOf, methods, roleOf, withoutTimes} from './catalogue.js';
-import {byId, empty, fill, h} from './dom.js';
+import {byId, empty, fill, h, typedCode, visible} from './dom.js';
 import {describe} from './servers.js';
 import {language, t} from './texts.js';
 
@@ -53,14 +53,14 @@ const scope = () => ({method: byId('fault-method').value, times: Number.parseInt
 
 function toText(field, value) {
   if (field.kind === 'json') return JSON.stringify(value);
-  return field.kind === 'list' ? value.join('\n') : String(value);
+  return field.kind === 'list' ? value.map(visible).join('\n') : String(value);
 }
 
 /** Throws SyntaxError for JSON that is none. */
 function fromText(field, text) {
   if (field.kind === 'number') return Number.parseInt(text, 10) || 0;
   if (field.kind === 'json') return JSON.parse(text);
-  if (field.kind === 'list') return text.split('\n').map((line) => line.trim()).filter(Boolean);
+  if (field.kind === 'list') return text.split('\n').map(typedCode).filter(Boolean);
   return field.kind === 'choice' ? field.options.find((option) => String(option) === text) : text;
 }
 
