@@ -105,9 +105,7 @@ protected:
     LogWatch log;
 };
 
-class PluginInit : public PluginTest
-{
-};
+using PluginInit = PluginTest;
 
 TEST_F(PluginInit, TakesUpTheWorkWhenAMarkingSectionUsesTheService)
 {
@@ -145,9 +143,7 @@ TEST_F(PluginInit, TakesUpTheWorkWhenAMarkingSectionUsesTheService)
     }
 }
 
-class PluginLife : public PluginTest
-{
-};
+using PluginLife = PluginTest;
 
 TEST_F(PluginLife, LogsTheEndOfItsThreadUnlessTheHostEndedItsWorkBefore)
 {
@@ -164,6 +160,11 @@ TEST_F(PluginLife, LogsTheEndOfItsThreadUnlessTheHostEndedItsWorkBefore)
         EXPECT_TRUE(service.thread->isRunning()) << "until the object goes";
     }
     EXPECT_THAT(log.take(), IsEmpty());
+    Service again;
+    again.init();
+    again.deinit();
+    EXPECT_TRUE(again.init());
+    EXPECT_EQ(perform(Action(EActionType::VerifyMarking)).size(), 1);
 }
 
 TEST_F(PluginLife, HasNoCallsAfterItsEnd)
@@ -185,15 +186,6 @@ TEST_F(PluginLife, HasNoCallsAfterItsEnd)
         EXPECT_THAT(perform(action), IsEmpty());
         EXPECT_THAT(perform(Action(EActionType::CheckConnection)), IsEmpty());
     }
-}
-
-TEST_F(PluginLife, CanBeTakenUpAgain)
-{
-    Service service;
-    service.init();
-    service.deinit();
-    EXPECT_TRUE(service.init());
-    EXPECT_EQ(perform(Action(EActionType::VerifyMarking)).size(), 1);
 }
 
 class PluginEvent : public PluginTest
@@ -311,9 +303,7 @@ TEST_F(Verification, ShowsItsProgressWhileItRuns)
     EXPECT_EQ(arguments.verifyResult().passedCodes, arguments.markingCodes());
 }
 
-class ConnectionCheck : public PluginEvent
-{
-};
+using ConnectionCheck = PluginEvent;
 
 TEST_F(ConnectionCheck, IsAnsweredWithATaskWhenItIsForThisPlugin)
 {

@@ -79,8 +79,8 @@ QJsonObject startStand()
 
 struct Counts
 {
-    std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, offline = 0, pings = 0, events = 0,
-                        loads = 0, faults = 0, slowestMs = 0;
+    std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, pings = 0, events = 0, loads = 0,
+                        faults = 0, slowestMs = 0;
     std::atomic<qint64> lost = 0, late = 0, thrown = 0;  ///< broken promises
 };
 
