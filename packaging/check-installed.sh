@@ -1,0 +1,87 @@
+#!/bin/bash
+# Uses the packages as their readers would, without installing them on this machine: check-installed.sh BUILD PACKAGES WORK
+#   BUILD     the build that the packages were made from
+#   PACKAGES  folder with the .deb files
+#   WORK      a folder to work in, emptied first
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=$1 packages=$2 work=$3
+jobs=${JOBS:-$(nproc)}
+rm -rf "$work"
+mkdir -p "$work/home"
+# Neither this machine's settings nor its libraries.
+export HOME="$work/home" XDG_CONFIG_DIRS="$work/home" LC_ALL=C.UTF-8
+unset XDG_CONFIG_HOME LD_LIBRARY_PATH PKG_CONFIG_PATH CMAKE_PREFIX_PATH CXXFLAGS LDFLAGS
+
+say() {
+    echo "check-installed: $*" >&2
+}
+
+# expect STATUS TEXT COMMAND...: the command ends so, and prints a line with the text
+expect() {
+    local wanted=$1 text=$2 status=0 output
+    shift 2
+    output=$("$@" 2>&1) || status=$?
+    if ((status != wanted)) || ! grep -qF -- "$text" <<<"$output"; then
+        echo "$output" >&2
+        say "status $status; wanted $wanted and \"$text\" from: $*"
+        exit 1
+    fi
+}
+
+# configure SOURCE FOLDER [ARGS...]
+configure() {
+    local source=$1 folder=$2
+    shift 2
+    cmake -S "$source" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 "$@" >/dev/null
+}
+
+say "cmake --install lays out what the packages hold"
+for package in "$packages"/*.deb; do
+    dpkg-deb -x "$package" "$work/unpacked"
+done
+cmake --install "$build" --prefix "$work/installed" >/dev/null
+diff <(cd "$work/unpacked/usr" && find . | sort) <(cd "$work/installed" && find . | sort)
+prefix="$work/unpacked/usr"
+poshost="$prefix/bin/poshost"
+
+say "the tools, from where they were unpacked to"
+if ldd "$poshost" "$prefix"/lib/*/crptservice/libcrptservice.so | grep -E "not found|$build/"; then
+    say "libraries are missing, or taken from the build"
+    exit 1
+fi
+expect 1 'Кодов 11: прошли 8, отказано 3' "$poshost" --stand verify
+"$root/packaging/check-manuals.sh" "$prefix/bin" "$prefix/share/man"
+for page in "$prefix"/share/man/{,ru/}man1/*; do
+    said=$(MANROFFSEQ='' MANWIDTH=80 man --warnings -E UTF-8 -l "$page" 2>&1 >/dev/null) || said+=" man failed"
+    if [[ -n $said ]]; then
+        say "$page: $said"
+        exit 1
+    fi
+done
+"$root/packaging/check-completion.sh" "$prefix/bin" "$prefix/share/bash-completion/completions/marksim"
+
+stoplist="$prefix/share/doc/crptservice-dev/examples/stoplist"
+sale=(verify 0104602114050016215wDq 0104607026010011215rhT)
+say "a plug-in of one's own with find_package()"
+configure "$stoplist" "$work/stoplist" -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build "$work/stoplist" -j "$jobs" >/dev/null
+expect 1 'продажа заблокирована; «в стоп-листе магазина»' \
+    "$poshost" --config "$stoplist/stoplist.ini" --plugin "$work/stoplist/libstoplist.so" "${sale[@]}"
+
+say "the same with pkg-config, from cmake --install --prefix"
+modules=("$work"/installed/lib/*/pkgconfig)
+read -ra cflags < <(PKG_CONFIG_PATH=${modules[0]} pkg-config --cflags crptservice)
+read -ra libs < <(PKG_CONFIG_PATH=${modules[0]} pkg-config --libs crptservice)
+"$(pkg-config --variable=libexecdir Qt6Core)/moc" "${cflags[@]}" "$stoplist/stoplist.h" -o "$work/moc_stoplist.cpp"
+g++ -std=c++20 -shared -fPIC "${cflags[@]}" -I"$stoplist" "$stoplist/stoplist.cpp" "$work/moc_stoplist.cpp" \
+    "${libs[@]}" -o "$work/libstoplist.so"
+expect 1 'прошли 1, отказано 1' \
+    "$work/installed/bin/poshost" --config "$stoplist/stoplist.ini" --plugin "$work/libstoplist.so" "${sale[@]}"
+
+say "crptservice itself, with CRPTSERVICE_HOST_SDK"
+configure "$root" "$work/crptservice" -DCRPTSERVICE_HOST_SDK="$prefix" -DCRPTSERVICE_TESTS=OFF
+cmake --build "$work/crptservice" -j "$jobs" --target crptservice >/dev/null
+expect 1 'Кодов 11: прошли 8, отказано 3' "$poshost" --plugin "$work/crptservice/lib/libcrptservice.so" --stand verify
+say "all well"

@@ -1,0 +1,78 @@
+#!/bin/bash
+# Installs the packages with apt on a clean Debian 12, uses them and purges them: try-apt.sh PACKAGES FOLDER
+# As root. The Debian lies in FOLDER; it is made when it is not there, and left as clean as it was. What is
+# mounted in it is seen by this script alone, and is gone when it ends.
+set -euo pipefail
+
+if [[ ${3-} != inside ]]; then
+    exec unshare --mount --pid --fork "$0" "$1" "$2" inside
+fi
+
+packages=$1 debian=$2/debian12
+mkdir -p "$2"
+if [[ ! -e $debian/made ]]; then
+    echo "try-apt: making $debian" >&2
+    rm -rf --one-file-system "$debian"
+    if ! debootstrap --variant=minbase --include=man-db,bash-completion bookworm "$debian" >"$2/debootstrap.log" 2>&1; then
+        tail -n 5 "$2/debootstrap.log" >&2
+        exit 1
+    fi
+    touch "$debian/made"
+fi
+mount -t proc proc "$debian/proc"
+mkdir -p "$debian/packages"
+mount --bind "$packages" "$debian/packages"
+
+LC_ALL=C.UTF-8 chroot "$debian" /bin/bash -s <<'INSIDE'
+set -euo pipefail
+export DEBIAN_FRONTEND=noninteractive HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin
+cd /packages
+
+say() {
+    echo "try-apt: $*" >&2
+}
+
+# quietly COMMAND...: its output is shown when it fails
+quietly() {
+    local output
+    output=$("$@" 2>&1 </dev/null) || { echo "$output" >&2 && say "failed: $*" && return 1; }
+}
+
+dpkg --get-selections >/tmp/before
+quietly apt-get update
+say "apt install ./crptservice_*.deb ./crptservice-tools_*.deb ./liborvexhost0_*.deb"
+quietly apt-get install -y --no-install-recommends ./crptservice_*.deb ./crptservice-tools_*.deb ./liborvexhost0_*.deb
+
+say "poshost --stand verify"
+poshost --stand verify </dev/null 2>/dev/null >/tmp/basket || (($? == 1))
+grep -q 'Кодов 11: прошли 8, отказано 3' /tmp/basket
+poshost --scenario blackout verify --json </dev/null 2>/dev/null >/tmp/blackout || (($? == 1))
+grep -q '"source":"offline"' /tmp/blackout
+
+say "man poshost, man marksim, in both languages"
+for page in poshost marksim; do
+    man "$page" | grep -q -- '--scenario'
+    man -L ru "$page" | grep -q 'ОПИСАНИЕ'
+done
+
+say "completion, as bash loads it"
+bash --norc -i <<'COMPLETION' >/tmp/completed 2>/dev/null
+source /usr/share/bash-completion/bash_completion
+for program in poshost marksim; do
+    _completion_loader "$program"
+    complete -p "$program"
+done
+COMPLETION
+[[ $(grep -c '^complete -F _crptservice_tools ' /tmp/completed) == 2 ]]
+
+say "apt purge"
+quietly apt-get purge -y crptservice crptservice-tools liborvexhost0
+quietly apt-get autoremove --purge -y
+dpkg --get-selections | diff /tmp/before -
+left=$(find / -xdev \( -name '*crptservice*' -o -name '*orvexhost*' -o -name 'poshost*' -o -name 'marksim*' \) -not -path '/packages/*')
+if [[ -n $left ]]; then
+    say "left behind: $left"
+    exit 1
+fi
+INSIDE
+echo "try-apt: all well" >&2
