@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs the packages with apt on a clean Debian 12, uses them and purges them: try-apt.sh PACKAGES FOLDER
+# Installs the packages on a clean Debian 12 as README.md says, uses them and purges them: try-apt.sh PACKAGES FOLDER
 # As root. The Debian lies in FOLDER; it is made when it is not there, and left as clean as it was. What is
 # mounted in it is seen by this script alone, and is gone when it ends.
 set -euo pipefail
@@ -8,7 +8,9 @@ if [[ ${3-} != inside ]]; then
     exec unshare --mount --pid --fork "$0" "$1" "$2" inside
 fi
 
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 packages=$1 debian=$2/debian12
+install=$(sed -n 's/^    sudo apt install //p' "$root/README.md" | head -n 1)
 mkdir -p "$2"
 if [[ ! -e $debian/made ]]; then
     echo "try-apt: making $debian" >&2
@@ -20,13 +22,14 @@ if [[ ! -e $debian/made ]]; then
     touch "$debian/made"
 fi
 mount -t proc proc "$debian/proc"
-mkdir -p "$debian/packages"
-mount --bind "$packages" "$debian/packages"
+mkdir -p "$debian/build/packages"
+mount --bind "$packages" "$debian/build/packages"
 
-LC_ALL=C.UTF-8 chroot "$debian" /bin/bash -s <<'INSIDE'
+LC_ALL=C.UTF-8 chroot "$debian" /bin/bash -s "$install" <<'INSIDE'
 set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin
-cd /packages
+cd /
+eval "wanted=($1)"
 
 say() {
     echo "try-apt: $*" >&2
@@ -40,8 +43,9 @@ quietly() {
 
 dpkg --get-selections >/tmp/before
 quietly apt-get update
-say "apt install ./crptservice_*.deb ./crptservice-tools_*.deb ./liborvexhost0_*.deb"
-quietly apt-get install -y --no-install-recommends ./crptservice_*.deb ./crptservice-tools_*.deb ./liborvexhost0_*.deb
+say "apt install $1"
+# shellcheck disable=SC2154
+quietly apt-get install -y --no-install-recommends "${wanted[@]}"
 
 say "poshost --stand verify"
 poshost --stand verify </dev/null 2>/dev/null >/tmp/basket || (($? == 1))
@@ -69,7 +73,7 @@ say "apt purge"
 quietly apt-get purge -y crptservice crptservice-tools liborvexhost0
 quietly apt-get autoremove --purge -y
 dpkg --get-selections | diff /tmp/before -
-left=$(find / -xdev \( -name '*crptservice*' -o -name '*orvexhost*' -o -name 'poshost*' -o -name 'marksim*' \) -not -path '/packages/*')
+left=$(find / -xdev \( -name '*crptservice*' -o -name '*orvexhost*' -o -name 'poshost*' -o -name 'marksim*' \) -not -path '/build/*')
 if [[ -n $left ]]; then
     say "left behind: $left"
     exit 1
