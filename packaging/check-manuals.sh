@@ -25,7 +25,7 @@ entries() {
         /^\.SH / { command = "" }
         /^\.SS / { command = $2 }
         tagged && command == wanted { gsub(/\\-/, "-"); if (match($0, /--[a-z-]+/)) print substr($0, RSTART, RLENGTH) }
-        { tagged = /^\.TP/ }' | sort
+        { tagged = /^\.T[PQ]/ }' | sort
 }
 
 # agree PAGE WHERE LEFT RIGHT: the two lists, help and page, are the same
