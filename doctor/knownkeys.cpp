@@ -9,6 +9,8 @@ namespace doctor {
 namespace {
 
 constexpr int None = std::numeric_limits<int>::min();
+constexpr int Most = std::numeric_limits<int>::max();
+constexpr const char16_t* Patience = u"берётся 30 с";
 constexpr int Longest = 86'400;  // seconds that poshost takes
 constexpr const char16_t* Refused = u"poshost с таким значением не начнёт работу";
 constexpr const char16_t* Ignored = u"секция не включает плагин";
@@ -33,23 +35,24 @@ constexpr std::array Keys = {
              u"пауза между поисками площадок проверками, которые не нашли ни одной, секунды; 0 и меньше: без "
              u"паузы",
              "seconds between two searches for sites by checks that find none; 0 or less: no pause"},
-    KnownKey{"CRPT", "getInfoTimeout", KeyType::Number, "10", u"не число: берётся 10 с; меньше 1: 30 с",
+    KnownKey{"CRPT", "getInfoTimeout", KeyType::Number, "10", u"берётся 10 с",
              u"предел запроса списка площадок, секунды",
-             "limit of the request for the list of sites, seconds", 1},
-    KnownKey{"CRPT", "healthCheckTimeout", KeyType::Number, "10", u"не число: берётся 10 с; меньше 1: 30 с",
-             u"предел проверки одной площадки, секунды", "limit of the probe of one site, seconds", 1},
+             "limit of the request for the list of sites, seconds", 1, Most, "", Patience},
+    KnownKey{"CRPT", "healthCheckTimeout", KeyType::Number, "10", u"берётся 10 с",
+             u"предел проверки одной площадки, секунды", "limit of the probe of one site, seconds", 1, Most,
+             "", Patience},
 
     KnownKey{"LMCHZ*", "enable", KeyType::Switch, "false", Off, u"работать с этим локальным модулем",
              "use this local module"},
     KnownKey{"LMCHZ*", "token", KeyType::Text, "", u"",
              u"ключ API, проверки с которым идут в модуль; без него секция пропускается",
              "the API key whose checks go to it; without one the section is passed over"},
-    KnownKey{"LMCHZ*", "url", KeyType::Address, "http://127.0.0.1:5995", u"модуль не будет опрошен",
+    KnownKey{"LMCHZ*", "url", KeyType::Url, "http://127.0.0.1:5995", u"модуль не будет опрошен",
              u"адрес модуля", "its address"},
     KnownKey{"LMCHZ*", "user", KeyType::Text, "", u"", u"имя пользователя модуля", "its user name"},
     KnownKey{"LMCHZ*", "password", KeyType::Text, "", u"", u"пароль модуля", "its password"},
-    KnownKey{"LMCHZ*", "timeout", KeyType::Number, "5", u"не число: берётся 5 с; меньше 1: 30 с",
-             u"предел одного запроса, секунды", "limit of one request, seconds", 1},
+    KnownKey{"LMCHZ*", "timeout", KeyType::Number, "5", u"берётся 5 с", u"предел одного запроса, секунды",
+             "limit of one request, seconds", 1, Most, "", Patience},
     KnownKey{"LMCHZ*", "maintain", KeyType::Switch, "false", Off,
              u"инициализировать модуль и держать его серые списки как задано, по событию 96",
              "initialise it and keep its grey lists as wanted, at event 96"},
@@ -82,8 +85,7 @@ constexpr std::array Keys = {
     KnownKey{"Network", "caFile", KeyType::InputFile, "", Refused,
              u"доверенные сертификаты (PEM) вместо системных",
              "trusted certificates (PEM) in place of the system's"},
-    KnownKey{"Network", "proxy", KeyType::Address, "", Refused, u"адрес прокси-сервера",
-             "address of a proxy"},
+    KnownKey{"Network", "proxy", KeyType::Proxy, "", Refused, u"адрес прокси-сервера", "address of a proxy"},
     KnownKey{"Network", "maxReplyBytes", KeyType::Number, "16777216", Refused,
              u"больший ответ считается ошибкой, байты", "larger replies are errors, bytes", 1},
 
@@ -141,7 +143,9 @@ QString typeName(KeyType type)
         return QStringLiteral("number");
     case KeyType::Choice:
         return QStringLiteral("choice");
-    case KeyType::Address:
+    case KeyType::Url:
+        return QStringLiteral("url");
+    case KeyType::Proxy:
         return QStringLiteral("address");
     case KeyType::AddressList:
         return QStringLiteral("addresses");

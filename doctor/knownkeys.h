@@ -14,7 +14,8 @@ enum class KeyType {
     Switch,  ///< true, yes, on, 1 or false, no, off, 0
     Number,  ///< a whole number
     Choice,  ///< one of a few words
-    Address,
+    Url,     ///< in full
+    Proxy,   ///< an address as a user writes it
     AddressList,
     TextList,
     InputFile,   ///< must be there
@@ -34,7 +35,8 @@ struct KnownKey
     const char* meaningInEnglish;
     int least = std::numeric_limits<int>::min();  ///< of a number that does what it says
     int most = std::numeric_limits<int>::max();
-    const char* choices = "";  ///< separated by blanks
+    const char* choices = "";           ///< separated by blanks
+    const char16_t* outside = instead;  ///< what is done with a number that is out of these limits
 
     [[nodiscard]] bool isIn(const QString& sectionName) const;
     /// "MarkedGoods" of "MarkedGoods*".

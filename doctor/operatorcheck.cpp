@@ -147,7 +147,7 @@ void OperatorCheck::judge(const HostState& host, const http::ExchangeRecord& exc
         return;
     }
     QStringList facts = {host.peer};
-    if (host.secured) {
+    if (host.certificateEnd.isValid()) {
         facts.append(QStringLiteral("TLS, сертификат до %1")
                          .arg(host.certificateEnd.toLocalTime().toString(QStringLiteral("dd.MM.yyyy"))));
     }

@@ -86,41 +86,53 @@ bool isAmong(const KnownKey& key, const QString& value)
     return key.words().contains(value, key.isOfHost() ? Qt::CaseInsensitive : Qt::CaseSensitive);
 }
 
+QString faultOfNumber(const KnownKey& key, const QString& value)
+{
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    if (!isNumber) {
+        return QStringLiteral("не целое число");
+    }
+    if (number < key.least) {
+        return QStringLiteral("меньше %1").arg(key.least);
+    }
+    return number > key.most ? QStringLiteral("больше %1").arg(key.most) : QString();
+}
+
+bool areAskable(const QStringList& addresses)
+{
+    return std::all_of(addresses.begin(), addresses.end(), [](const QString& text) {
+        return text.trimmed().isEmpty() || isAskable(addressOf(text.trimmed()));
+    });
+}
+
 /// What is wrong with a value, in Russian; empty when nothing is.
 QString faultOf(const KnownKey& key, const QString& value)
 {
-    bool good = true;
+    const auto unless = [](bool good, const QString& fault) { return good ? QString() : fault; };
     switch (key.type) {
     case KeyType::Text:
     case KeyType::TextList:
         return {};
     case KeyType::Switch:
-        return isSwitch(value) ? QString() : QStringLiteral("не true и не false");
-    case KeyType::Number: {
-        const int number = value.toInt(&good);
-        if (!good) {
-            return QStringLiteral("не целое число");
-        }
-        const bool inside = number >= key.least && number <= key.most;
-        return inside ? QString() : QStringLiteral("вне пределов %1…%2").arg(key.least).arg(key.most);
-    }
+        return unless(isSwitch(value), QStringLiteral("не true и не false"));
+    case KeyType::Number:
+        return faultOfNumber(key, value);
     case KeyType::Choice:
-        return isAmong(key, value)
-                   ? QString()
-                   : QStringLiteral("не из слов: %1").arg(key.words().join(QLatin1String(", ")));
-    case KeyType::Address:
-        return isAskable(addressOf(value)) ? QString() : QStringLiteral("не адрес http или https");
+        return unless(isAmong(key, value),
+                      QStringLiteral("не из слов: %1").arg(key.words().join(QLatin1String(", "))));
+    case KeyType::Url:
+        return unless(isAskable(QUrl(value, QUrl::StrictMode)),
+                      QStringLiteral("не адрес, начинающийся с http:// или https://"));
+    case KeyType::Proxy:
+        return unless(!addressOf(value).host().isEmpty(), QStringLiteral("не адрес"));
     case KeyType::AddressList:
-        for (const QString& part : value.split(u',', Qt::SkipEmptyParts)) {
-            good = good && (part.trimmed().isEmpty() || isAskable(addressOf(part.trimmed())));
-        }
-        return good ? QString() : QStringLiteral("не все адреса http или https");
+        return unless(areAskable(value.split(u',')), QStringLiteral("не все адреса http или https"));
     case KeyType::InputFile:
-        return QFileInfo(value).isFile() && QFileInfo(value).isReadable()
-                   ? QString()
-                   : QStringLiteral("нет такого файла, или его нельзя прочитать");
+        return unless(QFileInfo(value).isFile() && QFileInfo(value).isReadable(),
+                      QStringLiteral("нет такого файла, или его нельзя прочитать"));
     case KeyType::OutputFile:
-        return isWritable(value) ? QString() : QStringLiteral("такой файл нельзя записать");
+        return unless(isWritable(value), QStringLiteral("такой файл нельзя записать"));
     }
     return {};
 }
@@ -184,12 +196,16 @@ private:
         // Nothing means the default, but for a switch that is there to be off.
         const bool countsWhenEmpty = key.type == KeyType::Switch && *key.fallback == '\0';
         const QString fault = value.isEmpty() && !countsWhenEmpty ? QString() : faultOf(key, value);
-        if (!fault.isEmpty()) {
-            m_report.add(
-                Level::Bad, Area::Settings, "wrong-value", subject,
-                QStringLiteral("«%1»: %2; %3").arg(shownValue(value), fault, QString::fromUtf16(key.instead)),
-                adviceFor(key));
+        if (fault.isEmpty()) {
+            return;
         }
+        bool isNumber = false;
+        Q_UNUSED(value.toInt(&isNumber));
+        const char16_t* instead = isNumber ? key.outside : key.instead;
+        m_report.add(
+            Level::Bad, Area::Settings, "wrong-value", subject,
+            QStringLiteral("«%1»: %2; %3").arg(shownValue(value), fault, QString::fromUtf16(instead)),
+            adviceFor(key));
     }
 
     void judgeStranger(const QString& section, const QString& name, const QString& subject)

@@ -23,6 +23,7 @@ struct Options
 
     bool json = false;
     bool explain = false;
+    bool listKeys = false;  ///< of doctor: the keys alone
     QString section;
     QString apiKey;
     QString service;
@@ -33,7 +34,6 @@ struct Options
     QList<QByteArray> codes;  ///< as typed
 
     QList<int> events;
-    bool listKeys = false;
 };
 
 /// Longest time limit that can be asked for.

@@ -130,6 +130,9 @@ bool Examination::load()
 
 void Examination::useStand(const Scenario& scenario)
 {
+    m_report.add(Level::Note, Area::Settings, "stand", QStringLiteral("--stand"),
+                 m_options.stand ? QStringLiteral("проверяется тестовый стенд")
+                                 : QStringLiteral("настроек нет, проверяется тестовый стенд"));
     m_stand.emplace(scenario.stand, m_signals);
     pointAtStand(m_config, m_stand->info());
     scenario.applySettings(m_config);

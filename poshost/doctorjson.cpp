@@ -123,7 +123,8 @@ QJsonObject describeKnownKey(const doctor::KnownKey& key)
             {QStringLiteral("most"), limit(key.most, Limits::max())},
             {QStringLiteral("choices"), QJsonArray::fromStringList(key.words())},
             {QStringLiteral("readBy"), key.isOfHost() ? QStringLiteral("poshost") : QStringLiteral("plugin")},
-            {QStringLiteral("instead"), QString::fromUtf16(key.instead)},
+            {QStringLiteral("instead"), orNull(QString::fromUtf16(key.instead))},
+            {QStringLiteral("outside"), isNumber ? orNull(QString::fromUtf16(key.outside)) : QJsonValue()},
             {QStringLiteral("meaning"), QString::fromUtf16(key.meaning)},
             {QStringLiteral("meaningEn"), QString::fromLatin1(key.meaningInEnglish)}};
 }

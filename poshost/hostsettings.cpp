@@ -1,6 +1,7 @@
 #include "poshost/hostsettings.h"
 
 #include <cerrno>
+#include <limits>
 
 #include <fcntl.h>
 
@@ -87,7 +88,7 @@ void checkNetwork(const Config& config)
                    "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));
     }
-    readNumber(config, key("Network", "maxReplyBytes"), 1, 1LL << 40, 1);
+    readNumber(config, key("Network", "maxReplyBytes"), 1, std::numeric_limits<int>::max(), 1);
 }
 
 void readModules(const Config& config, HostSettings& settings)
