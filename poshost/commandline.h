@@ -23,13 +23,13 @@ struct Options
 
     bool json = false;
     bool explain = false;
+    bool refund = false;
     bool listKeys = false;  ///< of doctor: the keys alone
     QString section;
     QString apiKey;
     QString service;
     std::optional<std::chrono::seconds> requestTimeout;
     std::optional<std::chrono::seconds> operationTimeout;
-    bool refund = false;
     QString codesFile;
     QList<QByteArray> codes;  ///< as typed
 
