@@ -1,5 +1,6 @@
 #include <atomic>
 #include <future>
+#include <semaphore>
 #include <thread>
 
 #include <orvex/activitynotifier.h>
@@ -14,23 +15,8 @@ namespace {
 
 constexpr seconds Patience(30);  // a bound for a test that fails, not a pace
 
-/// A moment that one thread announces and others wait for.
-class Moment
-{
-public:
-    void come()
-    {
-        if (!m_come.exchange(true)) {
-            m_promise.set_value();
-        }
-    }
-    [[nodiscard]] bool wait() const { return m_future.wait_for(Patience) == std::future_status::ready; }
-
-private:
-    std::atomic<bool> m_come = false;
-    std::promise<void> m_promise;
-    const std::shared_future<void> m_future = m_promise.get_future().share();
-};
+/// Something that one thread announces and another waits for.
+using Moment = std::counting_semaphore<>;
 
 using ClientInSeveralThreads = CrptClientTest;
 
@@ -38,30 +24,30 @@ TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
 {
     for (const bool walking : {true, false}) {
         startWithSites(walking ? QStringList("s1") : QStringList());
-        Moment updating, waiting;
+        Moment updating(0), waiting(0);
         std::future<Status> update;
         const auto updateInAnotherThread = [this] {
             return std::async(std::launch::async, [this] { return client->updateInfo(); });
         };
         relist({"s2"});
         info({[&](const SentRequest&) {
-            updating.come();
-            EXPECT_TRUE(waiting.wait()) << "for the check to wait for this update";
+            updating.release();
+            EXPECT_TRUE(waiting.try_acquire_for(Patience)) << "for the check to wait for this update";
             return lists({"s2"})({});
         }});
         check("s1", {[&](const SentRequest&) {
                   update = updateInAnotherThread();
-                  EXPECT_TRUE(updating.wait());
+                  EXPECT_TRUE(updating.try_acquire_for(Patience));
                   return reply(500);
               }});
         check("s2", {says(200, Ok)});
         clock.onSleep = [&] {
-            waiting.come();
+            waiting.release();
             EXPECT_EQ(update.wait_for(Patience), std::future_status::ready) << "while the check waits";
         };
         if (!walking) {
             update = updateInAnotherThread();
-            EXPECT_TRUE(updating.wait());
+            EXPECT_TRUE(updating.try_acquire_for(Patience));
         }
         const auto begin = clock.monotonic();
         EXPECT_EQ(request().status(), 200);
