@@ -34,7 +34,7 @@ QByteArray ScanLines::eraseLast()
     while (start > 0 && continues(text[start])) {
         --start;
     }
-    const QByteArray erased = start < 0 ? QByteArray() : text.sliced(start);
+    QByteArray erased = start < 0 ? QByteArray() : text.sliced(start);
     text.chop(erased.size());
     return erased;
 }

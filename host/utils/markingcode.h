@@ -13,9 +13,8 @@
 ///
 /// The type holds one canonical text, and the constructor takes either of the two forms in which codes
 /// travel:
-///  - a text that is strict standard Base64 (length, alphabet, padding, no stray bits) and decodes to one or
-///  more
-///    characters of 7-bit text (GS or 0x20 to 0x7E) stands for the decoded text;
+///  - a text that is strict standard Base64 (length, alphabet, padding, no stray bits) and decodes to
+///    characters of 7-bit text (GS or 0x20 to 0x7E), at least one, stands for the decoded text;
 ///  - any other text stands for itself.
 /// The two cannot be mistaken for the codes in use: a text that begins with a digit decodes to a first byte
 /// above 0x7F, a code such as "RU-401301-AAA7277031" holds a character outside the alphabet, and a long code
@@ -41,9 +40,8 @@ public:
     [[nodiscard]] QString toReadable() const;
 
     /// The identifying part:
-    ///  - GS1 code: AI 01 with AI 21 up to GS. Where GS is missing, the serial ends where a known tail of AIs
-    ///  91,
-    ///    92, 93 or 8005 ends the text; it is taken whole when that cannot be told;
+    ///  - GS1 code: AI 01 with AI 21 up to GS. Where GS is missing, the serial ends where a known tail (AIs
+    ///    91, 92, 93 or 8005) ends the text; it is taken whole when that cannot be told;
     ///  - 29-character tobacco pack: GTIN and serial (21 characters);
     ///  - anything else: the text itself.
     [[nodiscard]] QString cis() const;
