@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <utils/markingcode.h>
+
+namespace bench {
+
+/// Milk: GTIN, serial of the number, cryptographic tail.
+[[nodiscard]] MarkingCode codeOf(int number);
+[[nodiscard]] QList<MarkingCode> codesOf(int count, int first = 0);
+
+/// A site's reply that passes these codes, with every field that an operator gives for goods of that kind.
+[[nodiscard]] QByteArray replyFor(const QList<MarkingCode>& codes);
+/// The same, but it refuses them.
+[[nodiscard]] QByteArray refusalFor(const QList<MarkingCode>& codes);
+
+}  // namespace bench
