@@ -19,6 +19,7 @@ double throughput(int threads, int rounds, const std::function<void(int)>& check
 {
     const auto begin = Clock::now();
     std::vector<std::jthread> workers;
+    workers.reserve(static_cast<size_t>(threads));
     for (int thread = 0; thread < threads; ++thread) {
         workers.emplace_back([&check, thread, rounds] {
             for (int round = 0; round < rounds; ++round) {
