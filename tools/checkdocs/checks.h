@@ -11,6 +11,10 @@ namespace checkdocs {
 /// Text of a file of the tree. Throws std::runtime_error when it cannot be read.
 [[nodiscard]] QString readFile(const QString& root, const QString& file);
 
+/// The C++ sources in these folders, without comments in lines of their own, literals that go on in the next
+/// line joined.
+[[nodiscard]] QString sourcesOf(const QString& root, const QStringList& folders);
+
 /// Links inside the tree, in all of its Markdown files, lead to a file and, behind "#", to a heading of it.
 [[nodiscard]] QStringList checkLinks(const QString& root, const QStringList& markdownFiles);
 

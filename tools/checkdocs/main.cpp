@@ -5,8 +5,10 @@
 
 #include <CLI/CLI.hpp>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include "tools/checkdocs/checks.h"
 
@@ -19,6 +21,21 @@ QString readFile(const QString& root, const QString& file)
         throw std::runtime_error("cannot read " + file.toStdString());
     }
     return QString::fromUtf8(opened.readAll());
+}
+
+QString sourcesOf(const QString& root, const QStringList& folders)
+{
+    static const QRegularExpression comment("^\\s*//.*$", QRegularExpression::MultilineOption);
+    static const QRegularExpression seam("\"\\s*\\n\\s*\"");  // of a literal that goes on in the next line
+    QString all;
+    for (const QString& folder : folders) {
+        for (QDirIterator files(root + '/' + folder, {"*.cpp", "*.h"}, QDir::Files,
+                                QDirIterator::Subdirectories);
+             files.hasNext();) {
+            all += readFile(root, QDir(root).relativeFilePath(files.next())).remove(comment).remove(seam);
+        }
+    }
+    return all;
 }
 
 }  // namespace checkdocs

@@ -1,4 +1,3 @@
-#include <QDirIterator>
 #include <QMap>
 #include <QRegularExpression>
 
@@ -9,21 +8,6 @@ namespace checkdocs {
 namespace {
 
 const QStringList Lists = {"docs/messages.md", "docs/messages.ru.md"};
-
-QString sourcesOf(const QString& root, const QStringList& folders)
-{
-    static const QRegularExpression comment("^\\s*//.*$", QRegularExpression::MultilineOption);
-    static const QRegularExpression seam("\"\\s*\\n\\s*\"");  // of a literal that goes on in the next line
-    QString all;
-    for (const QString& folder : folders) {
-        for (QDirIterator files(root + '/' + folder, {"*.cpp", "*.h"}, QDir::Files,
-                                QDirIterator::Subdirectories);
-             files.hasNext();) {
-            all += readFile(root, QDir(root).relativeFilePath(files.next())).remove(comment).remove(seam);
-        }
-    }
-    return all;
-}
 
 bool isRussian(const QString& text)
 {

@@ -98,6 +98,42 @@ QStringList compareSample(const QString& file, const QString& text, const Keys& 
     return faults;
 }
 
+/// What the sources ask the settings for: "<section>:<key>", or ":<key>" of whatever section.
+QStringList keysOfSources(const QString& sources)
+{
+    static const QRegularExpression whole(R"re("(\w*:[A-Za-z]+)")re");
+    static const QRegularExpression parts(R"re(\bkey\("(?:(\w+)", ")?(\w+)"\))re");
+    QStringList keys;
+    for (const auto& match : whole.globalMatch(sources)) {
+        keys.append(match.captured(1));
+    }
+    for (const auto& match : parts.globalMatch(sources)) {
+        keys.append(match.captured(1) + ':' + match.captured(2));
+    }
+    return keys;
+}
+
+QStringList compareSources(const QStringList& sources, const Keys& known)
+{
+    const auto isOf = [](const QString& key, const QString& pattern) {
+        return key.startsWith(':') ? pattern.endsWith(key)
+                                   : QRegularExpression::fromWildcard(pattern).match(key).hasMatch();
+    };
+    QStringList faults;
+    for (const QString& key : sources) {
+        if (std::none_of(known.keyBegin(), known.keyEnd(), [&](const QString& k) { return isOf(key, k); })) {
+            faults.append("the code reads " + key + ", which poshost doctor --keys does not name");
+        }
+    }
+    for (const QString& pattern : known.keys()) {
+        if (std::none_of(sources.begin(), sources.end(),
+                         [&](const QString& k) { return isOf(k, pattern); })) {
+            faults.append("poshost doctor --keys names " + pattern + ", which no code reads");
+        }
+    }
+    return faults;
+}
+
 }  // namespace
 
 QStringList checkSettings(const QString& root, const QByteArray& keysJson)
@@ -106,7 +142,8 @@ QStringList checkSettings(const QString& root, const QByteArray& keysJson)
     if (known.isEmpty()) {
         return {"poshost names no keys"};
     }
-    QStringList faults;
+    QStringList faults =
+        compareSources(keysOfSources(sourcesOf(root, {"crpt", "lmchz", "plugin", "host", "poshost"})), known);
     for (const QString file : {"docs/configuration.md", "docs/configuration.ru.md"}) {
         faults += compareTable(file, known, keysOfTable(readFile(root, file)));
     }
