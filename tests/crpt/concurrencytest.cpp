@@ -108,7 +108,7 @@ TEST_F(ClientInSeveralThreads, HasChecksThatComeBeforeItsStartWaitForItWithinThe
     EXPECT_EQ(request(milliseconds(1)).status(), 200) << "never started";
 
     make();
-    auto checked = std::async(std::launch::async, [this] { return request(Patience).status(); });
+    auto checked = std::async(std::launch::async, [this] { return request(2 * Patience).status(); });
     EXPECT_EQ(checked.wait_for(milliseconds(50)), std::future_status::timeout) << "not without the start";
     client->onStart();
     ASSERT_EQ(checked.wait_for(Patience), std::future_status::ready);
