@@ -228,8 +228,8 @@ http::Response RealSide::exchange(const QUrl& url, const QJsonDocument& body, co
     m_world->record("request", {id, limit, set.deadline.has_value(), set.isNew, asExpected},
                     set.alias + u'|' + key + (id < 0 ? u'|' + url.toString() : QString()),
                     body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact));
-    http::Response response = responseOf(m_world->answer(method, end));
-    response.setUrl(url);
+    // Without its URL: it is the client that says which site a reply is of.
+    const http::Response response = responseOf(m_world->answer(method, end));
     m_world->record("class", {CrptClient::getRequestStatus(response)});
     return response;
 }
