@@ -57,6 +57,30 @@ TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
     }
 }
 
+TEST_F(ClientInSeveralThreads, CountsTheWaitForAnotherChecksWalkIntoTheBudget)
+{
+    startWithSites({"s1"});
+    std::future<http::Response> second;
+    Moment begun(0);
+    check("s1", {[&](const SentRequest&) {
+                     clock.onLook = [&] { begun.release(); };
+                     second = std::async(std::launch::async, [this] { return request(seconds(10)); });
+                     EXPECT_TRUE(begun.try_acquire_for(Patience));
+                     clock.advance(seconds(4));
+                     return reply(200, Ok);
+                 },
+                 [&](const SentRequest&) {
+                     clock.advance(seconds(7));
+                     return timedOut();
+                 },
+                 says(200, Ok)});
+    EXPECT_EQ(request().status(), 200);
+    const http::Response late = second.get();
+    clock.onLook = {};
+    EXPECT_EQ(late.status(), 0) << "nobody else may be asked any more";
+    EXPECT_EQ(late.errorKind(), ErrorKind::SalePermitted);
+}
+
 /// A host that does something at once when it is told something, once.
 struct HastyHost : BaseActivityListener
 {

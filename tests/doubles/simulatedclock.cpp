@@ -15,6 +15,15 @@ SimulatedClock::~SimulatedClock()
     MockFactory<CurrentTime>::mocked = nullptr;
 }
 
+std::chrono::nanoseconds SimulatedClock::monotonic() const
+{
+    const auto now = m_now.load();
+    if (onLook) {
+        onLook();
+    }
+    return now;
+}
+
 QDateTime SimulatedClock::currentDateTime() const
 {
     const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(monotonic() - Start);

@@ -13,14 +13,16 @@ public:
     ~SimulatedClock() override;
 
     [[nodiscard]] QDateTime currentDateTime() const override;
-    [[nodiscard]] std::chrono::nanoseconds monotonic() const override { return m_now.load(); }
+    /// Calls `onLook` when the time is read.
+    [[nodiscard]] std::chrono::nanoseconds monotonic() const override;
     /// Moves the clock instead of waiting, then calls `onSleep`.
     void sleepFor(std::chrono::milliseconds duration) const override;
 
     void advance(std::chrono::nanoseconds duration) const;
 
-    /// Set before any other thread sleeps by this clock.
+    // Set before any other thread uses this clock.
     std::function<void()> onSleep;
+    std::function<void()> onLook;
 
 private:
     mutable std::atomic<std::chrono::nanoseconds> m_now;
