@@ -81,6 +81,8 @@ TEST_F(CrptClientTest, UpdatesAgainAfterAnUpdateThatBrokeOff)
     EXPECT_EQ(client->updateInfo(), Status::Finished);
     EXPECT_THAT(log.take(),
                 testing::ElementsAre(FetchLine, "error Обновление списка площадок прервано исключением"));
+    check("s1", {says(500)});
+    EXPECT_EQ(request().errorKind(), http::ErrorKind::Unreachable) << "what the operator lists is not known";
     relist({"s2"});
     client->updateInfo();
     EXPECT_EQ(log.take().last(), "info Выбрана CDN: http://s2 (10 мс)");

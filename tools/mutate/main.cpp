@@ -257,11 +257,12 @@ int work(const Options& options)
     }
     const int lived = fates[Fate::Explained] + fates[Fate::Survived];
     const int all = fates[Fate::Killed] + lived;
-    const double share = all == 0 ? 1 : double(fates[Fate::Killed]) / all;
-    std::cout << all << " mutants, " << fates[Fate::Killed] << " killed ("
-              << static_cast<int>(share * 1000) / 10.0 << " %), " << lived << " survived, "
-              << fates[Fate::Explained] << " of them explained; " << fates[Fate::NoProgram]
-              << " more do not compile\n";
+    // Those that change nothing that anybody could notice are nobody's to kill.
+    const int noticeable = all - fates[Fate::Explained];
+    const double share = noticeable == 0 ? 1 : double(fates[Fate::Killed]) / noticeable;
+    std::cout << all << " mutants, " << fates[Fate::Killed] << " killed, " << lived << " survived, "
+              << fates[Fate::Explained] << " of them explained; " << static_cast<int>(share * 1000) / 10.0
+              << " % of the others killed; " << fates[Fate::NoProgram] << " more do not compile\n";
     return share >= options.goal ? 0 : 1;
 }
 
