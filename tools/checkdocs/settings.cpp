@@ -16,7 +16,7 @@ using Keys = QMap<QString, QString>;
 Keys keysOf(const QByteArray& json)
 {
     Keys keys;
-    for (const QJsonValue& value : QJsonDocument::fromJson(json).object().value("keys").toArray()) {
+    for (const auto& value : QJsonDocument::fromJson(json).object().value("keys").toArray()) {
         const QJsonObject key = value.toObject();
         keys.insert(key["section"].toString() + ':' + key["key"].toString(), key["default"].toString());
     }
