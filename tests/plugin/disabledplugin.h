@@ -1,3 +1,5 @@
+#pragma once
+
 #include <QObject>
 #include <QtPlugin>
 
@@ -7,5 +9,3 @@ class DisabledPlugin : public QObject
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "CrptService" FILE "disabledplugin.json")
 };
-
-#include "disabledplugin.moc"

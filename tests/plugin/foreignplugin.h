@@ -1,3 +1,5 @@
+#pragma once
+
 #include <QObject>
 #include <QtPlugin>
 
@@ -7,5 +9,3 @@ class ForeignPlugin : public QObject
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "AnotherService")
 };
-
-#include "foreignplugin.moc"
