@@ -2,10 +2,6 @@
 // server misbehaves at one step. Prints the table of what comes of it.
 #include <cstdio>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
 #include "plugin/crptservice.h"
@@ -14,6 +10,7 @@
 #include "tests/doubles/settings.h"
 #include "tests/faults/faulttable.h"
 #include "tests/faults/slowlookup.h"
+#include "tests/support/marksim.h"
 #include <gtest/gtest.h>
 #include <network/restclient.h>
 #include <orvex/actiondispatcher.h>
@@ -24,7 +21,6 @@ using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using Result = CheckMarkingCodesResult;
-using Reply = ScriptedReply;
 
 namespace {
 
@@ -34,38 +30,43 @@ constexpr milliseconds LongLimit = 20s;
 constexpr milliseconds ShortLimit = 20ms;
 constexpr int MostReplyBytes = 16 << 20;
 
-const MarkingCode Good("RU-0");
+const MarkingCode Good("RU-401301-AAA0277031");
 
 struct Step
 {
+    const char* server;
     QString method;
     QByteArray body;  // usual reply; %1 stands for a site
 };
-const Step Steps[Places] = {{"/cdn/info", R"({"hosts":[{"host":"%1"}]})"},
-                            {"/cdn/health/check", R"({"code":0})"},
-                            {"/codes/check", R"({"code":0,"description":"ok","codes":[{"cis":"RU-0"}]})"},
-                            {"/status", R"({"status":"ready"})"},
-                            {"/outCheck", R"({"results":[{"codes":[{"cis":"RU-0"}]}]})"}};
+const Step Steps[Places] = {
+    {"operator-1", "/cdn/info", R"({"hosts":[{"host":"%1"}]})"},
+    {"site-1", "/cdn/health/check", R"({"code":0})"},
+    {"site-1", "/codes/check", R"({"code":0,"description":"ok","codes":[{"cis":"RU-401301-AAA0277031"}]})"},
+    {"module-1", "/status", R"({"status":"ready"})"},
+    {"module-1", "/outCheck", R"({"results":[{"codes":[{"cis":"RU-401301-AAA0277031"}]}]})"}};
 
 const Step& stepAt(Place place)
 {
     return Steps[int(place)];
 }
 
-Reply usualAt(Place place, boost::asio::ssl::context* tls)
+/// With one site, without TLS or with it.
+const MarkSim& standFor(const Fault& fault)
 {
-    Reply reply = okReply(stepAt(place).body);
-    reply.tls = tls;
-    return reply;
+    static const MarkSim plain({"--sites", "1"});
+    static const MarkSim encrypted({"--sites", "1", "--tls"});
+    return fault.scheme == "https" ? encrypted : plain;
 }
 
-/// The real HTTP client, a new one for every exchange, with its own limit for one method, and with an eye on
-/// that method's exchanges.
+/// The real HTTP client, a new one for every exchange. At the exchanges of one step the stand's server
+/// behaves as told, and they have a limit of their own and are looked at.
 class WatchedClient : public RestClient
 {
 public:
-    WatchedClient(const QString& method, milliseconds limit)
-        : m_method(method)
+    WatchedClient(const MarkSim& stand, const Step& step, const QJsonObject& behaviour, milliseconds limit)
+        : m_stand(stand)
+        , m_step(step)
+        , m_behaviour(behaviour)
         , m_limit(limit)
     {
         MockFactory<RestClient>::mocked = this;
@@ -92,19 +93,23 @@ private:
     template <class Send>
     http::Response exchange(const QUrl& url, Send send)
     {
-        const bool watched = url.path().endsWith(m_method);
         RestClient client;
-        client.setTimeout(watched ? m_limit : LongLimit);
-        const auto begin = steady_clock::now();
-        http::Response received = send(client);
-        if (watched) {
-            took = std::chrono::floor<milliseconds>(steady_clock::now() - begin);
-            response = received;
+        client.setTimeout(LongLimit);
+        if (!url.path().endsWith(m_step.method)) {
+            return send(client);
         }
-        return received;
+        m_stand.behave(m_step.server, m_behaviour);
+        client.setTimeout(m_limit);
+        const auto begin = steady_clock::now();
+        response = send(client);
+        took = std::chrono::floor<milliseconds>(steady_clock::now() - begin);
+        m_stand.behave(m_step.server, "[]");
+        return response;
     }
 
-    const QString m_method;
+    const MarkSim& m_stand;
+    const Step& m_step;
+    const QJsonObject m_behaviour;
     const milliseconds m_limit;
 };
 
@@ -117,74 +122,52 @@ std::string seenIn(const http::Response& response)
                                      : std::to_string(response.status());
 }
 
-/// The plug-in of a till, told of one operator and one local module.
-Result sell(const QString& operatorUrl, const QString& moduleUrl)
+QString urlOf(const char* server, const Fault& fault)
 {
-    const QString ca = QString::fromStdString(caFile());
+    QUrl url = standFor(fault).url(server);
+    url.setHost(fault.host);
+    return url.toString();
+}
+
+/// Sells the good while one server is to be found under the fault's address. The module is only told of where
+/// it is to be asked, since there is no operator then.
+Result sell(Place place, const Fault& fault)
+{
+    constexpr int goodLookups[Places] = {0, 0, 1, 0, 2};
+    const SlowLookup lookup(goodLookups[int(place)]);
+    const MarkSim& stand = standFor(fault);
+    const bool offline = place == Place::Status || place == Place::OutCheck;
+    if (fault.host != "127.0.0.1" && !offline) {
+        stand.behave("operator-1",
+                     QJsonObject{{"set", QJsonObject{{"/hosts/0/host", urlOf("site-1", fault)}}}});
+    }
     const LogWatch quiet;
-    Settings settings{
-        {"MarkedGoods:markverifycrptservice", "crpt"}, {"LMCHZ:enable", "true"}, {"LMCHZ:token", "key"}};
-    settings.set("LMCHZ:url", moduleUrl);
-    settings.set("Network:caFile", ca);
+    Settings settings{{"MarkedGoods:markverifycrptservice", "crpt"}, {"LMCHZ:enable", "true"}};
+    for (const char* key : {"user", "password", "token"}) {
+        settings.set(QString("LMCHZ:") + key, stand.module()[key].toString());
+    }
+    settings.set("LMCHZ:url", offline ? urlOf("module-1", fault) : "http://");
+    settings.set("Network:caFile", stand.ready()["caFile"].toString());
 
     CrptService service;
     EXPECT_TRUE(service.init());
     const events::marking::InitVerifyService connection{Event(EActivityListener::InitVerifyService)};
     connection.setService("crpt");
     connection.setSection("MarkedGoods");
-    connection.setHosts({operatorUrl});
-    connection.setKeys({"key"});
+    const QString operatorUrl = place == Place::List ? urlOf("operator-1", fault) : stand.url("operator-1");
+    connection.setHosts({offline ? "http://127.0.0.1:1" : operatorUrl});
+    connection.setKeys({stand.key()});
     Singleton<ActivityNotifier>::instance()->sendEvent(connection.event());
 
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, "crpt");
     arguments.setMarkingCodes({Good});
-    arguments.setApiKey("key");
+    arguments.setApiKey(stand.key());
     arguments.setOperationTimeout(60s);
     arguments.setRequestTimeout(60s);
     EXPECT_EQ(Singleton<ActionDispatcher>::instance()->perform(action), QList{EContext::Done});
     service.deinit();
     return arguments.verifyResult();
-}
-
-QString urlOf(const ScriptedServer& server, const Fault& fault)
-{
-    QUrl url = server.url({});
-    url.setScheme(QString::fromStdString(fault.scheme));
-    url.setHost(QString::fromStdString(fault.host));
-    return url.toString();
-}
-
-/// Sells the good while the server that is asked at `place` answers with `reply` there.
-Result sell(Place place, const Fault& fault, const Reply& reply)
-{
-    auto* tls = fault.scheme == "https" ? &goodTls() : nullptr;
-    const Reply health = usualAt(Place::Health, tls);
-    const Reply check = usualAt(Place::Check, tls);
-    constexpr int goodLookups[Places] = {0, 0, 1, 0, 2};
-    const SlowLookup lookup(goodLookups[int(place)]);
-    switch (place) {
-    case Place::List: {
-        const ScriptedServer op{reply};
-        return sell(urlOf(op, fault), "http://");
-    }
-    case Place::Health:
-    case Place::Check: {
-        const ScriptedServer site(place == Place::Health ? QList{reply, check} : QList{health, reply});
-        const QByteArray list =
-            QByteArray(stepAt(Place::List).body).replace("%1", urlOf(site, fault).toUtf8());
-        const ScriptedServer op{okReply(list)};
-        return sell(op.url().toString(), "http://");
-    }
-    case Place::Status:
-    case Place::OutCheck:
-        break;
-    }
-    const Reply status = usualAt(Place::Status, tls);  // asked for twice
-    const ScriptedServer module(place == Place::Status ? QList{reply, reply, usualAt(Place::OutCheck, tls)}
-                                                       : QList{status, status, reply});
-    const ScriptedServer noOperator{{"", Reply::Then::Close, Reply::Door::Shut}};
-    return sell(noOperator.url().toString(), urlOf(module, fault));
 }
 
 /// A letter of Fault::outcomes, '?' for what may not be.
@@ -218,18 +201,16 @@ const char* wordsOf(char outcome)
 class FaultTable : public testing::TestWithParam<Faults>
 {
 protected:
-    /// What comes of one fault at one place, for all its replies; the longest exchange goes to `longest`.
+    /// What comes of one fault at one place, however it shows; the longest exchange goes to `longest`.
     static void expectOutcome(Place place, const Fault& fault, milliseconds limit, milliseconds& longest)
     {
         const char expected = fault.outcomes.at(size_t(place));
-        // The site that is listed, and that answers well: the reply to a check does for its health, too.
-        const ScriptedServer site{usualAt(Place::Check, nullptr)};
-        const QByteArray body = QByteArray(stepAt(place).body).replace("%1", site.url().toString().toUtf8());
-        int number = 0;
-        for (const Reply& reply : fault.replies(body)) {
-            SCOPED_TRACE("reply " + std::to_string(number++));
-            const WatchedClient client(stepAt(place).method, limit);
-            const char outcome = outcomeOf(sell(place, fault, reply));
+        const MarkSim& stand = standFor(fault);
+        const QByteArray body = QByteArray(stepAt(place).body).replace("%1", stand.url("site-1").toUtf8());
+        for (const QJsonObject& behaviour : fault.behaviours(body)) {
+            SCOPED_TRACE(toJson(behaviour).left(500).toStdString());
+            const WatchedClient client(stand, stepAt(place), behaviour, limit);
+            const char outcome = outcomeOf(sell(place, fault));
             EXPECT_EQ(outcome, expected);
             EXPECT_EQ(seenIn(client.response), fault.seen);
             EXPECT_LE(client.response.body().size(), MostReplyBytes);

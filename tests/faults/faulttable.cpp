@@ -1,30 +1,13 @@
 #include "faulttable.h"
 
-#include "stand/certificates.h"
+#include <QJsonDocument>
 
 using namespace std::chrono_literals;
-using marksim::Certificate;
-using marksim::Certificates;
-using Reply = ScriptedReply;
-using Then = ScriptedReply::Then;
-using Door = ScriptedReply::Door;
-using Replies = std::vector<ScriptedReply>;
-using Maker = std::function<Replies(const QByteArray&)>;
+using Behaviours = std::vector<QJsonObject>;
+using Maker = std::function<Behaviours(const QByteArray&)>;
 using Text = std::function<QByteArray(const QByteArray&)>;
 
 namespace {
-
-Certificates& certificates()
-{
-    static Certificates made("127.0.0.1");
-    return made;
-}
-
-Certificates& othersCertificates()
-{
-    static Certificates made("127.0.0.1");
-    return made;
-}
 
 QByteArray same(const QByteArray& body)
 {
@@ -36,75 +19,65 @@ Text fixed(const QByteArray& body)
     return [=](const QByteArray&) { return body; };
 }
 
-/// A head, in which %1 stands for the length, and what becomes of the usual body.
-Maker framed(const QByteArray& head, const Text& text = same, Then then = Then::Close)
+/// A behaviour of the stand, whatever the usual body.
+Maker behaviour(const char* json)
 {
-    return [=](const QByteArray& usual) -> Replies {
-        const QByteArray body = text(usual);
-        QByteArray filled = "HTTP/1.1 " + head + "\r\n\r\n";
-        filled.replace("%1", QByteArray::number(body.size()));
-        return {{filled + body, then}};
-    };
+    return [=](const QByteArray&) -> Behaviours { return {QJsonDocument::fromJson(json).object()}; };
 }
+
+/// All bytes of a reply, then the end of the connection.
+QJsonObject raw(const QByteArray& whole)
+{
+    return {{"rawBase64", QString(whole.toBase64())}};
+}
+
+Maker bytes(const QByteArray& whole)
+{
+    return [=](const QByteArray&) -> Behaviours { return {raw(whole)}; };
+}
+
+/// A head, in which %1 stands for the length, and what becomes of the usual body.
+QByteArray filled(const QByteArray& head, const QByteArray& body)
+{
+    return "HTTP/1.1 " + QByteArray(head).replace("%1", QByteArray::number(body.size())) + "\r\n\r\n" + body;
+}
+
+Maker framed(const QByteArray& head, const Text& text = same)
+{
+    return [=](const QByteArray& usual) -> Behaviours { return {raw(filled(head, text(usual)))}; };
+}
+
+const QByteArray ok = "200 OK\r\nContent-Length: %1";
 
 Maker body(const Text& text)
 {
-    return framed("200 OK\r\nContent-Length: %1", text);
-}
-
-Maker usual()
-{
-    return body(same);
-}
-
-Maker bytes(const QByteArray& whole, Then then = Then::Close, Door door = Door::Open)
-{
-    return [=](const QByteArray&) -> Replies { return {{whole, then, door}}; };
-}
-
-Maker over(boost::asio::ssl::context& tls, const Maker& maker)
-{
-    return [=, &tls](const QByteArray& usualBody) {
-        Replies replies = maker(usualBody);
-        for (Reply& reply : replies) {
-            reply.tls = &tls;
-        }
-        return replies;
-    };
-}
-
-Maker slowly(std::chrono::milliseconds pace, const Maker& maker)
-{
-    return [=](const QByteArray& usualBody) {
-        Replies replies = maker(usualBody);
-        replies.front().pace = pace;
-        return replies;
-    };
+    return framed(ok, text);
 }
 
 /// The usual reply, ended after each of its bytes: those of its head, or those of its body but the last.
-Maker cutEverywhere(bool inBody, Then then)
+Maker cutEverywhere(bool inBody, const char* ending)
 {
-    return [=](const QByteArray& usualBody) {
-        const QByteArray whole = okReply(usualBody).bytes;
-        const qsizetype head = whole.size() - usualBody.size();
-        Replies replies;
+    return [=](const QByteArray& usual) {
+        const QByteArray whole = filled(ok, usual);
+        const qsizetype head = whole.size() - usual.size();
+        Behaviours behaviours;
         for (qsizetype size = inBody ? head : 0; size < (inBody ? whole.size() : head); ++size) {
-            replies.push_back({whole.left(size), then});
+            behaviours.push_back(raw(whole));
+            behaviours.back()["cut"] = QJsonObject{{"after", size}, {"by", ending}};
         }
-        return replies;
+        return behaviours;
     };
 }
 
 /// Bodies made of one text, in which %1 stands for each of the values in turn.
-Maker filled(const QByteArray& text, const QByteArrayList& values)
+Maker bodies(const QByteArray& text, const QByteArrayList& values)
 {
     return [=](const QByteArray&) {
-        Replies replies;
+        Behaviours behaviours;
         for (const QByteArray& value : values) {
-            replies.push_back(okReply(QByteArray(text).replace("%1", value)));
+            behaviours.push_back(raw(filled(ok, QByteArray(text).replace("%1", value))));
         }
-        return replies;
+        return behaviours;
     };
 }
 
@@ -113,86 +86,71 @@ QByteArray deflated(const QByteArray& text)
     return qCompress(text, 1).mid(4);
 }
 
-const QByteArray& blanks()
-{
-    static const QByteArray made(100 << 20, ' ');
-    return made;
-}
-
 /// A text in front of the first, or behind the last member of an object.
 Text before(const QByteArray& members)
 {
-    return [=](const QByteArray& usualBody) { return "{" + members + "," + usualBody.mid(1); };
+    return [=](const QByteArray& usual) { return "{" + members + "," + usual.mid(1); };
 }
 Text behind(const QByteArray& members)
 {
-    return [=](const QByteArray& usualBody) { return usualBody.chopped(1) + "," + members + "}"; };
+    return [=](const QByteArray& usual) { return usual.chopped(1) + "," + members + "}"; };
 }
 
 std::vector<Fault> connecting()
 {
-    const Maker reset = bytes("", Then::Reset, Door::FirstBytes);
     return {
-        {"name not found", "error 3", "UUUUU", usual(), "http", "unknown.test"},
-        {"name look-up without an answer", "time-out", "UUSUU", usual(), "http", "slow.test"},
-        {"connection refused", "error 1", "UUUUU", bytes("", Then::Close, Door::Shut)},
-        {"connection unanswered (full queue)", "time-out", "UUSUU", bytes("", Then::Close, Door::Full)},
-        {"reset on request", "error 2", "UUUUU", reset},
-        {"closed on request", "error 2", "UUUUU", bytes("", Then::Close, Door::FirstBytes)},
-        {"silent on request", "time-out", "UUSUU", bytes("", Then::Silence, Door::FirstBytes)},
+        {"name not found", "error 3", "UUUUU", body(same), "http", "unknown.test"},
+        {"name look-up without an answer", "time-out", "UUSUU", body(same), "http", "slow.test"},
+        {"connection refused", "error 1", "UUUUU", behaviour(R"({"connect": "refuse"})")},
+        {"connection unanswered (full queue)", "time-out", "UUSUU",
+         behaviour(R"({"connect": "unanswered"})")},
+        {"reset on request", "error 2", "UUUUU", behaviour(R"({"connect": "reset"})")},
+        {"closed on request", "error 2", "UUUUU", behaviour(R"({"connect": "close"})")},
+        {"silent on request", "time-out", "UUSUU", behaviour(R"({"connect": "silent"})")},
         {"TLS where HTTP is spoken", "error 399", "UUUUU", bytes(QByteArray("\x15\x03\x03\0\2\2\x28", 7))},
     };
 }
 
+/// A local module is asked without TLS.
 std::vector<Fault> encryption()
 {
-    const auto with = [](Certificate certificate) {
-        return over(certificates().context(certificate), usual());
-    };
-    const auto handshake = [](const QByteArray& answer, Then then) {
-        return bytes(answer, then, Door::FirstBytes);
-    };
-    const Maker longLength = framed("200 OK\r\nContent-Length: 999");
     return {
-        {"good certificate", "200", "PPPOO", with(Certificate::Good), "https"},
-        {"certificate of another host", "error 6", "UUUUU", with(Certificate::WrongHost), "https"},
-        {"certificate expired", "error 6", "UUUUU", with(Certificate::Expired), "https"},
-        {"certificate self-signed", "error 6", "UUUUU", with(Certificate::SelfSigned), "https"},
-        {"certificate of an unknown authority", "error 6", "UUUUU",
-         over(othersCertificates().context(Certificate::Good), usual()), "https"},
-        {"handshake closed", "error 6", "UUUUU", handshake("", Then::Close), "https"},
-        {"handshake reset", "error 6", "UUUUU", handshake("", Then::Reset), "https"},
-        {"handshake cut in its first record", "error 6", "UUUUU",
-         handshake(QByteArray("\x16\x03\x03\x00\x7a\x02", 6), Then::Close), "https"},
-        {"handshake answered in plain HTTP", "error 6", "UUUUU", handshake(okReply().bytes, Then::Close),
+        {"good certificate", "200", "PPP--", behaviour(R"({"certificate": "good"})"), "https"},
+        {"certificate of another host", "error 6", "UUU--", behaviour(R"({"certificate": "wrong-host"})"),
          "https"},
-        {"handshake without an answer", "time-out", "UUSUU", handshake("", Then::Silence), "https"},
-        {"length too long under TLS", "error 2", "PPUOU", over(goodTls(), longLength), "https"},
-        {"body ended by closing under TLS", "200", "PPPOO", over(goodTls(), framed("200 OK")), "https"},
+        {"certificate expired", "error 6", "UUU--", behaviour(R"({"certificate": "expired"})"), "https"},
+        {"certificate self-signed", "error 6", "UUU--", behaviour(R"({"certificate": "self-signed"})"),
+         "https"},
+        {"handshake closed", "error 6", "UUU--", behaviour(R"({"connect": "close"})"), "https"},
+        {"handshake reset", "error 6", "UUU--", behaviour(R"({"connect": "reset"})"), "https"},
+        {"handshake without an answer", "time-out", "UUS--", behaviour(R"({"connect": "silent"})"), "https"},
+        {"length too long under TLS", "error 2", "PPU--", behaviour(R"({"framing": "long-length"})"),
+         "https"},
+        {"body ended by closing under TLS", "200", "PPP--", behaviour(R"({"framing": "until-close"})"),
+         "https"},
     };
 }
 
 std::vector<Fault> timing()
 {
-    const QByteArray head = "HTTP/1.1 200 OK\r\nContent-Length: 99999\r\n";
-    const QByteArray filler(10'000, ' ');
     return {
-        {"ended at every byte of the head", "error 2", "UUUUU", cutEverywhere(false, Then::Close)},
-        {"ended at every byte of the body", "error 2", "UUUUU", cutEverywhere(true, Then::Close)},
-        {"reset at every byte of the head", "error 2", "UUUUU", cutEverywhere(false, Then::Reset)},
-        {"reset at every byte of the body", "error 2", "UUUUU", cutEverywhere(true, Then::Reset)},
-        {"silent from every byte of the head", "time-out", "UUSUU", cutEverywhere(false, Then::Silence)},
-        {"silent from every byte of the body", "time-out", "UUSUU", cutEverywhere(true, Then::Silence)},
-        {"a byte each millisecond, in time", "200", "PPPOO", slowly(1ms, usual())},
-        {"a byte each 5 ms in the head, too late", "time-out", "UUSUU",
-         slowly(5ms, bytes("HTTP/1.1 200 OK\r\nX-Drip: " + filler))},
+        {"ended at every byte of the head", "error 2", "UUUUU", cutEverywhere(false, "close")},
+        {"ended at every byte of the body", "error 2", "UUUUU", cutEverywhere(true, "close")},
+        {"reset at every byte of the head", "error 2", "UUUUU", cutEverywhere(false, "reset")},
+        {"reset at every byte of the body", "error 2", "UUUUU", cutEverywhere(true, "reset")},
+        {"silent from every byte of the head", "time-out", "UUSUU", cutEverywhere(false, "stall")},
+        {"silent from every byte of the body", "time-out", "UUSUU", cutEverywhere(true, "stall")},
+        {"a byte each millisecond, in time", "200", "PPPOO",
+         behaviour(R"({"drip": {"bytes": 1, "everyMs": 1}})")},
         {"a byte each 5 ms in the body, too late", "time-out", "UUSUU",
-         slowly(5ms, bytes(head + "\r\n" + filler)), "http", "127.0.0.1", 500ms},
+         behaviour(R"({"drip": {"bytes": 1, "everyMs": 5}, "padMegabytes": 1})"), "http", "127.0.0.1", 500ms},
         {"401, then silence", "time-out", "UUFUU",
-         bytes("HTTP/1.1 401 No\r\nContent-Length: 9\r\n\r\n", Then::Silence), "http", "127.0.0.1", 500ms},
+         behaviour(R"({"status": 401, "cut": {"after": "head", "by": "stall"}})"), "http", "127.0.0.1",
+         500ms},
         {"500, then silence", "time-out", "UUSUU",
-         bytes("HTTP/1.1 500 No\r\nContent-Length: 9\r\n\r\n", Then::Silence), "http", "127.0.0.1", 500ms},
-        {"500, then cut", "error 2", "UUSUU", bytes("HTTP/1.1 500 No\r\nContent-Length: 9\r\n\r\n{")},
+         behaviour(R"({"status": 500, "cut": {"after": "head", "by": "stall"}})"), "http", "127.0.0.1",
+         500ms},
+        {"500, then cut", "error 2", "UUSUU", behaviour(R"({"status": 500, "cut": {"after": "head"}})")},
     };
 }
 
@@ -200,48 +158,46 @@ std::vector<Fault> framing()
 {
     const QByteArray chunked = "200 OK\r\nTransfer-Encoding: chunked";
     const auto asChunk = [](const char* extension, const char* end) {
-        return [=](const QByteArray& usualBody) {
-            return QByteArray::number(usualBody.size(), 16) + extension + "\r\n" + usualBody + end;
+        return [=](const QByteArray& usual) {
+            return QByteArray::number(usual.size(), 16) + extension + "\r\n" + usual + end;
         };
     };
     const auto in = [](const char* encoding) {
         return QByteArray("200 OK\r\nContent-Length: %1\r\nContent-Encoding: ") + encoding;
     };
     const QByteArray location = "\r\nLocation: /elsewhere\r\nContent-Length: %1";
-    const Maker http10 = [](const QByteArray& text) -> Replies {
-        return {{"HTTP/1.0 200 OK\r\n\r\n" + text, Then::Close}};
+    const Maker http10 = [](const QByteArray& usual) -> Behaviours {
+        return {raw("HTTP/1.0 200 OK\r\n\r\n" + usual)};
     };
     const Text half = [](const QByteArray& text) { return deflated(text).chopped(9); };
     const QByteArray filler = QByteArray("\r\nX-Filler: 0123456789abcdef").repeated(20'000);
-    const Text flood = [](const QByteArray& usualBody) { return usualBody + blanks(); };
     return {
-        {"length too short", "200", "UUFUN", framed("200 OK\r\nContent-Length: 5")},
-        {"length too long", "error 2", "PPUOU", framed("200 OK\r\nContent-Length: 500")},
+        {"length too short", "200", "UUFUN", behaviour(R"({"framing": "short-length"})")},
+        {"length too long", "error 2", "PPUOU", behaviour(R"({"framing": "long-length"})")},
         {"length negative", "error 399", "UUUUU", framed("200 OK\r\nContent-Length: -5")},
         {"length not a number", "error 399", "UUUUU", framed("200 OK\r\nContent-Length: ten")},
-        {"no length, ended by closing", "200", "PPPOO", framed("200 OK")},
+        {"no length, ended by closing", "200", "PPPOO", behaviour(R"({"framing": "until-close"})")},
         {"HTTP/1.0 without headers", "200", "PPPOO", http10},
         {"chunks with extension and trailer", "200", "PPPOO",
          framed(chunked, asChunk(";x=y", "\r\n0\r\nX-T: 1\r\n\r\n"))},
-        {"chunk size not a number", "error 2", "UUUUU", framed(chunked + "\r\n\r\nzz")},
+        {"chunk size not a number", "error 2", "UUUUU", behaviour(R"({"framing": "bad-chunks"})")},
         {"chunk size out of range", "error 2", "UUUUU", framed(chunked + "\r\n\r\nfffffffffffffffff")},
         {"chunk longer than announced", "error 2", "PPUOU",
          framed(chunked, asChunk("", "junk\r\n0\r\n\r\n"))},
         {"last chunk missing", "error 2", "PPUOU", framed(chunked, asChunk("", "\r\n"))},
         {"deflate", "200", "PPPOO", framed(in("deflate"), deflated)},
         {"deflate cut short", "200", "UUFUN", framed(in("deflate"), half)},
-        {"gzip that is none", "error 399", "UUUUU", framed(in("gzip"))},
-        {"deflate that is none", "error 399", "UUUUU",
-         framed(in("deflate"), [](const QByteArray& text) { return "\xff" + text; })},
+        {"gzip that is none", "error 399", "UUUUU", behaviour(R"({"encoding": "lying-gzip"})")},
         {"unknown encoding", "error 399", "UUUUU", framed(in("rot13"))},
         {"decompression bomb of 100 MiB", "error 399", "UUUUU",
-         framed(in("deflate"), fixed(deflated(blanks())))},
-        {"100 MiB of body", "error 399", "PPUOU", framed("200 OK\r\nContent-Length: 999999999", flood)},
-        {"100 MiB of body without a length", "error 399", "PPUOU", framed("200 OK", flood)},
-        {"15 MiB of blanks before the object", "200", "PPPOO",
-         body([](const QByteArray& text) { return QByteArray(15 << 20, ' ') + text; })},
+         behaviour(R"({"encoding": "gzip", "padMegabytes": 100})")},
+        {"100 MiB of body", "error 399", "UUUUU", behaviour(R"({"padMegabytes": 100})")},
+        {"100 MiB of body without a length", "error 399", "UUUUU",
+         behaviour(R"({"framing": "until-close", "padMegabytes": 100})")},
+        {"15 MiB in a member of the object", "200", "PPPOO", behaviour(R"({"padMegabytes": 15})")},
         {"endless head", "error 399", "UUUUU", bytes("HTTP/1.1 200 OK" + filler)},
-        {"endless line in the head", "error 99", "UUUUU", bytes("HTTP/1.1 200 OK\r\nX-Flood: " + blanks())},
+        {"endless line in the head", "error 99", "UUUUU",
+         bytes("HTTP/1.1 200 OK\r\nX-Flood: " + QByteArray(1 << 20, ' '))},
         {"interim replies first", "200", "PPPOO",
          framed("100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\nHTTP/1.1 200 OK")},
         {"interim reply, then the end", "error 2", "UUUUU", framed("100 Continue", fixed(""))},
@@ -301,41 +257,31 @@ std::vector<Fault> json()
         {"lone surrogate", "200", "PPPOO", body(before(R"("x":"\ud800")"))},
         {"duplicate keys, the last one right", "200", "PPPOO", body(before(wrong))},
         {"duplicate keys, the last one wrong", "200", "UUFUN", body(behind(wrong))},
-        {"\"hosts\" of a wrong type", "200", "U----", filled(R"({"hosts": %1})", types)},
-        {"\"host\" of a wrong type", "200", "U----", filled(R"({"hosts": [{"host": %1}]})", types)},
+        {"\"hosts\" of a wrong type", "200", "U----", bodies(R"({"hosts": %1})", types)},
+        {"\"host\" of a wrong type", "200", "U----", bodies(R"({"hosts": [{"host": %1}]})", types)},
         {"\"host\" no address", "200", "U----",
-         filled(R"({"hosts": [{"host": "%1"}]})",
+         bodies(R"({"hosts": [{"host": "%1"}]})",
                 {"http://", ":::", "ftp://127.0.0.1", "\\u0000", "http://%zz"})},
-        {"\"code\" missing or not 0", "200", "-U---", filled("{%1}", {"", R"("code": 1)", R"("code": -1)"})},
+        {"\"code\" missing or not 0", "200", "-U---", bodies("{%1}", {"", R"("code": 1)", R"("code": -1)"})},
         {"\"code\" of a wrong type", "200", "-P---",
-         filled(R"({"code": %1})", {"null", "true", "\"7\"", "[]", "{}", "0.5", "1e300", "4294967296"})},
+         bodies(R"({"code": %1})", {"null", "true", "\"7\"", "[]", "{}", "0.5", "1e300", "4294967296"})},
         {"\"code\", \"description\" of a wrong type", "200", "--P--",
-         filled(R"({"code": %1, "description": %1, "codes": [{"cis": "RU-0"}]})", types)},
+         bodies(R"({"code": %1, "description": %1, "codes": [{"cis": "RU-401301-AAA0277031"}]})", types)},
         {"\"reqId\" to \"version\" of a wrong type", "200", "--P--",
-         filled(R"({"reqId": %1, "reqTimestamp": %1, "inst": %1, "version": %1, "codes": [{"cis": "RU-0"}]})",
+         bodies(R"({"reqId": %1, "reqTimestamp": %1, "inst": %1, "version": %1, "codes": [{"cis": "RU-401301-AAA0277031"}]})",
                 types)},
-        {"\"codes\" of a wrong type", "200", "--F--", filled(R"({"codes": %1})", types)},
-        {"\"status\" of a wrong type", "200", "---U-", filled(R"({"status": %1})", types)},
+        {"\"codes\" of a wrong type", "200", "--F--", bodies(R"({"codes": %1})", types)},
+        {"\"status\" of a wrong type", "200", "---U-", bodies(R"({"status": %1})", types)},
         {"\"status\" of another value", "200", "---U-",
-         filled(R"({"status": "%1"})",
+         bodies(R"({"status": "%1"})",
                 {"", "Ready", "ready ", "initialization", "not_configured", "sync_error"})},
-        {"\"results\" of a wrong type", "200", "----N", filled(R"({"results": %1})", types)},
+        {"\"results\" of a wrong type", "200", "----N", bodies(R"({"results": %1})", types)},
         {"\"results\", \"codes\" of a wrong type", "200", "----N",
-         filled(R"({"results": [{"codes": %1}]})", types)},
+         bodies(R"({"results": [{"codes": %1}]})", types)},
     };
 }
 
 }  // namespace
-
-std::string caFile()
-{
-    return certificates().caFile();
-}
-
-boost::asio::ssl::context& goodTls()
-{
-    return certificates().context(Certificate::Good);
-}
 
 std::vector<Faults> allFaults()
 {

@@ -1,13 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include <QByteArray>
-
-#include "tests/host/scriptedserver.h"
+#include <QJsonObject>
 
 /// The steps of a sale that talk to somebody: the operator's list and a site's health, the check at the site,
 /// and, when there is no site, the local module's status and its check.
@@ -26,10 +25,10 @@ struct Fault
     ///  O: passes by the module's reply        N: the module's reply leaves it without a verdict
     ///  -: the fault does not concern the place
     std::string outcomes;
-    /// The replies, in place of one with this body; each is tried in a sale of its own.
-    std::function<std::vector<ScriptedReply>(const QByteArray& body)> replies;
-    std::string scheme = "http";
-    std::string host = "127.0.0.1";
+    /// How the stand's server behaves in place of a reply with this body; each is tried in a sale of its own.
+    std::function<std::vector<QJsonObject>(const QByteArray& body)> behaviours;
+    QString scheme = QStringLiteral("http");
+    QString host = QStringLiteral("127.0.0.1");
     /// For the exchange at that place; zero for what suits what is seen.
     std::chrono::milliseconds limit{};
 };
@@ -44,8 +43,3 @@ struct Faults
 
 /// The table.
 std::vector<Faults> allFaults();
-
-/// PEM file of the authority that the good certificates are signed by.
-std::string caFile();
-/// The good certificate.
-boost::asio::ssl::context& goodTls();

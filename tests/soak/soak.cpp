@@ -6,7 +6,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <iostream>
 #include <random>
@@ -20,7 +19,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
 
 #include "contracts/metatypes.h"
 #include "tests/e2e/till.h"
@@ -64,18 +62,6 @@ struct Footprint
                std::to_string(threads) + " threads";
     }
 };
-
-/// Starts a marksim that ends with this process, and gives its ready line. Not by QProcess: its child shares
-/// memory with the process for a while, which ThreadSanitizer loses track over.
-QJsonObject startStand()
-{
-    std::FILE* const stand = ::popen("exec '" MARKSIM_PATH "' --die-with-parent", "r");
-    std::array<char, 4096> line{};
-    if (stand == nullptr || std::fgets(line.data(), int(line.size()), stand) == nullptr) {
-        throw std::runtime_error("marksim does not start");
-    }
-    return QJsonDocument::fromJson(line.data()).object();
-}
 
 struct Counts
 {
@@ -269,7 +255,7 @@ void print(const Counts& counts)
 
 int soak(std::chrono::seconds length, unsigned seed)
 {
-    const MarkSim stand(startStand());
+    const MarkSim stand(MarkSim::startApart());
     // The first rounds fill what is kept for good: Qt's tables, libcurl, the allocator's arenas.
     const auto warmUp = std::max<std::chrono::seconds>(length / 4, 5s);
     Soak(stand, seed).run(warmUp);

@@ -1,6 +1,8 @@
 #include "tests/support/marksim.h"
 
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
@@ -29,6 +31,16 @@ MarkSim::MarkSim(const QStringList& arguments, const QJsonObject& scenario)
 MarkSim::MarkSim(QJsonObject ready)
     : m_ready(std::move(ready))
 {
+}
+
+QJsonObject MarkSim::startApart()
+{
+    std::FILE* const stand = ::popen("exec '" MARKSIM_PATH "' --die-with-parent", "r");
+    std::array<char, 4096> line{};
+    if (stand == nullptr || std::fgets(line.data(), int(line.size()), stand) == nullptr) {
+        throw std::runtime_error("marksim does not start");
+    }
+    return QJsonDocument::fromJson(line.data()).object();
 }
 
 MarkSim::~MarkSim()
