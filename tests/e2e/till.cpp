@@ -32,19 +32,14 @@ Till::~Till()
     m_loader.unload();
 }
 
-void Till::connectOperator(const QStringList& keys)
+void Till::connectOperator(const QStringList& keys, const QStringList& hosts)
 {
     const events::marking::InitVerifyService settings{Event(EActivityListener::InitVerifyService)};
     settings.setService("crpt");
     settings.setSection("MarkedGoods");
-    settings.setHosts(m_stand.operatorUrls());
+    settings.setHosts(hosts);
     settings.setKeys(keys);
     Singleton<ActivityNotifier>::instance()->sendEvent(settings.event());
-}
-
-void Till::sendEvent(int code)
-{
-    Singleton<ActivityNotifier>::instance()->sendEvent(Event(code));
 }
 
 CheckMarkingCodesResult Till::verify(const QList<MarkingCode>& codes)
@@ -78,21 +73,11 @@ void Till::stop()
     m_loader.plugin()->deinit();
 }
 
-QStringList texts(const QList<MarkingCode>& codes)
+QStringList moduleSettings(const MarkSim& stand)
 {
-    QStringList result;
-    for (const MarkingCode& code : codes) {
-        result << code.toString();
+    QStringList settings{"LMCHZ:enable=true"};
+    for (const char* key : {"url", "user", "password", "token"}) {
+        settings << QString("LMCHZ:") + key + '=' + stand.module()[key].toString();
     }
-    return result;
-}
-
-QList<MarkingCode> listedGoods(const MarkSim& stand)
-{
-    QList<MarkingCode> codes;
-    const QJsonArray listed = stand.admin("GET", "/goods")["goods"].toArray();
-    for (const QJsonValue good : listed) {
-        codes << MarkingCode(good["code"].toString());
-    }
-    return codes;
+    return settings;
 }

@@ -18,11 +18,10 @@ public:
     Till(const Till&) = delete;
     Till& operator=(const Till&) = delete;
 
-    /// Sends the init event with the stand's hosts and these keys.
-    void connectOperator(const QStringList& keys);
-    void connectOperator() { connectOperator({m_stand.key()}); }
-
-    static void sendEvent(int code);
+    /// Sends the init event.
+    static void connectOperator(const QStringList& keys, const QStringList& hosts);
+    /// With the stand's hosts and its key.
+    void connectOperator() { connectOperator({m_stand.key()}, m_stand.operatorUrls()); }
 
     /// Performs a verification action with the stand's first key; throws when nobody takes it.
     CheckMarkingCodesResult verify(const QList<MarkingCode>& codes);
@@ -34,11 +33,8 @@ public:
     /// Lets the plug-in end its work, before it is unloaded with the object.
     void stop();
 
-    /// The lines logged so far, "<level> <text>" each.
-    [[nodiscard]] QStringList log() { return m_log += m_logWatch.take(); }
-    /// Drops what was logged so far. Threads: any.
-    void forget() { (void)m_logWatch.take(); }
-    [[nodiscard]] bool logged(const QString& line) { return log().contains(line); }
+    /// The lines logged since the last call, "<level> <text>" each. Threads: any.
+    QStringList takeLog() { return m_logWatch.take(); }
 
 private:
     const MarkSim& m_stand;
@@ -46,8 +42,10 @@ private:
     LogWatch m_logWatch;
     PluginLoader m_loader;
     bool m_stopped = false;
-    QStringList m_log;
 };
+
+/// Settings of the stand's local module.
+[[nodiscard]] QStringList moduleSettings(const MarkSim& stand);
 
 /// Codes of the stand's goods.
 namespace goods {
@@ -55,8 +53,3 @@ inline const MarkingCode Milk(QStringLiteral("0104607026010011215rhTuv\u001d93VB
 inline const MarkingCode Water(QStringLiteral("0104602114050016215wDq+zuM14qHO\u001d93kmLr"));
 inline const MarkingCode ExpiredKefir(QStringLiteral("0104607026010028215mPG0t\u001d93vTrm"));
 }  // namespace goods
-
-QStringList texts(const QList<MarkingCode>& codes);
-
-/// Every good that the stand knows.
-QList<MarkingCode> listedGoods(const MarkSim& stand);

@@ -2,20 +2,11 @@
 // server misbehaves at one step. Prints the table of what comes of it.
 #include <cstdio>
 
-#include "contracts/initverifyservice.h"
-#include "contracts/verify.h"
-#include "plugin/crptservice.h"
-#include "tests/doubles/logwatch.h"
-#include "tests/doubles/printers.h"
-#include "tests/doubles/settings.h"
+#include "tests/e2e/till.h"
 #include "tests/faults/faulttable.h"
 #include "tests/faults/slowlookup.h"
-#include "tests/support/marksim.h"
 #include <gtest/gtest.h>
 #include <network/restclient.h>
-#include <orvex/actiondispatcher.h>
-#include <orvex/activitynotifier.h>
-#include <orvex/eactivitylistener.h>
 
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
@@ -141,33 +132,17 @@ Result sell(Place place, const Fault& fault)
         stand.behave("operator-1",
                      QJsonObject{{"set", QJsonObject{{"/hosts/0/host", urlOf("site-1", fault)}}}});
     }
-    const LogWatch quiet;
-    Settings settings{{"MarkedGoods:markverifycrptservice", "crpt"}, {"LMCHZ:enable", "true"}};
-    for (const char* key : {"user", "password", "token"}) {
-        settings.set(QString("LMCHZ:") + key, stand.module()[key].toString());
+    QStringList settings{"LMCHZ:enable=true", "LMCHZ:url=http://"};
+    if (offline) {
+        settings = moduleSettings(stand) + QStringList{"LMCHZ:url=" + urlOf("module-1", fault)};
     }
-    settings.set("LMCHZ:url", offline ? urlOf("module-1", fault) : "http://");
-    settings.set("Network:caFile", stand.ready()["caFile"].toString());
-
-    CrptService service;
-    EXPECT_TRUE(service.init());
-    const events::marking::InitVerifyService connection{Event(EActivityListener::InitVerifyService)};
-    connection.setService("crpt");
-    connection.setSection("MarkedGoods");
+    Till till(stand, settings);
     const QString operatorUrl = place == Place::List ? urlOf("operator-1", fault) : stand.url("operator-1");
-    connection.setHosts({offline ? "http://127.0.0.1:1" : operatorUrl});
-    connection.setKeys({stand.key()});
-    Singleton<ActivityNotifier>::instance()->sendEvent(connection.event());
-
-    const control::Action action(control::EActionType::VerifyMarking);
-    const control::args::marking::Verify arguments(action, "crpt");
-    arguments.setMarkingCodes({Good});
-    arguments.setApiKey(stand.key());
-    arguments.setOperationTimeout(60s);
-    arguments.setRequestTimeout(60s);
-    EXPECT_EQ(Singleton<ActionDispatcher>::instance()->perform(action), QList{EContext::Done});
-    service.deinit();
-    return arguments.verifyResult();
+    till.connectOperator({stand.key()}, {offline ? "http://127.0.0.1:1" : operatorUrl});
+    const auto result = till.tryVerify({Good}, 60s, 60s);
+    EXPECT_TRUE(result);
+    till.stop();
+    return result.value_or(Result());
 }
 
 /// A letter of Fault::outcomes, '?' for what may not be.

@@ -268,8 +268,9 @@ std::vector<Fault> json()
         {"\"code\", \"description\" of a wrong type", "200", "--P--",
          bodies(R"({"code": %1, "description": %1, "codes": [{"cis": "RU-401301-AAA0277031"}]})", types)},
         {"\"reqId\" to \"version\" of a wrong type", "200", "--P--",
-         bodies(R"({"reqId": %1, "reqTimestamp": %1, "inst": %1, "version": %1, "codes": [{"cis": "RU-401301-AAA0277031"}]})",
-                types)},
+         bodies(
+             R"({"reqId": %1, "reqTimestamp": %1, "inst": %1, "version": %1, "codes": [{"cis": "RU-401301-AAA0277031"}]})",
+             types)},
         {"\"codes\" of a wrong type", "200", "--F--", bodies(R"({"codes": %1})", types)},
         {"\"status\" of a wrong type", "200", "---U-", bodies(R"({"status": %1})", types)},
         {"\"status\" of another value", "200", "---U-",

@@ -110,11 +110,8 @@ private:
     void load()
     {
         m_till.reset();
-        const QString module = m_stand.module()["url"].toString();
-        m_till.emplace(m_stand,
-                       QStringList{"LMCHZ:enable=true", "LMCHZ:maintain=true", "LMCHZ:enableGreyList=true",
-                                   "LMCHZ:url=" + module, "LMCHZ:user=admin", "LMCHZ:password=admin",
-                                   "LMCHZ:token=" + m_stand.key()});
+        m_till.emplace(m_stand, moduleSettings(m_stand) +
+                                    QStringList{"LMCHZ:maintain=true", "LMCHZ:enableGreyList=true"});
         m_till->connectOperator();
         ++counts.loads;
     }
@@ -145,10 +142,12 @@ private:
         } else if (job == 7) {
             ping();
         } else if (job == 8) {
-            m_till->connectOperator(random() % 4 == 0 ? QStringList{} : QStringList{m_stand.key()});
+            Till::connectOperator(random() % 4 == 0 ? QStringList{} : QStringList{m_stand.key()},
+                                  m_stand.operatorUrls());
             ++counts.events;
         } else {
-            Till::sendEvent(std::array{10, 11, 96, 172}[random() % 4]);
+            Singleton<ActivityNotifier>::instance()->sendEvent(
+                Event(std::array{10, 11, 96, 172}[random() % 4]));
             ++counts.events;
         }
     }
@@ -201,29 +200,29 @@ private:
     {
         const std::shared_lock lock(m_loading, std::try_to_lock);
         if (lock && !m_reloading) {
-            m_till->forget();
+            (void)m_till->takeLog();
         }
     }
 
     void breakThingsUntilEnd()
     {
-        static const std::array<const char*, 12> behaviours = {"[]",
-                                                               "[]",
-                                                               "[]",
-                                                               R"({"connect": "refuse"})",
-                                                               R"({"connect": "reset"})",
-                                                               R"({"silent": true})",
-                                                               R"({"status": 503})",
-                                                               R"({"status": 203})",
-                                                               R"({"status": 429, "times": 2})",
-                                                               R"({"cut": {"after": 40, "by": "reset"}})",
-                                                               R"({"payload": "malformed"})",
-                                                               R"({"latencyMs": 50, "jitterMs": 200})"};
-        static const std::array<const char*, 6> servers = {"operator-1", "site-1",   "site-2",
-                                                           "site-3",     "module-1", "all"};
+        static const char* const behaviours[] = {"[]",
+                                                 "[]",
+                                                 "[]",
+                                                 R"({"connect": "refuse"})",
+                                                 R"({"connect": "reset"})",
+                                                 R"({"silent": true})",
+                                                 R"({"status": 503})",
+                                                 R"({"status": 203})",
+                                                 R"({"status": 429, "times": 2})",
+                                                 R"({"cut": {"after": 40, "by": "reset"}})",
+                                                 R"({"payload": "malformed"})",
+                                                 R"({"latencyMs": 50, "jitterMs": 200})"};
+        static const char* const servers[] = {"operator-1", "site-1", "site-2", "site-3", "module-1", "all"};
         std::mt19937 random(m_seed + 100);
         while (!m_ended) {
-            m_stand.behave(servers[random() % servers.size()], behaviours[random() % behaviours.size()]);
+            m_stand.behave(servers[random() % std::size(servers)],
+                           behaviours[random() % std::size(behaviours)]);
             m_stand.forgetRequests();
             forgetLog();
             ++counts.faults;
