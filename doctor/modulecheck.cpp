@@ -36,6 +36,13 @@ constexpr std::array Statuses = {
               u"проверьте, есть ли у модуля связь с оператором и верен ли его токен"},
 };
 
+const StatusRow* rowOf(LmchzStatus status)
+{
+    const auto* row = std::find_if(Statuses.begin(), Statuses.end(),
+                                   [status](const StatusRow& known) { return known.status == status; });
+    return row != Statuses.end() ? row : nullptr;
+}
+
 class ModuleCheck
 {
 public:
@@ -130,8 +137,10 @@ void ModuleCheck::ask(ModuleState& module, const QString& token)
     module.httpStatus = exchange.response.status();
     module.elapsed = elapsedOf(exchange);
     module.status = exchange.response.responseObject().value(QLatin1String("status")).toString();
-    if (module.httpStatus != 0) {
-        module.credentialsAccepted = module.httpStatus != Unauthorized && module.httpStatus != Forbidden;
+    if (module.httpStatus == Unauthorized || module.httpStatus == Forbidden) {
+        module.credentialsAccepted = false;
+    } else if (rowOf(status) != nullptr) {
+        module.credentialsAccepted = true;
     }
     judge(module, status, exchange);
 }
@@ -148,9 +157,8 @@ void ModuleCheck::judge(const ModuleState& module, LmchzStatus status, const htt
             QStringLiteral("впишите в user и password те, что заданы при установке модуля"));
         return;
     }
-    const auto* row = std::find_if(Statuses.begin(), Statuses.end(),
-                                   [status](const StatusRow& known) { return known.status == status; });
-    if (row == Statuses.end()) {
+    const StatusRow* row = rowOf(status);
+    if (row == nullptr) {
         add(Level::Bad, "module-status-unknown", module,
             QStringLiteral("непонятный ответ о состоянии (HTTP %1)").arg(module.httpStatus),
             QStringLiteral("проверьте адрес: тот ли это порт, и того ли модуль образца"));

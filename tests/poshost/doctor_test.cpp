@@ -134,6 +134,17 @@ TEST(Doctor, TellsOfHostsSitesAndModulesAndChangesNothing)
     EXPECT_EQ(stand.requests("module-1").size(), 1);
 }
 
+TEST(Doctor, SaysOfAModulesCredentialsOnlyWhatTheModuleSays)
+{
+    const MarkSim stand;
+    const std::pair<const char*, QJsonValue> replies[] = {
+        {R"({"status": 404})", {}}, {R"({"status": 500})", {}}, {R"({"status": 401})", false}, {"[]", true}};
+    for (const auto& [reply, accepted] : replies) {
+        stand.behave("module-1", reply);
+        EXPECT_EQ(examine(stand, settingsFor(stand))["modules"][0]["credentialsAccepted"], accepted) << reply;
+    }
+}
+
 TEST(Doctor, RefusesWhatItCannotReadAndReportsABrokenFile)
 {
     EXPECT_EQ(poshost({"--config", "/nowhere.ini", "doctor"}).exitStatus, 2);
