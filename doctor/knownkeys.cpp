@@ -13,23 +13,28 @@ constexpr int Most = std::numeric_limits<int>::max();
 constexpr const char16_t* Patience = u"берётся 30 с";
 constexpr int Longest = 86'400;  // seconds that poshost takes
 constexpr const char16_t* Refused = u"poshost с таким значением не начнёт работу";
-constexpr const char16_t* Ignored = u"секция не включает плагин";
 constexpr const char16_t* Off = u"считается выключенным";
 constexpr const char* Services = "crpt turon esm";
-constexpr const char16_t* ServiceMeaning =
-    u"сервис проверки секции; плагин работает, когда хотя бы в одной он crpt";
-constexpr const char* ServiceInEnglish =
-    "verification service of the section; the plug-in works when some such section says crpt";
+
+constexpr KnownKey serviceKey(const char* section)
+{
+    return {section,
+            "markverifycrptservice",
+            KeyType::Choice,
+            "crpt",
+            u"секция не включает плагин",
+            u"сервис проверки секции; плагин работает, когда хотя бы в одной он crpt",
+            "verification service of the section; the plug-in works when some such section says crpt",
+            None,
+            0,
+            Services};
+}
 
 constexpr std::array Keys = {
-    KnownKey{"MarkedGoods*", "markverifycrptservice", KeyType::Choice, "crpt", Ignored, ServiceMeaning,
-             ServiceInEnglish, None, 0, Services},
-    KnownKey{"DraftBeer*", "markverifycrptservice", KeyType::Choice, "crpt", Ignored, ServiceMeaning,
-             ServiceInEnglish, None, 0, Services},
-    KnownKey{"Motp*", "markverifycrptservice", KeyType::Choice, "crpt", Ignored, ServiceMeaning,
-             ServiceInEnglish, None, 0, Services},
-    KnownKey{"Moot*", "markverifycrptservice", KeyType::Choice, "crpt", Ignored, ServiceMeaning,
-             ServiceInEnglish, None, 0, Services},
+    serviceKey("MarkedGoods*"),
+    serviceKey("DraftBeer*"),
+    serviceKey("Motp*"),
+    serviceKey("Moot*"),
 
     KnownKey{"CRPT", "updateInfoInterval", KeyType::Number, "-1", u"берётся -1 (без паузы)",
              u"пауза между поисками площадок проверками, которые не нашли ни одной, секунды; 0 и меньше: без "
@@ -130,6 +135,14 @@ bool KnownKey::isOfHost() const
 std::span<const KnownKey> knownKeys()
 {
     return Keys;
+}
+
+const KnownKey* knownKey(const QString& section, const QString& name)
+{
+    const auto* key = std::find_if(Keys.begin(), Keys.end(), [&](const KnownKey& known) {
+        return known.isIn(section) && name == QLatin1String(known.name);
+    });
+    return key != Keys.end() ? key : nullptr;
 }
 
 QString typeName(KeyType type)

@@ -50,6 +50,9 @@ struct KnownKey
 /// against it.
 [[nodiscard]] std::span<const KnownKey> knownKeys();
 
+/// That key of that section; null when nobody reads it.
+[[nodiscard]] const KnownKey* knownKey(const QString& section, const QString& name);
+
 /// "text", "switch", ...
 [[nodiscard]] QString typeName(KeyType type);
 

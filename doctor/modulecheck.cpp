@@ -8,6 +8,7 @@
 
 #include "doctor/address.h"
 #include "doctor/exchangewatch.h"
+#include "doctor/knownkeys.h"
 #include "doctor/trouble.h"
 #include "lmchz/lmchzclient.h"
 
@@ -82,7 +83,9 @@ void ModuleCheck::check(const QString& section)
     const QString token = m_config.getString(key("token"));
     ModuleState module;
     module.section = section;
-    module.url = shown(QUrl(m_config.getString(key("url"), QStringLiteral("http://127.0.0.1:5995"))));
+    const QString url = QStringLiteral("url");
+    module.url = shown(
+        QUrl(m_config.getString(section + u':' + url, QLatin1String(knownKey(section, url)->fallback))));
     module.token = token.isEmpty() ? QString() : masked(token);
     module.enabled = m_config.getBool(key("enable"));
     module.maintained = m_config.getBool(key("maintain"));

@@ -18,15 +18,6 @@ int likely(const QString& name)
     return std::max(1, int(name.size()) / 3);
 }
 
-const KnownKey* find(const QString& section, const QString& name)
-{
-    const auto keys = knownKeys();
-    const auto key = std::find_if(keys.begin(), keys.end(), [&](const KnownKey& known) {
-        return known.isIn(section) && name == QLatin1String(known.name);
-    });
-    return key != keys.end() ? &*key : nullptr;
-}
-
 bool isKnown(const QString& section)
 {
     const auto keys = knownKeys();
@@ -177,7 +168,7 @@ private:
         const QStringList keys = m_config.keys(section);
         for (const QString& name : keys) {
             const QString subject = QStringLiteral("[%1] %2").arg(section, name);
-            if (const KnownKey* key = find(section, name)) {
+            if (const KnownKey* key = knownKey(section, name)) {
                 checkValue(*key, subject, m_config.getString(section + u':' + name));
             } else {
                 judgeStranger(section, name, subject);
@@ -212,7 +203,7 @@ private:
     {
         const KnownKey& meant = nearest(section, name);
         const bool isNear = strangeness(meant, section, name) <= likely(name);
-        if (find(section, QStringLiteral("markverifycrptservice")) != nullptr && !isNear) {
+        if (knownKey(section, QStringLiteral("markverifycrptservice")) != nullptr && !isNear) {
             return;  // these sections are the host's own, with keys of its own
         }
         const QString where =
@@ -240,7 +231,7 @@ private:
     void noteMarkingSection(const QString& section)
     {
         const QString name = QStringLiteral("markverifycrptservice");
-        if (const KnownKey* key = find(section, name)) {
+        if (const KnownKey* key = knownKey(section, name)) {
             m_report.markingSections.append(
                 {section, m_config.getString(section + u':' + name, QLatin1String(key->fallback))});
         }

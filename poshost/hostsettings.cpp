@@ -13,6 +13,7 @@
 
 #include "contracts/service.h"
 #include "doctor/address.h"
+#include "doctor/knownkeys.h"
 #include "poshost/failure.h"
 #include "poshost/filedescriptor.h"
 #include <log4qt/logmanager.h>
@@ -97,8 +98,9 @@ void readModules(const Config& config, HostSettings& settings)
         if (!config.getBool(section + QLatin1String(":enable"))) {
             continue;
         }
-        const QString example = QStringLiteral("http://127.0.0.1:5995");
-        const QString key = section + QLatin1String(":url");
+        const QString name = QStringLiteral("url");
+        const QString example = QLatin1String(doctor::knownKey(section, name)->fallback);
+        const QString key = section + u':' + name;
         const QString url = config.getString(key, example);
         checkAddress(key, url, QUrl(url, QUrl::StrictMode), example);
         if (config.getString(section + QLatin1String(":token")).isEmpty()) {
