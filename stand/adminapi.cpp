@@ -81,6 +81,15 @@ bool readSwitch(const Request& request, std::string_view name)
     return number == 1;
 }
 
+/// What follows the path of a route: the name of a server, the code of a good.
+std::string nameBehind(std::string_view route, const Request& request)
+{
+    auto name = request.path.substr(route.size());
+    if (QString::fromStdString(name).toStdString() != name)
+        throw InputError(u"path: not UTF-8"_s);
+    return name;
+}
+
 QJsonValue bodyOf(const Request& request)
 {
     return parseJson(QByteArray::fromStdString(request.body), u"body"_s);
@@ -175,7 +184,7 @@ Answer AdminApi::answer(const AdminRoute& route, const Request& request)
         refuseParameters(request, route.parameters);
         if (route.verb == "GET")
             refuseBody(request);
-        return (this->*route.handle)(request, request.path.substr(route.path.size()));
+        return (this->*route.handle)(request, nameBehind(route.path, request));
     } catch (const NotFound& error) {
         return problem(404, QString::fromUtf8(error.what()));
     } catch (const InputError& error) {

@@ -19,6 +19,7 @@ TEST_F(Admin, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
         {"DELETE", "/state", "", 405, "does not take this method"},
         {"GET", "/requests?since=two", "", 400, "\"since\" must be a number"},
         {"GET", "/behaviours/site-9", "", 404, "no server \"site-9\""},
+        {"PUT", "/goods/%ff", "{}", 400, "path: not UTF-8"},
         {"PUT", "/goods/x", tooLarge, 413, "body limit exceeded"},
         {"PUT", "/modules/module-1", R"({"state": "Ready"})", 400, "body.state: must be not_configured"},
         {"PUT", "/scenario", R"({"sites": 4})", 400, "needs other servers than those that run"},
