@@ -12,6 +12,7 @@ rm -rf "$work"
 mkdir -p "$work/home"
 # Neither this machine's settings nor its libraries.
 export HOME="$work/home" XDG_CONFIG_DIRS="$work/home" LC_ALL=C.UTF-8
+export CMAKE_BUILD_PARALLEL_LEVEL=$jobs
 unset XDG_CONFIG_HOME LD_LIBRARY_PATH PKG_CONFIG_PATH CMAKE_PREFIX_PATH CXXFLAGS LDFLAGS
 
 say() {
@@ -30,18 +31,29 @@ expect() {
     fi
 }
 
-# configure SOURCE FOLDER [ARGS...]
-configure() {
-    local source=$1 folder=$2
-    shift 2
-    cmake -S "$source" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 "$@" >/dev/null
+# as_documented BEGIN FROM TO...: runs the command that README.md has in its text and that begins so, with each
+# FROM of it replaced
+as_documented() {
+    local begin=$1 command readme
+    command=$(grep -o -m 1 "\`${begin}[^\`]*" "$root/README.md")
+    for readme in README.md README.ru.md; do
+        grep -qF "$command\`" "$root/$readme" || { say "$readme lacks $command\`" && exit 1; }
+    done
+    command=${command#\`}
+    shift
+    while (($#)); do
+        command=${command//"$1"/"$2"}
+        shift 2
+    done
+    say "$command"
+    eval "$command" >/dev/null
 }
 
 say "cmake --install lays out what the packages hold"
 for package in "$packages"/*.deb; do
     dpkg-deb -x "$package" "$work/unpacked"
 done
-cmake --install "$build" --prefix "$work/installed" >/dev/null
+as_documented 'cmake --install' build/release "$build" DIR "$work/installed"
 diff <(cd "$work/unpacked/usr" && find . | sort) <(cd "$work/installed" && find . | sort)
 prefix="$work/unpacked/usr"
 poshost="$prefix/bin/poshost"
@@ -65,8 +77,8 @@ done
 stoplist="$prefix/share/doc/crptservice-dev/examples/stoplist"
 sale=(verify 0104602114050016215wDq 0104607026010011215rhT)
 say "a plug-in of one's own with find_package()"
-configure "$stoplist" "$work/stoplist" -DCMAKE_PREFIX_PATH="$prefix"
-cmake --build "$work/stoplist" -j "$jobs" >/dev/null
+cmake -S "$stoplist" -B "$work/stoplist" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/stoplist" >/dev/null
 expect 1 'продажа заблокирована; «в стоп-листе магазина»' \
     "$poshost" --config "$stoplist/stoplist.ini" --plugin "$work/stoplist/libstoplist.so" "${sale[@]}"
 
@@ -80,8 +92,9 @@ g++ -std=c++20 -shared -fPIC "${cflags[@]}" -I"$stoplist" "$stoplist/stoplist.cp
 expect 1 'прошли 1, отказано 1' \
     "$work/installed/bin/poshost" --config "$stoplist/stoplist.ini" --plugin "$work/libstoplist.so" "${sale[@]}"
 
-say "crptservice itself, with CRPTSERVICE_HOST_SDK"
-configure "$root" "$work/crptservice" -DCRPTSERVICE_HOST_SDK="$prefix" -DCRPTSERVICE_TESTS=OFF
-cmake --build "$work/crptservice" -j "$jobs" --target crptservice >/dev/null
-expect 1 'Кодов 11: прошли 8, отказано 3' "$poshost" --plugin "$work/crptservice/lib/libcrptservice.so" --stand verify
+say "crptservice itself against the SDK, from a copy of the sources"
+mkdir "$work/tree"
+(cd "$root" && git -c safe.directory="$root" ls-files -z | xargs -0 cp --parents -t "$work/tree")
+(cd "$work/tree" && as_documented 'cmake --preset release' '<prefix>' "$prefix")
+expect 1 'Кодов 11: прошли 8, отказано 3' "$poshost" --plugin "$work/tree/build/release/lib/libcrptservice.so" --stand verify
 say "all well"

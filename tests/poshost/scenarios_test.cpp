@@ -72,6 +72,16 @@ INSTANTIATE_TEST_SUITE_P(All, ShippedScenario, testing::ValuesIn(shipped), [](co
     return QString(expected.param.scenario).remove('-').toStdString();
 });
 
+/// The last columns of the documentation's row: who gave the verdicts, and the exit status.
+QByteArray outcomeOf(const Expected& expected)
+{
+    const bool isOnline = QByteArray(expected.source) == "online";
+    const QByteArray source = expected.errorKind != 0 ? "nobody"
+                              : isOnline              ? "the operator"
+                                                      : "the local module";
+    return "| " + source + " | " + QByteArray::number(expected.exitStatus);
+}
+
 TEST(Scenarios, EveryShippedOneIsListedWithALineAndTestedAndDocumented)
 {
     QFile page(SOURCE_FOLDER "/docs/scenarios.md");
@@ -84,6 +94,8 @@ TEST(Scenarios, EveryShippedOneIsListedWithALineAndTestedAndDocumented)
         EXPECT_TRUE(lines[i].startsWith(name + ' ') && lines[i].trimmed().size() > name.size())
             << lines[i].data();
         EXPECT_TRUE(documented.contains("| `" + name + "` |")) << name.data();
+        const QByteArray row = documented.mid(documented.indexOf("| `" + name + "` |")).split('\n').first();
+        EXPECT_TRUE(row.contains(outcomeOf(shipped[i]))) << row.data();
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -27,9 +28,27 @@ namespace checkdocs {
 /// --json") names, with the same defaults.
 [[nodiscard]] QStringList checkSettings(const QString& root, const QByteArray& keysJson);
 
-/// Commands in fenced blocks ("$ command" and what it prints) are run with `programs` in front of PATH; what
-/// they print must be what is shown, but for numbers, blanks, and lines that "..." stands for.
-[[nodiscard]] QStringList runExamples(const QString& root, const QStringList& markdownFiles,
-                                      const QString& programs);
+/// What the programs say of themselves: "poshost", "marksim" and "./dev" to all of their help texts.
+using Helps = QMap<QString, QString>;
+
+/// No command stands there that nothing runs: one to be typed is an example (below), or a verb of ./dev as
+/// indented code. Options and verbs that the text names are those of the programs.
+[[nodiscard]] QStringList checkCommands(const QString& root, const QStringList& markdownFiles,
+                                        const Helps& helps);
+
+/// README.md names every member of these JSON objects.
+[[nodiscard]] QStringList checkMembers(const QString& root, const QList<QByteArray>& objects);
+
+/// Which fenced blocks are run: "```", those that need no more than the build, or "```console installed",
+/// those of somebody who installs the packages.
+enum class Examples { WithBuild, WithPackages };
+
+/// The Russian documents show the commands of the English ones.
+[[nodiscard]] QStringList compareLanguages(const QString& root, const QStringList& markdownFiles);
+
+/// Commands in fenced blocks ("$ command" and what it prints) are run with `shell`, a block in one go; what
+/// they print must be what is shown, but for times, ports, dates, blanks, and lines that "..." stands for.
+[[nodiscard]] QStringList runExamples(const QString& root, const QStringList& markdownFiles, Examples which,
+                                      const QStringList& shell);
 
 }  // namespace checkdocs

@@ -9,34 +9,45 @@ namespace {
 
 struct Example
 {
-    QString file;
     QString command;
     QStringList shown;
 };
 
-QList<Example> examplesOf(const QString& file, const QString& text)
+/// A fenced block; its commands are typed into one shell.
+using Session = QList<Example>;
+
+QList<Session> sessionsOf(const QString& text, Examples which)
 {
-    static const QRegularExpression block("^```\\w*\\n(\\$ .*?)^```",
+    static const QRegularExpression block("^( *)```([\\w ]*)\\n( *\\$ .*?)^\\1```",
                                           QRegularExpression::MultilineOption |
                                               QRegularExpression::DotMatchesEverythingOption);
-    QList<Example> examples;
+    QList<Session> sessions;
     for (const auto& match : block.globalMatch(text)) {
-        for (const QString& line : match.captured(1).split('\n')) {
+        const bool needsPackages = match.captured(2) == "console installed";
+        if (needsPackages != (which == Examples::WithPackages)) {
+            continue;
+        }
+        Session session;
+        for (const QString& indented : match.captured(3).split('\n')) {
+            const QString line = indented.sliced(qMin(match.capturedLength(1), indented.size()));
             if (line.startsWith("$ ")) {
-                examples.append({file, line.sliced(2), {}});
+                session.append({line.sliced(2), {}});
             } else if (!line.isEmpty()) {
-                examples.last().shown.append(line);
+                session.last().shown.append(line);
             }
         }
+        sessions.append(session);
     }
-    return examples;
+    return sessions;
 }
 
-/// What stays the same from run to run: numbers (times, ports, dates) and alignment do not.
+/// What stays the same from run to run: times, ports, dates and alignment do not.
 QString essence(QString line)
 {
-    static const QRegularExpression number("\\d+");
-    return line.replace(number, "0").simplified();
+    static const QRegularExpression varying(
+        R"(-?[\d.]+(?= (?:мс|с)(?!\w))|(?<=127\.0\.0\.1:|port )\d+|\d+\.\d+\.\d{4} \d+:\d+|\d{4}-\d+-\d+ [\d:.]+)",
+        QRegularExpression::UseUnicodePropertiesOption);
+    return line.replace(varying, "0").simplified();
 }
 
 /// "..." stands for any lines, also none.
@@ -52,41 +63,74 @@ bool agrees(const QStringList& shown, const QStringList& printed, qsizetype i = 
            agrees(shown, printed, i + 1, j + 1);
 }
 
-QStringList printedBy(const QString& command, const QString& root, const QString& programs)
+/// What each command of the session prints.
+QList<QStringList> printedBy(const Session& session, const QString& root, const QStringList& shell)
 {
-    QProcess shell;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("PATH", programs + ':' + environment.value("PATH"));
-    environment.insert("LC_ALL", "C.UTF-8");
-    shell.setProcessEnvironment(environment);
-    shell.setWorkingDirectory(root);
-    shell.setProcessChannelMode(QProcess::MergedChannels);
-    shell.start("bash", {"-c", command});
-    shell.closeWriteChannel();
-    constexpr int limitMs = 120'000;
-    if (!shell.waitForFinished(limitMs)) {
-        shell.kill();
-        shell.waitForFinished();
-        return {"(did not end)"};
+    const QString mark = "-- the end of a command --";
+    QString script = "exec 2>&1\n";
+    for (const Example& example : session) {
+        script += example.command + "\necho; echo '" + mark + "'\n";
     }
-    return QString::fromUtf8(shell.readAll()).split('\n', Qt::SkipEmptyParts);
+    QProcess process;
+    process.setWorkingDirectory(root);
+    process.start(shell.first(), shell.sliced(1) + QStringList{"-c", script});
+    process.closeWriteChannel();
+    constexpr int limitMs = 1'200'000;
+    if (!process.waitForFinished(limitMs)) {
+        process.kill();
+        process.waitForFinished();
+        return QList<QStringList>(session.size(), {"(did not end)"});
+    }
+    QList<QStringList> printed;
+    for (const QString& part : QString::fromUtf8(process.readAllStandardOutput()).split(mark + '\n')) {
+        printed.append(part.split('\n', Qt::SkipEmptyParts));
+    }
+    printed.resize(session.size());
+    return printed;
 }
 
 }  // namespace
 
-QStringList runExamples(const QString& root, const QStringList& markdownFiles, const QString& programs)
+QStringList compareLanguages(const QString& root, const QStringList& markdownFiles)
 {
-    QStringList faults;
-    for (const QString& file : markdownFiles) {
-        for (const Example& example : examplesOf(file, readFile(root, file))) {
-            const QStringList printed = printedBy(example.command, root, programs);
-            if (!agrees(example.shown, printed)) {
-                faults.append(file + ": \"" + example.command + "\" now prints\n    " +
-                              printed.join("\n    "));
+    const auto commandsOf = [&](const QString& file) {
+        QStringList commands;
+        for (const Examples which : {Examples::WithBuild, Examples::WithPackages}) {
+            for (const Session& session : sessionsOf(readFile(root, file), which)) {
+                for (const Example& example : session) {
+                    commands.append(example.command);
+                }
             }
+        }
+        return commands;
+    };
+    QStringList faults;
+    for (const QString& russian : markdownFiles.filter(QRegularExpression("\\.ru\\.md$"))) {
+        const QString english = QString(russian).replace(".ru.md", ".md");
+        if (commandsOf(russian) != commandsOf(english)) {
+            faults.append(russian + " and " + english + " show different commands");
         }
     }
     return faults;
+}
+
+QStringList runExamples(const QString& root, const QStringList& markdownFiles, Examples which,
+                        const QStringList& shell)
+{
+    QStringList faults;
+    int commands = 0;
+    for (const QString& file : markdownFiles) {
+        for (const Session& session : sessionsOf(readFile(root, file), which)) {
+            const QList<QStringList> printed = printedBy(session, root, shell);
+            for (qsizetype i = 0; i < session.size(); ++i, ++commands) {
+                if (!agrees(session[i].shown, printed[i])) {
+                    faults.append(file + ": \"" + session[i].command + "\" now prints\n    " +
+                                  printed[i].join("\n    "));
+                }
+            }
+        }
+    }
+    return commands > 0 ? faults : QStringList{"there are no commands in " + markdownFiles.join(", ")};
 }
 
 }  // namespace checkdocs

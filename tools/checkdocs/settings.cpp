@@ -134,6 +134,25 @@ QStringList compareSources(const QStringList& sources, const Keys& known)
     return faults;
 }
 
+/// Where the sources say in place what a missing key stands for, it is what poshost says.
+QStringList compareDefaults(const QString& sources, const Keys& known)
+{
+    static const QRegularExpression read(
+        R"re((?:get(?:Int|Bool|String)|chosen)\([^"]*(?:"\w+", )?"(?:\w*:)?(\w+)"\)+,\s*(?:QStringLiteral\("([^"]*)"\)|(-?\d+|true|false))\))re");
+    QStringList faults;
+    for (const auto& match : read.globalMatch(sources)) {
+        const QString fallback = match.captured(match.lastCapturedIndex());
+        for (auto key = known.begin(); key != known.end(); ++key) {
+            const bool means = key.value() == fallback || (key.value().isEmpty() && fallback == "false");
+            if (key.key().endsWith(':' + match.captured(1)) && !means) {
+                faults.append("the code takes " + fallback + " for " + key.key() +
+                              ", poshost doctor --keys says \"" + key.value() + '"');
+            }
+        }
+    }
+    return faults;
+}
+
 }  // namespace
 
 QStringList checkSettings(const QString& root, const QByteArray& keysJson)
@@ -142,8 +161,8 @@ QStringList checkSettings(const QString& root, const QByteArray& keysJson)
     if (known.isEmpty()) {
         return {"poshost names no keys"};
     }
-    QStringList faults =
-        compareSources(keysOfSources(sourcesOf(root, {"crpt", "lmchz", "plugin", "host", "poshost"})), known);
+    const QString sources = sourcesOf(root, {"crpt", "lmchz", "plugin", "host", "poshost"});
+    QStringList faults = compareSources(keysOfSources(sources), known) + compareDefaults(sources, known);
     for (const QString file : {"docs/configuration.md", "docs/configuration.ru.md"}) {
         faults += compareTable(file, known, keysOfTable(readFile(root, file)));
     }
