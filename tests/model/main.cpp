@@ -91,23 +91,19 @@ Schedule shrunk(Schedule schedule, RealSide& side)
         return fails;
     };
     while (std::exchange(changed, false)) {
-        for (size_t length = std::max<size_t>(schedule.size() / 2, 1); length > 0; length /= 2) {
-            for (size_t at = 0; at + length <= schedule.size();) {
-                Schedule smaller = schedule;
-                const auto from = smaller.begin() + std::ptrdiff_t(at);
-                smaller.erase(from, from + std::ptrdiff_t(length));
-                at += tryInstead(smaller) ? 0 : length;
-            }
+        for (size_t at = 0; at < schedule.size();) {
+            Schedule smaller = schedule;
+            smaller.erase(smaller.begin() + std::ptrdiff_t(at));
+            at += tryInstead(smaller) ? 0 : 1;
         }
-        for (size_t i = 0; i < schedule.size() * Step().n.size(); ++i) {
-            const auto number = [i](Schedule& of) -> int& {
-                return of[i / Step().n.size()].n[i % Step().n.size()];
-            };
-            for (int less = number(schedule); less != 0; less /= 2) {
-                Schedule smaller = schedule;
-                number(smaller) -= less;
-                if (tryInstead(smaller) && number(smaller) == 0) {
-                    break;
+        for (size_t at = 0; at < schedule.size(); ++at) {
+            for (size_t number = 0; number < Step().n.size(); ++number) {
+                for (int less = schedule[at].n[number]; less != 0; less /= 2) {
+                    Schedule smaller = schedule;
+                    smaller[at].n[number] -= less;
+                    if (tryInstead(smaller) && schedule[at].n[number] == 0) {
+                        break;
+                    }
                 }
             }
         }

@@ -13,14 +13,9 @@ using namespace std::string_view_literals;
 namespace {
 
 enum Class { Ok, Failed, ServerError, CrossBorder, Emergency, Refused, ProtocolError, Timeout, NetworkError };
-constexpr const char* ListClasses[] = {"list: ok",   "list: failed",   "list: server error",
-                                       "list: 5000", "list: 203",      "list: 401",
-                                       "list: 4xx",  "list: time-out", "list: network error"};
-constexpr const char* CheckClasses[] = {"check: ok",   "check: failed",   "check: server error",
-                                        "check: 5000", "check: 203",      "check: 401",
-                                        "check: 4xx",  "check: time-out", "check: network error"};
-constexpr const char* UpdateStatuses[] = {"update: no keys", "update: already running", "update: finished"};
-constexpr const char* ErrorKinds[] = {"error kind 0", "error kind 1", "error kind 2", "error kind 3"};
+constexpr const char* Classes[] = {"ok",  "failed", "server error", "5000",         "203",
+                                   "401", "4xx",    "time-out",     "network error"};
+constexpr const char* UpdateStatuses[] = {"no keys", "already running", "finished"};
 
 Class classOf(const Reply& reply)
 {
@@ -121,7 +116,7 @@ int Rules::updateInfo()
 {
     const int scripted = world.updateCall().n[Step::Outcome];
     const int status = scripted == 1 ? 2 : scripted == 2 ? 1 : runUpdate();
-    ++coverage[UpdateStatuses[status - 1]];
+    ++coverage[std::string("update: ") + UpdateStatuses[status - 1]];
     return status;
 }
 
@@ -174,7 +169,7 @@ std::vector<int> Rules::siteList(int host, const QString& key)
     updateSucceeded = true;
     const Step& step = ask(World::Info, host, key, world.setting(1) * 1000LL);
     const Class status = classOf(Reply(step));
-    ++coverage[ListClasses[status]];
+    ++coverage[std::string("list: ") + Classes[status]];
     if (status == Timeout || status == NetworkError) {
         incorrectToken[host] = false;
         updateSucceeded = false;
@@ -296,7 +291,7 @@ Rules::Answer Rules::walk(const Step& check, int status)
         site.networkError = false;
         answer = post(check, site, total);
         const Class result = classOf(Reply(*answer.reply));
-        ++coverage[CheckClasses[result]];
+        ++coverage[std::string("check: ") + Classes[result]];
 
         switch (result) {
         case Ok:
@@ -383,7 +378,7 @@ void Rules::check(const Step& check)
         log(Info, "Проверка кодов маркировок: [%1]", readable.join(u", "_s));
     }
     const Answer answer = request(check);
-    ++coverage[ErrorKinds[answer.kind]];
+    ++coverage["error kind " + std::to_string(answer.kind)];
     if (answer.reply == nullptr) {
         world.record("result", {answer.kind}, u"|"_s);
     } else {

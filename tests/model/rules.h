@@ -3,12 +3,13 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tests/model/world.h"
 
 /// How often each thing that can happen has happened, so that a run can show that nothing was left out.
-using Coverage = std::map<std::string_view, std::uint64_t>;
+using Coverage = std::map<std::string, std::uint64_t>;
 
 /// The rules of the online client, stated a second time and as plainly as possible: no locks, no network, no
 /// concern for cost. It does what a schedule says in a world of its own.

@@ -43,9 +43,8 @@ void expectSeen(const MarkSim& stand, const Case& expected)
     stand.behave("site-1", expected.behaviour);
     StandClient client(stand);
     client.gzip = true;
-    client.caFile = stand.ready()["caFile"].toString().toUtf8();
     if (expected.result == CURLE_OPERATION_TIMEDOUT)
-        client.timeout = expected.status == 0 ? 100ms : 1000ms;
+        client.timeout = 1000ms;
     const HttpReply reply = client.check({milk});
     EXPECT_EQ(reply.result, expected.result) << curl_easy_strerror(reply.result);
     EXPECT_EQ(reply.status, expected.status);
@@ -54,6 +53,7 @@ void expectSeen(const MarkSim& stand, const Case& expected)
 
 }  // namespace
 
+/// Most ways to end an exchange, to frame a body and to fail a handshake are seen by tests/faults.
 TEST_F(Faults, LookToTheClientAsTheyAreMeant)
 {
     const Case cases[] = {
@@ -65,39 +65,14 @@ TEST_F(Faults, LookToTheClientAsTheyAreMeant)
         {R"({"payload": "malformed"})", CURLE_OK, 200, rubbish},
         {R"({"set": {"/code": "0", "/codes/0/valid": "yes"}, "remove": ["/version", "/codes/*/found"]})",
          CURLE_OK, 200, edited},
-        {R"({"cut": {"after": 0}})", CURLE_GOT_NOTHING, 0},
-        {R"({"cut": {"after": 0, "by": "reset"}})", CURLE_RECV_ERROR, 0},
         {R"({"cut": {"after": "head"}})", CURLE_PARTIAL_FILE, 200, says("")},
         {R"({"cut": {"after": 300, "by": "stall"}})", CURLE_OPERATION_TIMEDOUT, 200, rubbish},
         {R"({"cut": {"after": "reply", "by": "reset"}})", CURLE_OK, 200, normal},
-        {R"({"silent": true})", CURLE_OPERATION_TIMEDOUT, 0},
-        {R"({"connect": "reset"})", CURLE_RECV_ERROR, 0},
-        {R"({"connect": "close"})", CURLE_GOT_NOTHING, 0},
-        {R"({"connect": "refuse"})", CURLE_COULDNT_CONNECT, 0},
-        {R"({"connect": "unanswered"})", CURLE_OPERATION_TIMEDOUT, 0},
         {R"({"framing": "bad-chunks"})", CURLE_RECV_ERROR, 200, says("")},
-        {R"({"framing": "until-close"})", CURLE_OK, 200, normal},
         {R"({"framing": "short-length"})", CURLE_OK, 200, rubbish},
         {R"({"framing": "long-length"})", CURLE_PARTIAL_FILE, 200, normal},
         {R"({"encoding": "gzip", "framing": "chunked", "padMegabytes": 33})", CURLE_OK, 200, padded},
-        {R"({"encoding": "lying-gzip"})", CURLE_BAD_CONTENT_ENCODING, 200},
-        {R"({"raw": "nonsense\r\n\r\n"})", CURLE_UNSUPPORTED_PROTOCOL, 0},
         {R"({"rawBase64": "SFRUUC8xLjEgMjAwIE9LDQoNCv8="})", CURLE_OK, 200, says("\xff")},
-    };
-    for (const Case& expected : cases)
-        expectSeen(stand, expected);
-}
-
-TEST(FaultsOverTls, AreSeenThroughTheEncryption)
-{
-    const MarkSim stand({"--tls"});
-    const Case cases[] = {
-        {"[]", CURLE_OK, 200, normal},
-        {R"({"certificate": "wrong-host"})", CURLE_PEER_FAILED_VERIFICATION, 0},
-        {R"({"certificate": "expired"})", CURLE_PEER_FAILED_VERIFICATION, 0},
-        {R"({"certificate": "self-signed"})", CURLE_PEER_FAILED_VERIFICATION, 0},
-        {R"({"connect": "close"})", CURLE_SSL_CONNECT_ERROR, 0},
-        {R"({"connect": "silent"})", CURLE_OPERATION_TIMEDOUT, 0},
     };
     for (const Case& expected : cases)
         expectSeen(stand, expected);

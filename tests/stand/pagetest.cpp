@@ -59,9 +59,11 @@ TEST_F(Page, IsTheOnlyPageThatMayChangeAnything)
     EXPECT_EQ(stand.admin("GET", "/state"), before);
     EXPECT_EQ(stand.requests().size(), 1);
     EXPECT_EQ(send("POST", "/reset", {}, {"Origin: " + admin}).status, 200);
+    EXPECT_EQ(send("GET", "/state", {}, {"Host: localhost" + port, "Origin: http://localhost" + port}).status,
+              200);
 }
 
-TEST_F(Page, RefusesWhatItDoesNotKnow)
+TEST_F(Page, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
 {
     const QByteArray manyBehaviours = '[' + QByteArray("{},").repeated(1000) + "{}]";
     struct Order
@@ -72,6 +74,14 @@ TEST_F(Page, RefusesWhatItDoesNotKnow)
         const char* reason;
     };
     const Order orders[] = {
+        {"GET", "/behaviours/site-9", "", 404, "no server \"site-9\""},
+        {"DELETE", "/state", "", 405, "does not take this method"},
+        {"PUT", "/goods/%ff", "{}", 400, "path: not UTF-8"},
+        {"PUT", "/goods/x", QByteArray(5 << 20, ' '), 413, "body limit exceeded"},
+        {"PUT", "/modules/module-1", R"({"state": "Ready"})", 400, "body.state: must be not_configured"},
+        {"PUT", "/behaviours/site-1", R"([{}, {"status": 99}])", 400, "body[1].status: must be"},
+        {"PUT", "/behaviours/site-1", R"({"headers": {"A": "1\r\nB: 2"}})", 400, "\"A\" is no header"},
+        {"PUT", "/behaviours/site-1", R"({"connect": "reset", "status": 500})", 400, "cannot stand beside"},
         {"GET", "/page/index.html", "", 404, "no such path"},
         {"GET", "/..%2fdata%2fgoods.json", "", 404, "no such path"},
         {"GET", "/?x=1", "", 404, "no such path"},
@@ -85,17 +95,18 @@ TEST_F(Page, RefusesWhatItDoesNotKnow)
         {"POST", "/behaviours/all?first=yes", "{}", 400, "\"first\" must be a number"},
         {"POST", "/behaviours/all", manyBehaviours, 400, "at most 1000 behaviours"},
         {"DELETE", "/behaviours/all", "[1]", 400, "body[0]"},
-        {"PATCH", "/goods/x", "{}", 405, "does not take"},
         {"POST", "/scenarios/nothing", "", 404, "no scenario \"nothing\""},
         {"POST", "/scenarios/tls", "", 400, "start marksim with --tls"},
         {"PUT", "/scenario", R"({"operators": 2, "sites": 9})", 400, "with --operators 2 --sites 9"},
     };
+    stand.behave("site-1", R"({"status": 418})");
     for (const Order& order : orders) {
         const HttpReply reply = send(order.verb, order.path, order.body);
         EXPECT_EQ(reply.status, order.status) << order.path;
         EXPECT_TRUE(reply.json()["error"].toString().contains(order.reason))
             << order.path << reply.body.data();
     }
+    EXPECT_EQ(client.health().status, 418);
 }
 
 TEST_F(Page, IsServedConfinedAndOnlyWhenAskedFor)
