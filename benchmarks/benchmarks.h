@@ -22,5 +22,7 @@ namespace bench {
 int startOnce(const QString& operatorUrl);
 /// Checks of this many codes under callgrind, which counts the instructions of one of them.
 int checkOnce(int codes);
+/// The same of the bare request that a check is held against.
+int requestOnce(int codes);
 
 }  // namespace bench

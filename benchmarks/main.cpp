@@ -66,6 +66,7 @@ int main(int argc, char** argv)
     std::vector<std::string> names;
     std::string json, pictures, operatorUrl;
     int codes = 0;
+    int requestedCodes = 0;
     CLI::App app("Measures the plug-in against the floor. Exit status 1: a goal is missed.");
     std::vector<std::string> known;
     known.reserve(benchmarks.size());
@@ -77,6 +78,7 @@ int main(int argc, char** argv)
     app.add_option("--pictures", pictures, "Folder for a picture of each figure");
     app.add_option("--start-once", operatorUrl)->group("");
     app.add_option("--check-once", codes)->group("");
+    app.add_option("--request-once", requestedCodes)->group("");
     CLI11_PARSE(app, argc, argv);
     try {
         if (!operatorUrl.empty()) {
@@ -84,6 +86,9 @@ int main(int argc, char** argv)
         }
         if (codes > 0) {
             return bench::checkOnce(codes);
+        }
+        if (requestedCodes > 0) {
+            return bench::requestOnce(requestedCodes);
         }
         return run(names, json, pictures);
     } catch (const std::exception& error) {

@@ -69,7 +69,7 @@ private:
     Next leave(CdnInfo& site, bool networkError);
     Next searchAgain();
     Next stop(http::ErrorKind kind);
-    void ask(const CdnInfo& site);
+    void ask(CdnInfo& site);
     /// Whether this call was made from within a walk or an update, which cannot go on while it waits.
     [[nodiscard]] bool isNested() const { return m_client.walkDepth > 1 || updatesHere > 0; }
     [[nodiscard]] bool isBudgetSpent() const { return m_clock->monotonic() >= m_deadline; }
@@ -235,20 +235,22 @@ CrptClient::Walk::Next CrptClient::Walk::visit(CdnInfo& site)
     return judge(site);
 }
 
-void CrptClient::Walk::ask(const CdnInfo& site)
+void CrptClient::Walk::ask(CdnInfo& site)
 {
     const auto client = m_client.standingClient();
-    const QUrl url = m_client.getUrl(site.host, CdnMethod::CodesCheck);
+    if (site.checkUrl.isEmpty()) {
+        site.checkUrl = m_client.getUrl(site.host, CdnMethod::CodesCheck);
+    }
     client->setTargetAlias(QStringLiteral("серверу честного знака для проверки маркировки"));
     client->setDeadline(toTimer(std::min(deadlineAfter(m_clock->monotonic(), m_requestTimeout), m_deadline)));
-    m_response = client->post(url, m_body, m_headers);
-    m_response.setUrl(url);
+    m_response = client->post(site.checkUrl, m_body, m_headers);
+    m_response.setUrl(site.checkUrl);
 }
 
 CrptClient::Walk::Next CrptClient::Walk::judge(CdnInfo& site)
 {
     const auto* log = m_client.logger;
-    switch (requestStatusOf(m_response)) {
+    switch (requestStatusForWalk(m_response)) {
     case RequestStatus::Ok:
     case RequestStatus::Failed:
         return Next::Stop;

@@ -40,7 +40,7 @@ bool saysOk(const QJsonObject& body)
 
 }  // namespace
 
-RequestStatus requestStatusOf(const http::Response& response)
+RequestStatus requestStatusForWalk(const http::Response& response)
 {
     const int http = response.status();
     const auto* row = std::find_if(StatusClasses.begin(), StatusClasses.end(), [http](const StatusClass& c) {
@@ -57,5 +57,11 @@ RequestStatus requestStatusOf(const http::Response& response)
     if (response.isNetworkError() || http == 0) {
         return RequestStatus::NetworkError;
     }
-    return saysOk(response.responseObject()) ? RequestStatus::Ok : RequestStatus::Failed;
+    return RequestStatus::Ok;
+}
+
+RequestStatus requestStatusOf(const http::Response& response)
+{
+    const RequestStatus status = requestStatusForWalk(response);
+    return status == RequestStatus::Ok && !saysOk(response.responseObject()) ? RequestStatus::Failed : status;
 }

@@ -25,3 +25,7 @@ enum class RequestStatus : int {
 
 /// Sorts a reply into its class. The only place where HTTP statuses of the operator are looked at. Pure.
 [[nodiscard]] RequestStatus requestStatusOf(const http::Response& response);
+
+/// The same for a complete reply whose HTTP status says no more than that, without a look at its body: Ok
+/// stands for Failed, too. Both are taken as they are.
+[[nodiscard]] RequestStatus requestStatusForWalk(const http::Response& response);

@@ -1,5 +1,7 @@
 #include "crpt/resultfitting.h"
 
+#include <optional>
+
 #include <QSet>
 
 namespace {
@@ -20,10 +22,13 @@ CheckMarkingCodesResult::CodeStatus wholeReplyStatus(const CheckMarkingCodesResu
 void failUnmentioned(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
 {
     const Codes passed = setOf(result.passedCodes);
-    const auto notInReply = wholeReplyStatus(result, CheckMarkingCodesResult::NotInReply);
+    std::optional<CheckMarkingCodesResult::CodeStatus> notInReply;  // its object may take long to make
     for (const MarkingCode& code : requested) {
         if (!passed.contains(code) && !result.failedCodes.contains(code)) {
-            result.failedCodes.insert(code, notInReply);
+            if (!notInReply) {
+                notInReply = wholeReplyStatus(result, CheckMarkingCodesResult::NotInReply);
+            }
+            result.failedCodes.insert(code, *notInReply);
         }
     }
 }
@@ -48,6 +53,9 @@ void failAll(CheckMarkingCodesResult& result, const QList<MarkingCode>& requeste
 
 void fitToErrorKind(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
 {
+    if (result.errorKind() == http::ErrorKind::None && result.passedCodes == requested) {
+        return;  // all of them have passed, as they mostly do
+    }
     switch (result.errorKind()) {
     case http::ErrorKind::None:
         failUnmentioned(result, requested);

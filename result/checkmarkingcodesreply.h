@@ -24,6 +24,8 @@ public:
     ~CheckMarkingCodesReply() override;
 
     [[nodiscard]] QJsonObject responseObject() const override;
+    /// Whether responseObject() is not that of the body.
+    [[nodiscard]] bool hasOwnObject() const { return m_object.has_value(); }
 
 private:
     std::optional<QJsonObject> m_object;

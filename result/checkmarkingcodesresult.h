@@ -15,6 +15,8 @@
 #include <utils/export.h>
 #include <utils/markingcode.h>
 
+struct ReplyEntry;
+
 /// What a check of marking codes came to: which codes passed, which failed and why, and what else the reply
 /// said of them. Starts as a full copy of the reply it is built from, so everything that can be asked of the
 /// reply can be asked of the result.
@@ -123,7 +125,7 @@ public:
     QMap<MarkingCode, MrpInfo> mrps;              ///< where given and positive
 
 private:
-    void readCode(const QJsonObject& entry, const RequestInfo& request);
+    void keepSideData(const ReplyEntry& entry, const RequestInfo& request);
     void copySideData(const MarkingCode& code, const CheckMarkingCodesResult& other);
 };
 

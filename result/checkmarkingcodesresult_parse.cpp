@@ -1,96 +1,57 @@
 #include "result/checkmarkingcodesresult.h"
 
-#include <array>
-
 #include <QJsonArray>
 #include <QLatin1String>
 
+#include "result/replycontent.h"
 #include <utils/currenttime.h>
 
 namespace {
 
-/// The field as a truth value: null is false, a missing field or any other wrong type is the default.
-bool readBool(const QJsonObject& object, QLatin1String key, bool fallback)
+using Result = CheckMarkingCodesResult;
+
+ReplyContent contentOf(const CheckMarkingCodesReply& reply)
 {
-    const QJsonValue value = object.value(key);
-    return value.isNull() ? false : value.toBool(fallback);
+    if (!reply.hasOwnObject()) {
+        if (auto content = ReplyContent::fromPlainJson(reply.body())) {
+            return std::move(*content);
+        }
+    }
+    return ReplyContent::fromObject(reply.responseObject());
 }
 
-struct FlagRule
+/// The time that expiry dates are held against, read when the first one is.
+class Now
 {
-    QLatin1String field;
-    bool whenMissing;
-    bool flaggedWhen;
-    CheckMarkingCodesResult::EStatus flag;
+public:
+    bool isBefore(const QDateTime& date)
+    {
+        if (!m_now) {
+            m_now = MockFactory<CurrentTime>::create()->currentDateTime();
+        }
+        return *m_now < date;
+    }
+
+private:
+    std::optional<QDateTime> m_now;
 };
 
-constexpr auto ExpireDate = QLatin1String("expireDate");
-constexpr auto ProductWeight = QLatin1String("productWeight");
-
-constexpr FlagRule Blocked = {QLatin1String("isBlocked"), false, true, CheckMarkingCodesResult::Blocked};
-
-/// Not looked at for a code that was checked offline.
-constexpr std::array OnlineRules = {
-    FlagRule{QLatin1String("isGreyGtin"), false, true, CheckMarkingCodesResult::GreyGtin},
-    FlagRule{QLatin1String("found"), true, false, CheckMarkingCodesResult::NotFound},
-    FlagRule{QLatin1String("realizable"), true, false, CheckMarkingCodesResult::NotRealizable},
-    FlagRule{QLatin1String("utilised"), true, false, CheckMarkingCodesResult::NotUtilised},
-    FlagRule{QLatin1String("valid"), true, false, CheckMarkingCodesResult::NotValid},
-    FlagRule{QLatin1String("verified"), true, false, CheckMarkingCodesResult::NotVerified},
-    FlagRule{QLatin1String("sold"), false, true, CheckMarkingCodesResult::Sold},
-    FlagRule{QLatin1String("isOwner"), true, false, CheckMarkingCodesResult::NotOwner},
-    FlagRule{QLatin1String("isTracking"), true, false, CheckMarkingCodesResult::NotTracking},
-};
-
-bool isFlagged(const QJsonObject& entry, const FlagRule& rule)
+Result::Status statusOf(const ReplyEntry& entry, Now& now)
 {
-    return readBool(entry, rule.field, rule.whenMissing) == rule.flaggedWhen;
-}
-
-QDateTime readExpireDate(const QJsonValue& value)
-{
-    return QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
-}
-
-bool isExpired(const QDateTime& expireDate)
-{
-    return !(MockFactory<CurrentTime>::create()->currentDateTime() < expireDate);
-}
-
-CheckMarkingCodesResult::Status readStatus(const QJsonObject& entry)
-{
-    CheckMarkingCodesResult::Status status;
-    status.setFlag(Blocked.flag, isFlagged(entry, Blocked));
-    if (readBool(entry, QLatin1String("isCheckedOffline"), false)) {
-        return status;
+    if (entry.checkedOffline) {
+        return entry.flags & Result::Blocked;
     }
-    for (const FlagRule& rule : OnlineRules) {
-        status.setFlag(rule.flag, isFlagged(entry, rule));
+    Result::Status status = entry.flags;
+    if (entry.grayZone) {
+        status.setFlag(Result::GrayZoneNotRealizable, status.testFlag(Result::NotRealizable));
     }
-    if (readBool(entry, QLatin1String("grayZone"), false)) {
-        status.setFlag(CheckMarkingCodesResult::GrayZoneNotRealizable,
-                       status.testFlag(CheckMarkingCodesResult::NotRealizable));
+    if (entry.expireDate) {
+        status.setFlag(Result::Expired, !now.isBefore(*entry.expireDate));
     }
-    if (const QJsonValue date = entry.value(ExpireDate); !date.isUndefined()) {
-        status.setFlag(CheckMarkingCodesResult::Expired, isExpired(readExpireDate(date)));
-    }
-    if (const QJsonValue weight = entry.value(ProductWeight); !weight.isUndefined()) {
-        status.setFlag(CheckMarkingCodesResult::ZeroWeight, weight.toInt() == 0);
+    if (entry.productWeight) {
+        status.setFlag(Result::ZeroWeight, *entry.productWeight == 0);
     }
     return status;
-}
-
-MarkingCode readMarkingCode(const QJsonObject& entry)
-{
-    const QByteArray cis = entry.value(QLatin1String("cis")).toString().toUtf8();
-    return MarkingCode(QString::fromLatin1(cis.toBase64()));
-}
-
-qint32 readGroupId(const QJsonObject& entry)
-{
-    constexpr qint32 tobacco = 16;
-    const QJsonArray groups = entry.value(QLatin1String("groupIds")).toArray();
-    return groups.isEmpty() ? tobacco : groups.first().toInt();
 }
 
 }  // namespace
@@ -98,45 +59,38 @@ qint32 readGroupId(const QJsonObject& entry)
 CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesReply& reply)
     : CheckMarkingCodesReply(reply)
 {
-    const QJsonObject object = reply.responseObject();
-    const RequestInfo request = {
-        object.value(QLatin1String("reqId")).toString(),
-        object.value(QLatin1String("reqTimestamp")).toInteger(),
-        object.value(QLatin1String("inst")).toString(),
-        object.value(QLatin1String("version")).toString(),
-    };
-    const QJsonArray codes = object.value(QLatin1String("codes")).toArray();
-    for (const auto& code : codes) {
-        readCode(code.toObject(), request);
+    const ReplyContent content = contentOf(reply);
+    std::optional<QJsonArray> objects;  // made only when a code fails
+    Now now;
+    passedCodes.reserve(qsizetype(content.entries.size()));
+    for (size_t i = 0; i < content.entries.size(); ++i) {
+        const ReplyEntry& entry = content.entries[i];
+        const Status status = statusOf(entry, now);
+        if (!(status & ~Status(NotTracking)) && entry.message.isEmpty()) {
+            passedCodes.append(entry.code);
+        } else {
+            if (!objects) {
+                objects = reply.responseObject().value(QLatin1String("codes")).toArray();
+            }
+            failedCodes.insert(
+                failedCodes.cend(), entry.code,
+                {status, entry.message, entry.ogvs, entry.errorCode, objects->at(qsizetype(i)).toObject()});
+        }
+        keepSideData(entry, content.request);
     }
 }
 
-void CheckMarkingCodesResult::readCode(const QJsonObject& entry, const RequestInfo& request)
+/// Replies often have their codes in order: the end is where the next one goes.
+void CheckMarkingCodesResult::keepSideData(const ReplyEntry& entry, const RequestInfo& request)
 {
-    const MarkingCode code = readMarkingCode(entry);
-    const CodeStatus codeStatus = {
-        readStatus(entry),
-        entry.value(QLatin1String("message")).toString(),
-        entry.value(QLatin1String("ogvs")).toString(),
-        entry.value(QLatin1String("errorCode")).toInt(),
-        entry,
-    };
-
-    if (const QJsonValue date = entry.value(ExpireDate); !date.isUndefined()) {
-        expireDates.insert(code, readExpireDate(date));
+    if (entry.expireDate) {
+        expireDates.insert(expireDates.cend(), entry.code, *entry.expireDate);
     }
-    if (const int weight = entry.value(ProductWeight).toInt(); weight > 0) {
-        productWeights.insert(code, weight);
+    if (entry.productWeight.value_or(0) > 0) {
+        productWeights.insert(productWeights.cend(), entry.code, *entry.productWeight);
     }
-    if (const int mrp = entry.value(QLatin1String("mrp")).toInt(); mrp > 0) {
-        mrps.insert(code, {readGroupId(entry), mrp});
+    if (entry.mrp > 0) {
+        mrps.insert(mrps.cend(), entry.code, {entry.groupId, entry.mrp});
     }
-
-    const Status reasons = codeStatus.status & ~Status(NotTracking);
-    if (!reasons && codeStatus.message.isEmpty()) {
-        passedCodes.append(code);
-    } else {
-        failedCodes.insert(code, codeStatus);
-    }
-    requestInfos.insert(code, request);
+    requestInfos.insert(requestInfos.cend(), entry.code, request);
 }

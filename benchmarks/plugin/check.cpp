@@ -82,4 +82,19 @@ int checkOnce(int count)
     return 0;
 }
 
+int requestOnce(int count)
+{
+    Sites sites(1);
+    BareClient bare;
+    const QList<MarkingCode> codes = codesOf(count);
+    const QByteArray body = Till::bodyOf(codes);
+    sites.setReply(replyFor(codes));
+    bare.post(sites.checkUrl(0), body);
+    bare.post(sites.checkUrl(0), body);
+    CALLGRIND_START_INSTRUMENTATION;
+    bare.post(sites.checkUrl(0), body);
+    CALLGRIND_STOP_INSTRUMENTATION;
+    return 0;
+}
+
 }  // namespace bench

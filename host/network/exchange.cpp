@@ -87,9 +87,7 @@ void Exchange::applySettings(const Settings& settings)
 
 Exchange::Result Exchange::run(const Request& request)
 {
-    // A fresh handle: one that is used again appends a reply's first header line, when it begins with a
-    // blank, to a header of the reply before, which has been freed.
-    m_easy.reset(m_prototype ? curl_easy_duphandle(m_prototype.get()) : nullptr);
+    takeFreshHandle();
     if (!m_easy || !m_multi) {
         return {.failure = Failure::Other};
     }
@@ -123,6 +121,23 @@ Exchange::Result Exchange::run(const Request& request)
         result.status = isFinalStatus(result.status) ? result.status : 0;
     }
     return result;
+}
+
+/// For every exchange: a handle that is used again appends a reply's first header line, when it begins with a
+/// blank, to a header of the reply before, which has been freed.
+void Exchange::takeFreshHandle()
+{
+    m_used = std::move(m_easy);
+    if (!m_next) {
+        prepareNextHandle();
+    }
+    m_easy = std::move(m_next);
+}
+
+void Exchange::prepareNextHandle()
+{
+    m_used.reset();
+    m_next.reset(m_prototype ? curl_easy_duphandle(m_prototype.get()) : nullptr);
 }
 
 bool Exchange::applyHeaders(const Request& request)
@@ -159,6 +174,9 @@ Exchange::Ending Exchange::transfer()
         fault = curl_multi_perform(m_multi.get(), &running);
         if (fault != CURLM_OK || running == 0) {
             break;
+        }
+        if (!m_next) {
+            prepareNextHandle();  // the request is with the site: time that nobody waits for
         }
         fault = curl_multi_poll(m_multi.get(), nullptr, 0, PollMilliseconds, nullptr);
     }

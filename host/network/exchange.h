@@ -75,6 +75,8 @@ private:
     static size_t onHeader(char* bytes, size_t size, size_t count, void* exchange);
 
     void applySettings(const Settings& settings);
+    void takeFreshHandle();
+    void prepareNextHandle();
     [[nodiscard]] bool applyHeaders(const Request& request);
     void applyMethod(const Request& request);
     [[nodiscard]] Ending transfer();
@@ -92,7 +94,9 @@ private:
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
     std::unique_ptr<CURL, CleanUpEasy> m_prototype;  ///< has the settings; copied for every exchange
-    std::unique_ptr<CURL, CleanUpEasy> m_easy;
+    std::unique_ptr<CURL, CleanUpEasy> m_easy;       ///< of this exchange
+    std::unique_ptr<CURL, CleanUpEasy> m_used;       ///< of the one before
+    std::unique_ptr<CURL, CleanUpEasy> m_next;
     RequestHeaders m_headers;
     QByteArray m_requestBody;
     QByteArray m_replyBody;

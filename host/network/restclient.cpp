@@ -72,6 +72,10 @@ struct RestClient::State
     mutable std::mutex lastMutex;
     http::Response last;
 
+    /// Of the last request, most often that of the next one.
+    QUrl lastUrl;
+    QByteArray lastEncodedUrl;
+
     http::Response request(bool post, const QUrl& url, const QJsonDocument& body,
                            const QHash<QString, QString>& headers);
 
@@ -128,8 +132,12 @@ Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonD
     if (!allowed) {
         return {.failure = Failure::Timeout};
     }
+    if (url != lastUrl) {
+        lastUrl = url;
+        lastEncodedUrl = url.toEncoded(QUrl::RemoveFragment);
+    }
     return exchange.run({.post = post,
-                         .url = url.toEncoded(QUrl::RemoveFragment),
+                         .url = lastEncodedUrl,
                          .body = jsonOf(body),
                          .headers = headers,
                          .limit = *allowed,

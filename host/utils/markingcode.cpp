@@ -10,10 +10,10 @@ namespace {
 
 constexpr QChar GroupSeparator(0x1D);
 
-bool isSevenBitText(const QByteArray& bytes)
+bool isSevenBitText(const QString& text)
 {
-    return std::all_of(bytes.cbegin(), bytes.cend(),
-                       [](char c) { return c == 0x1D || (c >= 0x20 && c <= 0x7E); });
+    return std::all_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c == GroupSeparator || (c >= u' ' && c <= u'~'); });
 }
 
 bool mayBeBase64(const QString& text)
@@ -30,11 +30,12 @@ QString fromBase64(const QString& text)
     const QByteArray latin = text.toLatin1();
     const auto result = QByteArray::fromBase64Encoding(latin, QByteArray::AbortOnBase64DecodingErrors);
     const QByteArray decoded = result ? *result : QByteArray();
+    const QString plain = QString::fromLatin1(decoded);
     // Encoding it again tells whether padding and the unused bits were as the encoding has them.
-    if (decoded.isEmpty() || !isSevenBitText(decoded) || decoded.toBase64() != latin) {
+    if (decoded.isEmpty() || !isSevenBitText(plain) || decoded.toBase64() != latin) {
         return {};
     }
-    return QString::fromLatin1(decoded);
+    return plain;
 }
 
 QString withoutLeadingFnc1(const QString& text)
@@ -110,6 +111,16 @@ MarkingCode::MarkingCode(const QString& text)
 {
     const QString decoded = fromBase64(text);
     m_text = withoutLeadingFnc1(decoded.isNull() ? text : decoded);
+}
+
+MarkingCode MarkingCode::ofText(const QString& text)
+{
+    if (text.isEmpty() || !isSevenBitText(text)) {
+        return MarkingCode(QString::fromLatin1(text.toUtf8().toBase64()));
+    }
+    MarkingCode code;
+    code.m_text = withoutLeadingFnc1(text);
+    return code;
 }
 
 QString MarkingCode::toReadable() const

@@ -30,6 +30,11 @@ public:
     MarkingCode() = default;
     explicit MarkingCode(const QString& text);
 
+    /// The code of this text, whatever it looks like: the same as from the Base64 of its UTF-8. A text with
+    /// other than 7-bit characters has no Base64 that stands for it; its code's canonical text is that Base64
+    /// itself.
+    [[nodiscard]] static MarkingCode ofText(const QString& text);
+
     [[nodiscard]] bool isEmpty() const { return m_text.isEmpty(); }
 
     /// The canonical text with its GS characters: what is sent to the operator.

@@ -42,6 +42,7 @@ TEST(Code, IsTheSameInEveryForm)
             const MarkingCode encoded((prefix + text).toBase64());
             EXPECT_EQ(encoded.toString(), text);
             EXPECT_EQ(qHash(encoded), qHash(code));
+            EXPECT_EQ(MarkingCode::ofText(prefix + text), code);
             EXPECT_EQ(encoded <=> code, std::strong_ordering::equal);
         }
     }
@@ -55,6 +56,9 @@ TEST(Code, IsDecodedFromStrictBase64Only)
     }
     EXPECT_EQ(MarkingCode("QUJD").toString(), "ABC");
     EXPECT_EQ(MarkingCode("QUJDRA==").toString(), "ABCD");
+    EXPECT_EQ(MarkingCode::ofText("QUJD").toString(), "QUJD");
+    EXPECT_EQ(MarkingCode::ofText("ё").toString(), "0ZE=");
+    EXPECT_TRUE(MarkingCode::ofText("").isEmpty());
 }
 
 TEST(Code, ReadableShowsWhatCannotBeSeen)

@@ -11,11 +11,15 @@ namespace {
 
 const MarkingCode A("A");
 
+/// A reply's bytes say the same as the JSON object that they are.
 Result parse(const QByteArray& body)
 {
     http::Response response;
     response.setBody(body);
-    return Result(CheckMarkingCodesReply(response));
+    const Result result{CheckMarkingCodesReply(response)};
+    EXPECT_EQ(result, Result(CheckMarkingCodesReply(response, response.responseObject())))
+        << body.constData();
+    return result;
 }
 
 /// The result of a reply with one code "A" whose entry has these members besides.
@@ -163,6 +167,38 @@ TEST(CheckReply, KnowsCodesHoweverTheyAreWritten)
     EXPECT_EQ(passed.value(0), MarkingCode("0104600439931256215Qbag!\x1D" + QString("93Zjqw")));
     EXPECT_EQ(passed.value(1), MarkingCode("00000046198488X?io+qCABm8wAYa"));
     EXPECT_EQ(passed.mid(2), QList<MarkingCode>(6));
+}
+
+TEST(CheckReply, IsReadAsTheJsonThatItIs)
+{
+    const QByteArray deep(1500, '[');
+    const std::pair<QByteArray, QList<MarkingCode>> cases[] = {
+        {R"( {"codes" : [ {"cis" : "A"} ] } )", {A}},
+        {R"({"codes": [{"c\u0069s": "\u0041"}]})", {A}},
+        {R"({"codes": [{"cis": "\u0041\n\ud83d\ude00"}], "reqId": "a\u0062\"c"})", {MarkingCode("QQrwn5iA")}},
+        {R"({"codes": [{"cis": "\ud83d"}]})", {MarkingCode("?")}},
+        {R"({"codes": [{"cis": "B", "cis": "A", "sold": true, "sold": false}]})", {A}},
+        {R"({"codes": [{"cis": "B"}], "codes": [{"cis": "A"}]})", {A}},
+        {R"({"x": {"codes": [{"cis": "B"}]}, "codes": [{"x": {"cis": "B", "sold": true}, "cis": "A"}]})",
+         {A}},
+        {R"({"codes": [[{"cis": "B"}], {"cis": "A", "mrp": 1, "groupIds": [[5], 7]}]})", {MarkingCode(), A}},
+        {R"({"codes": [{"cis": "A", "productWeight": 1e2, "mrp": 1.5, "x": 12345678901234567890}]})", {A}},
+        {R"({"codes": [{"cis": "A", "productWeight": -0.0, "sold": null}], "reqTimestamp": 1e3})", {}},
+        {"\xEF\xBB\xBF"
+         R"({"codes": [{"cis": "A"}]})",
+         {A}},
+        {R"({"codes": [{"cis": "A"}], "x": )" + deep + QByteArray(1500, ']') + "}", {}},
+        {R"({"codes": [{"cis": "A"}], "x": 1e999})", {}},
+        {R"({"codes": [{"cis": "A"}]} x)", {}},
+        {QByteArray(R"({"codes": [{"cis": "A"}]})") + '\0', {}},
+        {R"({"codes": [{"cis": "A"}],})", {}},
+        {R"({"codes": [{"cis": "A"}])", {}},
+        {"{\"codes\": [{\"cis\": \"\xC3\"}]}", {}},
+        {R"([{"codes": [{"cis": "A"}]}])", {}},
+        {R"({"codes": {"cis": "A"}})", {}}};
+    for (const auto& [body, passed] : cases) {
+        EXPECT_EQ(parse(body).passedCodes, passed) << body.constData();
+    }
 }
 
 TEST(CheckReply, ListsACodeGivenTwiceByBothVerdictsWithTheLaterData)

@@ -1,0 +1,137 @@
+#include "result/replyfields.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace {
+
+using Result = CheckMarkingCodesResult;
+
+/// The flag is set by this value; null is false, a missing field or one of another type sets none.
+template <Result::EStatus Flag, bool FlaggedWhen>
+void readFlag(ReplyEntry& entry, const FieldValue& value)
+{
+    const bool isTold = value.kind == FieldValue::Bool || value.kind == FieldValue::Null;
+    entry.flags.setFlag(Flag, isTold && value.truth == FlaggedWhen);
+}
+
+template <auto Member>
+void readBool(ReplyEntry& entry, const FieldValue& value)
+{
+    entry.*Member = value.truth;
+}
+
+template <auto Member>
+void readInt(ReplyEntry& entry, const FieldValue& value)
+{
+    entry.*Member = value.toInt();
+}
+
+template <class Target, auto Member>
+void readText(Target& target, const FieldValue& value)
+{
+    target.*Member = value.toString();
+}
+
+void readCode(ReplyEntry& entry, const FieldValue& value)
+{
+    entry.code = MarkingCode::ofText(value.toString());
+}
+
+/// The number that `digits` of `text` from `start` are, -1 when one of them is no digit.
+int numberAt(const QString& text, qsizetype start, qsizetype digits)
+{
+    int number = 0;
+    for (const QChar c : QStringView(text).sliced(start, digits)) {
+        if (c < u'0' || c > u'9') {
+            return -1;
+        }
+        number = number * 10 + (c.unicode() - u'0');
+    }
+    return number;
+}
+
+/// A date as the operator writes it, "2026-01-20T10:57:00.000Z"; invalid for every other form. QDateTime,
+/// which takes them all, needs ten times as long.
+QDateTime plainDate(const QString& text)
+{
+    constexpr QStringView form = u"0000-00-00T00:00:00.000Z";
+    if (text.size() != form.size()) {
+        return {};
+    }
+    for (const qsizetype mark : {4, 7, 10, 13, 16, 19, 23}) {
+        if (text[mark] != form[mark]) {
+            return {};
+        }
+    }
+    const QDate date(numberAt(text, 0, 4), numberAt(text, 5, 2), numberAt(text, 8, 2));
+    const QTime time(numberAt(text, 11, 2), numberAt(text, 14, 2), numberAt(text, 17, 2),
+                     numberAt(text, 20, 3));
+    return date.isValid() && time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
+}
+
+void readExpireDate(ReplyEntry& entry, const FieldValue& value)
+{
+    const QString text = value.toString();
+    const QDateTime date = plainDate(text);
+    entry.expireDate = date.isValid() ? date : QDateTime::fromString(text, Qt::ISODateWithMs);
+}
+
+/// Its first element is read where the array is.
+void readNothing(ReplyEntry& /*entry*/, const FieldValue& /*value*/) {}
+
+void readTimestamp(Result::RequestInfo& request, const FieldValue& value)
+{
+    request.reqTimestamp = value.toInteger();
+}
+
+constexpr std::array EntryFields = {
+    EntryField{"cis", &readCode},
+    EntryField{"isCheckedOffline", &readBool<&ReplyEntry::checkedOffline>},
+    EntryField{"isBlocked", &readFlag<Result::Blocked, true>},
+    EntryField{"isGreyGtin", &readFlag<Result::GreyGtin, true>},
+    EntryField{"found", &readFlag<Result::NotFound, false>},
+    EntryField{"realizable", &readFlag<Result::NotRealizable, false>},
+    EntryField{"utilised", &readFlag<Result::NotUtilised, false>},
+    EntryField{"valid", &readFlag<Result::NotValid, false>},
+    EntryField{"verified", &readFlag<Result::NotVerified, false>},
+    EntryField{"sold", &readFlag<Result::Sold, true>},
+    EntryField{"grayZone", &readBool<&ReplyEntry::grayZone>},
+    EntryField{"isOwner", &readFlag<Result::NotOwner, false>},
+    EntryField{"isTracking", &readFlag<Result::NotTracking, false>},
+    EntryField{"expireDate", &readExpireDate},
+    EntryField{"productWeight", &readInt<&ReplyEntry::productWeight>},
+    EntryField{"mrp", &readInt<&ReplyEntry::mrp>},
+    EntryField{GroupIds, &readNothing},
+    EntryField{"message", &readText<ReplyEntry, &ReplyEntry::message>},
+    EntryField{"ogvs", &readText<ReplyEntry, &ReplyEntry::ogvs>},
+    EntryField{"errorCode", &readInt<&ReplyEntry::errorCode>},
+};
+
+constexpr std::array RequestFields = {
+    RequestField{"reqId", &readText<Result::RequestInfo, &Result::RequestInfo::reqId>},
+    RequestField{"reqTimestamp", &readTimestamp},
+    RequestField{"inst", &readText<Result::RequestInfo, &Result::RequestInfo::inst>},
+    RequestField{"version", &readText<Result::RequestInfo, &Result::RequestInfo::version>},
+};
+
+}  // namespace
+
+int FieldValue::toInt() const
+{
+    const qint64 integer = toInteger();
+    const bool fits =
+        integer >= std::numeric_limits<int>::min() && integer <= std::numeric_limits<int>::max();
+    return fits ? int(integer) : 0;
+}
+
+std::span<const EntryField> entryFields()
+{
+    return EntryFields;
+}
+
+std::span<const RequestField> requestFields()
+{
+    return RequestFields;
+}
