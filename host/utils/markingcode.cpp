@@ -30,7 +30,7 @@ QString fromBase64(const QString& text)
     const QByteArray latin = text.toLatin1();
     const auto result = QByteArray::fromBase64Encoding(latin, QByteArray::AbortOnBase64DecodingErrors);
     const QByteArray decoded = result ? *result : QByteArray();
-    const QString plain = QString::fromLatin1(decoded);
+    QString plain = QString::fromLatin1(decoded);
     // Encoding it again tells whether padding and the unused bits were as the encoding has them.
     if (decoded.isEmpty() || !isSevenBitText(plain) || decoded.toBase64() != latin) {
         return {};
