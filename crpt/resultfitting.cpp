@@ -28,7 +28,7 @@ void failUnmentioned(CheckMarkingCodesResult& result, const QList<MarkingCode>& 
             if (!notInReply) {
                 notInReply = wholeReplyStatus(result, CheckMarkingCodesResult::NotInReply);
             }
-            result.failedCodes.insert(code, *notInReply);
+            result.failedCodes.insert(result.failedCodes.cend(), code, *notInReply);
         }
     }
 }
@@ -45,7 +45,7 @@ void failAll(CheckMarkingCodesResult& result, const QList<MarkingCode>& requeste
     result.passedCodes.clear();
     result.failedCodes.clear();
     for (const MarkingCode& code : requested) {
-        result.failedCodes.insert(code, unreachable);
+        result.failedCodes.insert(result.failedCodes.cend(), code, unreachable);
     }
 }
 

@@ -126,7 +126,7 @@ public:
 
 private:
     void keepSideData(const ReplyEntry& entry, const RequestInfo& request);
-    void copySideData(const MarkingCode& code, const CheckMarkingCodesResult& other);
+    void copySideData(QList<MarkingCode>& codes, const CheckMarkingCodesResult& other);
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(CheckMarkingCodesResult::Status)
