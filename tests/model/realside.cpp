@@ -81,15 +81,11 @@ void RealSide::begin(World& world)
     static const QStringList keys = {u"CRPT:updateInfoInterval"_s, u"CRPT:getInfoTimeout"_s,
                                      u"CRPT:healthCheckTimeout"_s};
     static const std::array defaults = {-1, 10, 10};
-    static std::array inForce = defaults;
     m_world = &world;
-    if (const std::array wanted = {world.setting(0), world.setting(1), world.setting(2)}; inForce != wanted) {
-        inForce = wanted;
-        Singleton<Config>::instance()->clear();
-        for (size_t i = 0; i < wanted.size(); ++i) {
-            if (wanted[i] != defaults[i]) {
-                Singleton<Config>::instance()->setValue(keys[int(i)], QString::number(wanted[i]));
-            }
+    Singleton<Config>::instance()->clear();
+    for (size_t i = 0; i < defaults.size(); ++i) {
+        if (world.setting(i) != defaults[i]) {
+            Singleton<Config>::instance()->setValue(keys[int(i)], QString::number(world.setting(i)));
         }
     }
     m_set = {};

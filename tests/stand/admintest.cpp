@@ -28,17 +28,3 @@ TEST_F(Admin, ChangesBehavioursGoodsAndModulesAndGoesBackToTheStart)
     EXPECT_EQ(client.entry(code)["found"], false);
     EXPECT_EQ(stand.admin("GET", "/modules/module-1")["state"], "ready");
 }
-
-TEST_F(Admin, PlaysAnotherScenarioOnTheServersThatRun)
-{
-    stand.admin("PUT", "/scenario", R"({"keys": ["fresh"],
-        "servers": {"sites": {"behaviours": [{"method": "health", "status": 502}]},
-                    "site-2": {"behaviours": [{"method": "health", "status": 504, "times": 1}]},
-                    "module-1": {"state": "not_configured", "token": "t"}}})");
-    EXPECT_EQ(client.check({}).status, 401) << "the old key";
-    EXPECT_EQ(client.health("site-2").status, 504);
-    EXPECT_EQ(client.health("site-2").status, 502);
-    EXPECT_EQ(stand.admin("GET", "/modules/module-1")["token"], "t");
-    stand.admin("PUT", "/scenario", "{}");
-    EXPECT_EQ(client.health("site-2").status, 200);
-}

@@ -151,4 +151,6 @@ TEST_F(Page, PlaysScenariosThatNeedFewerServers)
     EXPECT_EQ(stand.admin("POST", "/scenarios/calm")["scenario"], "calm");
     EXPECT_EQ(listed().size(), 3);
     EXPECT_EQ(client.health("site-3").status, 200);
+    stand.admin("PUT", "/scenario", R"({"keys": ["fresh"]})");
+    EXPECT_EQ(client.check({}).status, 401) << "the old key";
 }

@@ -75,13 +75,15 @@ TEST(Scenario, SetsUpServersKeysGoodsAndModules)
         "goods": [{"code": "X-1", "online": {"sold": true}}],
         "servers": {
             "operator-1": {"lists": ["site-2", "http://127.0.0.1:1", ""], "keys": ["only-here"]},
-            "site-2": {"prefix": "/shop", "behaviours": {"status": 500, "method": "check", "times": 1}},
+            "site-2": {"prefix": "/shop", "behaviours": {"status": 500, "times": 1}},
+            "sites": {"behaviours": [{"method": "health", "status": 502}]},
             "module-2": {"user": "u", "password": "p", "state": "sync_error"}}})");
     const MarkSim stand({"--scenario", file.fileName(), "--sites", "3"});
     const StandClient client(stand);
     EXPECT_EQ(stand.ready()["sites"].toArray().size(), 3) << "the command line comes first";
     EXPECT_TRUE(stand.url("site-2").endsWith("/shop"));
-    EXPECT_EQ(client.check({}, "site-2").status, 500);
+    EXPECT_EQ(client.health("site-2").status, 500);
+    EXPECT_EQ(client.health("site-2").status, 502);
     EXPECT_EQ(client.entry("X-1")["sold"], true);
 
     const auto ask = [&](const QString& server, const char* path, const QString& header) {
