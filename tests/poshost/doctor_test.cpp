@@ -1,6 +1,4 @@
-#include <QFile>
 #include <QJsonArray>
-#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -156,30 +154,8 @@ TEST(Doctor, RefusesWhatItCannotReadAndReportsABrokenFile)
         << run.output.toStdString();
 }
 
-/// The example of the documentation has every key that is known, set or commented out, and no other.
-TEST(KnownKeys, AreThoseOfTheExample)
+TEST(KnownKeys, AreToldApartByTheLettersThatDiffer)
 {
-    QFile file(SOURCE_FOLDER "/docs/till.ini");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    static const QRegularExpression setting("^;?([A-Za-z]+) = ");
-    QString section;
-    QStringList given;
-    for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n')) {
-        if (line.startsWith(u'[')) {
-            section = line.sliced(1).chopped(1);
-        } else if (const auto match = setting.match(line); match.hasMatch()) {
-            given.append(section + u':' + match.captured(1));
-        }
-    }
-    for (const doctor::KnownKey& key : doctor::knownKeys()) {
-        const auto isGiven = [&](const QString& name) {
-            return key.isIn(name.section(u':', 0, 0)) && name.section(u':', 1) == key.name;
-        };
-        const bool isMarking = QLatin1String(key.name) == QLatin1String("markverifycrptservice");
-        EXPECT_EQ(given.removeIf(isGiven), isMarking && key.sectionStem() != "MarkedGoods" ? 0 : 1)
-            << key.name;
-    }
-    EXPECT_EQ(given, QStringList());
     EXPECT_EQ(doctor::distance("Timeout", "tiemout"), 1);
     EXPECT_EQ(doctor::distance("", "abc"), 3);
     EXPECT_EQ(doctor::distance("kitten", "sitting"), 3);
