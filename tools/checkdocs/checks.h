@@ -39,6 +39,10 @@ using Helps = QMap<QString, QString>;
 /// README.md names every member of these JSON objects.
 [[nodiscard]] QStringList checkMembers(const QString& root, const QList<QByteArray>& objects);
 
+/// docs/stand.md names every property, and every word one may be, that the published descriptions of
+/// scenario and admin port have.
+[[nodiscard]] QStringList checkStandInterface(const QString& root);
+
 /// Which fenced blocks are run: "```", those that need no more than the build, or "```console installed",
 /// those of somebody who installs the packages.
 enum class Examples { WithBuild, WithPackages };

@@ -1,8 +1,4 @@
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
-#include <QSet>
 
 #include "tools/checkdocs/checks.h"
 
@@ -84,36 +80,7 @@ QString helpFor(const QString& command, const Helps& helps)
     return helps.contains(program) ? helps[program] : QStringList(helps.values()).join('\n');
 }
 
-/// The names of all members, at whatever depth.
-void collectMembers(const QJsonValue& value, QSet<QString>& names)
-{
-    const QJsonObject object = value.toObject();
-    for (auto member = object.begin(); member != object.end(); ++member) {
-        names.insert(member.key());
-        collectMembers(member.value(), names);
-    }
-    for (const QJsonValue element : value.toArray()) {
-        collectMembers(element, names);
-    }
-}
-
 }  // namespace
-
-QStringList checkMembers(const QString& root, const QList<QByteArray>& objects)
-{
-    const QString readme = readFile(root, "README.md");
-    QSet<QString> names;
-    for (const QByteArray& object : objects) {
-        collectMembers(QJsonDocument::fromJson(object).object(), names);
-    }
-    QStringList faults = names.isEmpty() ? QStringList{"there are no members"} : QStringList{};
-    for (const QString& name : names) {
-        if (!readme.contains('`' + name + '`')) {
-            faults.append("README.md does not name the member `" + name + '`');
-        }
-    }
-    return faults;
-}
 
 QStringList checkCommands(const QString& root, const QStringList& markdownFiles, const Helps& helps)
 {

@@ -115,6 +115,7 @@ int checkTree(const QString& root, const QString& programs)
            report("settings", checkdocs::checkSettings(root, keys)) |
            report("commands", checkdocs::checkCommands(root, files, helpsOf(root, programs))) |
            report("members", checkdocs::checkMembers(root, jsonOf(root, programs + "/poshost"))) |
+           report("the stand's interface", checkdocs::checkStandInterface(root)) |
            report("languages", checkdocs::compareLanguages(root, files)) |
            report("examples",
                   checkdocs::runExamples(root, withExamples, checkdocs::Examples::WithBuild, {"bash"}));
