@@ -46,7 +46,7 @@ as_documented() {
         shift 2
     done
     say "$command"
-    eval "$command" >/dev/null
+    eval "$command" >"$work/command.log" || { cat "$work/command.log" >&2 && exit 1; }
 }
 
 say "cmake --install lays out what the packages hold"
