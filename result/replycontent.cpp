@@ -32,7 +32,7 @@ FieldValue valueOf(const QJsonValue& value, QString& text)
 }
 
 template <class Target>
-void readFields(Target& target, std::span<const ReplyField<Target>> fields, const QJsonObject& object)
+void readFields(Target& target, const ReplyFields<Target>& fields, const QJsonObject& object)
 {
     QString text;
     for (const ReplyField<Target>& field : fields) {

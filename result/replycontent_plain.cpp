@@ -1,6 +1,5 @@
 // A reply's bytes read in one pass, without a tree.
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -14,14 +13,14 @@ namespace {
 
 namespace json = boost::json;
 
-/// The fields of one object: finds them by name and knows which have been there.
+/// The fields of one object that have been there.
 template <class Target>
-class Fields
+class Seen
 {
 public:
     using Field = ReplyField<Target>;
 
-    explicit Fields(std::span<const Field> fields)
+    explicit Seen(const ReplyFields<Target>& fields)
         : m_fields(fields)
     {
     }
@@ -31,14 +30,12 @@ public:
     /// The field of this name, null for one that is not read. False when it stands in the object once more.
     [[nodiscard]] bool find(std::string_view name, const Field*& found)
     {
-        const auto field = std::find_if(m_fields.begin(), m_fields.end(),
-                                        [name](const Field& known) { return known.name == name; });
-        found = field != m_fields.end() ? &*field : nullptr;
-        return found == nullptr || !std::exchange(m_seen[size_t(field - m_fields.begin())], true);
+        found = m_fields.find(name);
+        return found == nullptr || !std::exchange(m_seen[size_t(found - &*m_fields.begin())], true);
     }
 
 private:
-    std::span<const Field> m_fields;
+    const ReplyFields<Target>& m_fields;
     std::array<bool, 32> m_seen{};
 };
 
@@ -115,8 +112,8 @@ private:
     Place m_place = Place::Outside;
     std::vector<Place> m_around;  ///< the places that m_place is in
 
-    Fields<CheckMarkingCodesResult::RequestInfo> m_requestFields{requestFields()};
-    Fields<ReplyEntry> m_entryFields{entryFields()};
+    Seen<CheckMarkingCodesResult::RequestInfo> m_requestFields{requestFields()};
+    Seen<ReplyEntry> m_entryFields{entryFields()};
     const RequestField* m_requestField = nullptr;
     const EntryField* m_entryField = nullptr;
     bool m_isCodes = false;  ///< the value that comes next is that of "codes"

@@ -88,33 +88,44 @@ void readTimestamp(Result::RequestInfo& request, const FieldValue& value)
 
 constexpr std::array EntryFields = {
     EntryField{"cis", &readCode},
-    EntryField{"isCheckedOffline", &readBool<&ReplyEntry::checkedOffline>},
-    EntryField{"isBlocked", &readFlag<Result::Blocked, true>},
-    EntryField{"isGreyGtin", &readFlag<Result::GreyGtin, true>},
-    EntryField{"found", &readFlag<Result::NotFound, false>},
-    EntryField{"realizable", &readFlag<Result::NotRealizable, false>},
-    EntryField{"utilised", &readFlag<Result::NotUtilised, false>},
-    EntryField{"valid", &readFlag<Result::NotValid, false>},
-    EntryField{"verified", &readFlag<Result::NotVerified, false>},
-    EntryField{"sold", &readFlag<Result::Sold, true>},
-    EntryField{"grayZone", &readBool<&ReplyEntry::grayZone>},
-    EntryField{"isOwner", &readFlag<Result::NotOwner, false>},
-    EntryField{"isTracking", &readFlag<Result::NotTracking, false>},
-    EntryField{"expireDate", &readExpireDate},
-    EntryField{"productWeight", &readInt<&ReplyEntry::productWeight>},
     EntryField{"mrp", &readInt<&ReplyEntry::mrp>},
-    EntryField{GroupIds, &readNothing},
-    EntryField{"message", &readText<ReplyEntry, &ReplyEntry::message>},
     EntryField{"ogvs", &readText<ReplyEntry, &ReplyEntry::ogvs>},
+    EntryField{"sold", &readFlag<Result::Sold, true>},
+    EntryField{"found", &readFlag<Result::NotFound, false>},
+    EntryField{"valid", &readFlag<Result::NotValid, false>},
+    EntryField{"isOwner", &readFlag<Result::NotOwner, false>},
+    EntryField{"message", &readText<ReplyEntry, &ReplyEntry::message>},
+    EntryField{"grayZone", &readBool<&ReplyEntry::grayZone>},
+    EntryField{GroupIds, &readNothing},
+    EntryField{"utilised", &readFlag<Result::NotUtilised, false>},
+    EntryField{"verified", &readFlag<Result::NotVerified, false>},
     EntryField{"errorCode", &readInt<&ReplyEntry::errorCode>},
+    EntryField{"isBlocked", &readFlag<Result::Blocked, true>},
+    EntryField{"expireDate", &readExpireDate},
+    EntryField{"isGreyGtin", &readFlag<Result::GreyGtin, true>},
+    EntryField{"isTracking", &readFlag<Result::NotTracking, false>},
+    EntryField{"realizable", &readFlag<Result::NotRealizable, false>},
+    EntryField{"productWeight", &readInt<&ReplyEntry::productWeight>},
+    EntryField{"isCheckedOffline", &readBool<&ReplyEntry::checkedOffline>},
 };
 
 constexpr std::array RequestFields = {
-    RequestField{"reqId", &readText<Result::RequestInfo, &Result::RequestInfo::reqId>},
-    RequestField{"reqTimestamp", &readTimestamp},
     RequestField{"inst", &readText<Result::RequestInfo, &Result::RequestInfo::inst>},
+    RequestField{"reqId", &readText<Result::RequestInfo, &Result::RequestInfo::reqId>},
     RequestField{"version", &readText<Result::RequestInfo, &Result::RequestInfo::version>},
+    RequestField{"reqTimestamp", &readTimestamp},
 };
+
+constexpr ReplyFields<ReplyEntry> EntryTable{EntryFields};
+constexpr ReplyFields<Result::RequestInfo> RequestTable{RequestFields};
+
+constexpr bool isOrdered(const auto& table, const auto& fields)
+{
+    return std::is_sorted(fields.begin(), fields.end(),
+                          [](const auto& a, const auto& b) { return a.name.size() < b.name.size(); }) &&
+           fields.back().name.size() <= table.LongestName;
+}
+static_assert(isOrdered(EntryTable, EntryFields) && isOrdered(RequestTable, RequestFields));
 
 }  // namespace
 
@@ -126,12 +137,12 @@ int FieldValue::toInt() const
     return fits ? int(integer) : 0;
 }
 
-std::span<const EntryField> entryFields()
+const ReplyFields<ReplyEntry>& entryFields()
 {
-    return EntryFields;
+    return EntryTable;
 }
 
-std::span<const RequestField> requestFields()
+const ReplyFields<Result::RequestInfo>& requestFields()
 {
-    return RequestFields;
+    return RequestTable;
 }

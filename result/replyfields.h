@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <span>
 #include <string_view>
 
@@ -32,6 +33,49 @@ struct ReplyField
     void (*read)(Target&, const FieldValue&);
 };
 
+/// The fields that are read of an object, shorter names first, so that few of them are compared with a key.
+template <class Target>
+class ReplyFields
+{
+public:
+    using Field = ReplyField<Target>;
+    static constexpr size_t LongestName = 16;
+
+    template <size_t Count>
+    explicit constexpr ReplyFields(const std::array<Field, Count>& fields)
+        : m_fields(fields)
+    {
+        size_t index = 0;
+        for (size_t length = 0; length < m_starts.size(); ++length) {
+            while (index < Count && fields[index].name.size() < length) {
+                ++index;
+            }
+            m_starts[length] = index;
+        }
+    }
+
+    [[nodiscard]] constexpr auto begin() const { return m_fields.begin(); }
+    [[nodiscard]] constexpr auto end() const { return m_fields.end(); }
+
+    /// Null for a field that is not read.
+    [[nodiscard]] const Field* find(std::string_view name) const
+    {
+        if (name.size() > LongestName) {
+            return nullptr;
+        }
+        for (size_t i = m_starts[name.size()]; i < m_starts[name.size() + 1]; ++i) {
+            if (m_fields[i].name == name) {
+                return &m_fields[i];
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    std::span<const Field> m_fields;
+    std::array<size_t, LongestName + 2> m_starts{};  ///< of the names of each length
+};
+
 using EntryField = ReplyField<ReplyEntry>;
 using RequestField = ReplyField<CheckMarkingCodesResult::RequestInfo>;
 
@@ -40,5 +84,5 @@ constexpr std::string_view Codes = "codes";
 /// Of this array the first element is read, the group.
 constexpr std::string_view GroupIds = "groupIds";
 
-[[nodiscard]] std::span<const EntryField> entryFields();
-[[nodiscard]] std::span<const RequestField> requestFields();
+[[nodiscard]] const ReplyFields<ReplyEntry>& entryFields();
+[[nodiscard]] const ReplyFields<CheckMarkingCodesResult::RequestInfo>& requestFields();
