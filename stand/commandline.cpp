@@ -41,7 +41,9 @@ void addAddresses(CLI::App& app, Options& options)
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
     app.add_flag("--page", options.page, "Serve a page for people on the admin port");
-    app.add_flag("--tls", options.tls, "Operators and sites speak TLS, with certificates made at start");
+    auto* tls =
+        app.add_flag("--tls", options.tls, "Operators and sites speak TLS, with certificates made at start");
+    app.add_flag("--tls-modules", options.tlsModules, "Local modules speak TLS, too")->needs(tls);
 }
 
 }  // namespace

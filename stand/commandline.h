@@ -19,6 +19,7 @@ struct Options
     std::uint16_t adminPort = 0;
     bool page = false;
     bool tls = false;
+    bool tlsModules = false;  ///< with `tls`: modules, too
     std::string scenario;
     std::string goods;
     std::vector<std::string> keys;

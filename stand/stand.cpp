@@ -70,7 +70,7 @@ Stand::Stand(boost::asio::io_context& io, const Options& options)
 void Stand::addServers(Role role, int count, const Scenario& scenario)
 {
     Listener::TlsContexts tls;
-    if (certificates_ && role != Role::Module)
+    if (certificates_ && (role != Role::Module || options_.tlsModules))
         tls = [this](Certificate kind) -> auto&
         {
             return certificates_->context(kind);

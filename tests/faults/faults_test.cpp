@@ -45,7 +45,7 @@ const Step& stepAt(Place place)
 const MarkSim& standFor(const Fault& fault)
 {
     static const MarkSim plain({"--sites", "1"});
-    static const MarkSim encrypted({"--sites", "1", "--tls"});
+    static const MarkSim encrypted({"--sites", "1", "--tls", "--tls-modules"});
     return fault.scheme == "https" ? encrypted : plain;
 }
 

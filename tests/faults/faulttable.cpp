@@ -111,22 +111,21 @@ std::vector<Fault> connecting()
     };
 }
 
-/// A local module is asked without TLS.
 std::vector<Fault> encryption()
 {
     return {
-        {"good certificate", "200", "PPP--", behaviour(R"({"certificate": "good"})"), "https"},
-        {"certificate of another host", "error 6", "UUU--", behaviour(R"({"certificate": "wrong-host"})"),
+        {"good certificate", "200", "PPPOO", behaviour(R"({"certificate": "good"})"), "https"},
+        {"certificate of another host", "error 6", "UUUUU", behaviour(R"({"certificate": "wrong-host"})"),
          "https"},
-        {"certificate expired", "error 6", "UUU--", behaviour(R"({"certificate": "expired"})"), "https"},
-        {"certificate self-signed", "error 6", "UUU--", behaviour(R"({"certificate": "self-signed"})"),
+        {"certificate expired", "error 6", "UUUUU", behaviour(R"({"certificate": "expired"})"), "https"},
+        {"certificate self-signed", "error 6", "UUUUU", behaviour(R"({"certificate": "self-signed"})"),
          "https"},
-        {"handshake closed", "error 6", "UUU--", behaviour(R"({"connect": "close"})"), "https"},
-        {"handshake reset", "error 6", "UUU--", behaviour(R"({"connect": "reset"})"), "https"},
-        {"handshake without an answer", "time-out", "UUS--", behaviour(R"({"connect": "silent"})"), "https"},
-        {"length too long under TLS", "error 2", "PPU--", behaviour(R"({"framing": "long-length"})"),
+        {"handshake closed", "error 6", "UUUUU", behaviour(R"({"connect": "close"})"), "https"},
+        {"handshake reset", "error 6", "UUUUU", behaviour(R"({"connect": "reset"})"), "https"},
+        {"handshake without an answer", "time-out", "UUSUU", behaviour(R"({"connect": "silent"})"), "https"},
+        {"length too long under TLS", "error 2", "PPUOU", behaviour(R"({"framing": "long-length"})"),
          "https"},
-        {"body ended by closing under TLS", "200", "PPP--", behaviour(R"({"framing": "until-close"})"),
+        {"body ended by closing under TLS", "200", "PPPOO", behaviour(R"({"framing": "until-close"})"),
          "https"},
     };
 }
