@@ -1,11 +1,11 @@
 // A reply's bytes read in one pass, without a tree.
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <utility>
 
 #include <boost/json/basic_parser_impl.hpp>
-#include <boost/json/src.hpp>
 
 #include "result/replyfields.h"
 
@@ -69,10 +69,10 @@ class ContentHandler
 
 public:
     // What the parser wants to know of its handler.
-    static constexpr size_t max_array_size = size_t(-1);
-    static constexpr size_t max_object_size = size_t(-1);
-    static constexpr size_t max_string_size = size_t(-1);
-    static constexpr size_t max_key_size = size_t(-1);
+    static constexpr size_t max_array_size = SIZE_MAX;
+    static constexpr size_t max_object_size = SIZE_MAX;
+    static constexpr size_t max_string_size = SIZE_MAX;
+    static constexpr size_t max_key_size = SIZE_MAX;
 
     bool on_document_begin(Error& /*error*/) { return true; }
     bool on_document_end(Error& /*error*/) { return true; }

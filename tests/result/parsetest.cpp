@@ -1,6 +1,7 @@
+#include <limits>
 #include <optional>
 
-#include "result/checkmarkingcodesresult.h"
+#include "result/replycontent.h"
 #include "tests/doubles/printers.h"
 #include "tests/doubles/simulatedclock.h"
 #include <gtest/gtest.h>
@@ -126,6 +127,7 @@ TEST(CodeEntry, GivesItsSideDataWhetherItPassesOrNot)
         {R"("productWeight": -5, "mrp": -5)", {}, {}},
         {R"("productWeight": "5", "mrp": "5")", {}, {}},
         {R"("productWeight": 1e300, "mrp": 1e300)", {}, {}},
+        {R"("productWeight": 2147483648, "mrp": 2147483647)", {}, {{A, {16, 2147483647}}}},
         {R"("mrp": 9, "groupIds": [])", {}, {{A, {16, 9}}}},
         {R"("mrp": 9, "groupIds": 7)", {}, {{A, {16, 9}}}},
         {R"("mrp": 9, "groupIds": ["7"])", {}, {{A, {0, 9}}}}};
@@ -144,6 +146,8 @@ TEST(CodeEntry, KeepsWhatTheOperatorSaysOfAFailure)
     EXPECT_EQ(status.ogvs, "РПН");
     EXPECT_EQ(status.errorCode, 10);
     EXPECT_EQ(status.object.value("cis"), "A");
+    const Result least = parseEntry(R"("message": "m", "errorCode": -2147483648)");
+    EXPECT_EQ(least.failedCodes.value(A).errorCode, std::numeric_limits<int>::min());
 }
 
 TEST(CheckReply, IdentifiesTheRequestOfEveryCode)
@@ -171,33 +175,48 @@ TEST(CheckReply, KnowsCodesHoweverTheyAreWritten)
 
 TEST(CheckReply, IsReadAsTheJsonThatItIs)
 {
+    constexpr bool plain = true, odd = false;  // read in one pass, or left to QJsonDocument
     const QByteArray deep(1500, '[');
-    const std::pair<QByteArray, QList<MarkingCode>> cases[] = {
-        {R"( {"codes" : [ {"cis" : "A"} ] } )", {A}},
-        {R"({"codes": [{"c\u0069s": "\u0041"}]})", {A}},
-        {R"({"codes": [{"cis": "\u0041\n\ud83d\ude00"}], "reqId": "a\u0062\"c"})", {MarkingCode("QQrwn5iA")}},
-        {R"({"codes": [{"cis": "\ud83d"}]})", {MarkingCode("?")}},
-        {R"({"codes": [{"cis": "B", "cis": "A", "sold": true, "sold": false}]})", {A}},
-        {R"({"codes": [{"cis": "B"}], "codes": [{"cis": "A"}]})", {A}},
+    const std::tuple<QByteArray, bool, QList<MarkingCode>> cases[] = {
+        {R"( {"codes" : [ {"cis" : "A"} ] } )", plain, {A}},
+        {R"({"codes": [{"c\u0069s": "\u0041"}]})", plain, {A}},
+        {R"({"codes": [{"cis": "\u0041\n\ud83d\ude00"}], "reqId": "a\u0062\"c"})",
+         plain,
+         {MarkingCode("QQrwn5iA")}},
         {R"({"x": {"codes": [{"cis": "B"}]}, "codes": [{"x": {"cis": "B", "sold": true}, "cis": "A"}]})",
+         plain,
          {A}},
-        {R"({"codes": [[{"cis": "B"}], {"cis": "A", "mrp": 1, "groupIds": [[5], 7]}]})", {MarkingCode(), A}},
-        {R"({"codes": [{"cis": "A", "productWeight": 1e2, "mrp": 1.5, "x": 12345678901234567890}]})", {A}},
-        {R"({"codes": [{"cis": "A", "productWeight": -0.0, "sold": null}], "reqTimestamp": 1e3})", {}},
+        {R"({"codes": [[{"cis": "B"}], 7, {"cis": "A", "mrp": 1, "groupIds": [[5], 7]}]})",
+         plain,
+         {MarkingCode(), MarkingCode(), A}},
+        {R"({"codes": [{"cis": "B", "groupIds": [1]}, {"cis": "A", "mrp": 1, "groupIds": [7, 3]}]})",
+         plain,
+         {MarkingCode("B"), A}},
+        {R"({"x": [{"y": [[[]]]}, -9223372036854775808], "codes": {"cis": "A"}})", plain, {}},
+        {R"({"codes": [{"cis": "\ud83d"}]})", odd, {MarkingCode("?")}},
+        {R"({"codes": [{"cis": "B", "cis": "A", "sold": true, "sold": false}]})", odd, {A}},
+        {R"({"codes": [{"cis": "A", "mrp": 1, "groupIds": [7], "groupIds": 5}]})", odd, {A}},
+        {R"({"codes": [{"cis": "A"}], "reqId": "1", "reqId": "2"})", odd, {A}},
+        {R"({"codes": [{"cis": "B"}], "codes": [{"cis": "A"}]})", odd, {A}},
+        {R"({"codes": [{"cis": "A", "productWeight": 1e2, "mrp": 1.5}]})", odd, {A}},
+        {R"({"codes": [{"cis": "A", "x": 12345678901234567890}]})", odd, {A}},
+        {R"({"codes": [{"cis": "A", "productWeight": -0.0, "sold": null}], "reqTimestamp": 1e3})", odd, {}},
         {"\xEF\xBB\xBF"
          R"({"codes": [{"cis": "A"}]})",
+         odd,
          {A}},
-        {R"({"codes": [{"cis": "A"}], "x": )" + deep + QByteArray(1500, ']') + "}", {}},
-        {R"({"codes": [{"cis": "A"}], "x": 1e999})", {}},
-        {R"({"codes": [{"cis": "A"}]} x)", {}},
-        {QByteArray(R"({"codes": [{"cis": "A"}]})") + '\0', {}},
-        {R"({"codes": [{"cis": "A"}],})", {}},
-        {R"({"codes": [{"cis": "A"}])", {}},
-        {"{\"codes\": [{\"cis\": \"\xC3\"}]}", {}},
-        {R"([{"codes": [{"cis": "A"}]}])", {}},
-        {R"({"codes": {"cis": "A"}})", {}}};
-    for (const auto& [body, passed] : cases) {
+        {R"({"codes": [{"cis": "A"}], "x": )" + deep + QByteArray(1500, ']') + "}", odd, {}},
+        {R"({"codes": [{"cis": "A"}], "x": 1e999})", odd, {}},
+        {R"({"codes": [{"cis": "A"}]} x)", odd, {}},
+        {QByteArray(R"({"codes": [{"cis": "A"}]})") + '\0', odd, {}},
+        {R"({"codes": [{"cis": "A"}],})", odd, {}},
+        {R"({"codes": [{"cis": "A"}])", odd, {}},
+        {"{\"codes\": [{\"cis\": \"\xC3\"}]}", odd, {}},
+        {R"([{"codes": [{"cis": "A"}]}])", odd, {}},
+        {"7", odd, {}}};
+    for (const auto& [body, isPlain, passed] : cases) {
         EXPECT_EQ(parse(body).passedCodes, passed) << body.constData();
+        EXPECT_EQ(ReplyContent::fromPlainJson(body).has_value(), isPlain) << body.constData();
     }
 }
 
