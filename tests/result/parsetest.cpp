@@ -1,6 +1,8 @@
 #include <limits>
 #include <optional>
 
+#include <QJsonArray>
+
 #include "result/replycontent.h"
 #include "tests/doubles/printers.h"
 #include "tests/doubles/simulatedclock.h"
@@ -222,6 +224,14 @@ TEST(CheckReply, IsReadAsTheJsonThatItIs)
         EXPECT_EQ(parse(body).passedCodes, passed) << body.constData();
         EXPECT_EQ(ReplyContent::fromPlainJson(body).has_value(), isPlain) << body.constData();
     }
+}
+
+TEST(CheckReply, IsReadFromItsOwnObjectWhenItHasOne)
+{
+    http::Response response;
+    response.setBody(R"({"codes": [{"cis": "B"}]})");
+    const QJsonObject object{{"codes", QJsonArray{QJsonObject{{"cis", "A"}}}}};
+    EXPECT_EQ(Result(CheckMarkingCodesReply(response, object)).passedCodes, QList{A});
 }
 
 TEST(CheckReply, ListsACodeGivenTwiceByBothVerdictsWithTheLaterData)
