@@ -111,11 +111,11 @@ TEST(Merge, LetsAPassBeatAFailureAndTheFirstFailureStand)
 
 TEST(Merge, BringsSideDataOfNewCodesOrDefaultsButNoVerdict)
 {
-    const MarkingCode a("A"), b("B"), known("K");
+    const MarkingCode a("A"), b("B"), known("K"), z("Z");
     const QDateTime date(QDate(2027, 1, 1), QTime(0, 0), Qt::UTC);
-    Result other = resultOf({"A", "K"}, {"B"});
+    Result other = resultOf({"Z", "A", "K"}, {"B"});
     other.success = true;
-    for (const MarkingCode& code : {a, known}) {
+    for (const MarkingCode& code : {a, known, z}) {
         other.requestInfos.insert(code, {"id", 1, "i", "v"});
         other.expireDates.insert(code, date);
         other.productWeights.insert(code, 5);
@@ -125,11 +125,11 @@ TEST(Merge, BringsSideDataOfNewCodesOrDefaultsButNoVerdict)
     result.productWeights = {{b, 9}, {known, 3}};
     result += other;
     EXPECT_FALSE(result.success.has_value()) << "the verdict is that of the codes";
-    EXPECT_EQ(result.requestInfos,
-              (QMap<MarkingCode, Result::RequestInfo>{{a, {"id", 1, "i", "v"}}, {b, {}}}));
-    EXPECT_EQ(result.expireDates, (QMap<MarkingCode, QDateTime>{{a, date}, {b, QDateTime()}}));
-    EXPECT_EQ(result.productWeights, (QMap<MarkingCode, int>{{a, 5}, {b, 0}, {known, 3}}));
-    EXPECT_EQ(result.mrps, (QMap<MarkingCode, Result::MrpInfo>{{a, {16, 7}}, {b, {0, 0}}}));
+    EXPECT_EQ(result.requestInfos, (QMap<MarkingCode, Result::RequestInfo>{
+                                       {a, {"id", 1, "i", "v"}}, {b, {}}, {z, {"id", 1, "i", "v"}}}));
+    EXPECT_EQ(result.expireDates, (QMap<MarkingCode, QDateTime>{{a, date}, {b, QDateTime()}, {z, date}}));
+    EXPECT_EQ(result.productWeights, (QMap<MarkingCode, int>{{a, 5}, {b, 0}, {known, 3}, {z, 5}}));
+    EXPECT_EQ(result.mrps, (QMap<MarkingCode, Result::MrpInfo>{{a, {16, 7}}, {b, {0, 0}}, {z, {16, 7}}}));
 }
 
 TEST(Equality, SeesEveryDifference)
