@@ -48,7 +48,7 @@ void add(const char* name, const Work& work, const std::vector<int>& sizes)
 {
     auto* registered = benchmark::RegisterBenchmark(
         name, [work](benchmark::State& state) { work(state, static_cast<int>(state.range(0))); });
-    registered->Unit(benchmark::kNanosecond)->Repetitions(5)->MinTime(0.05);
+    registered->Unit(benchmark::kNanosecond)->Repetitions(3)->MinTime(0.05);
     for (const int size : sizes) {
         registered->Arg(size);
     }
