@@ -65,10 +65,11 @@ QDateTime plainDate(const QString& text)
             return {};
         }
     }
-    const QDate date(numberAt(text, 0, 4), numberAt(text, 5, 2), numberAt(text, 8, 2));
+    const int year = numberAt(text, 0, 4);
+    const QDate date(year, numberAt(text, 5, 2), numberAt(text, 8, 2));
     const QTime time(numberAt(text, 11, 2), numberAt(text, 14, 2), numberAt(text, 17, 2),
                      numberAt(text, 20, 3));
-    return date.isValid() && time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
+    return year > 0 && date.isValid() && time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
 }
 
 void readExpireDate(ReplyEntry& entry, const FieldValue& value)
