@@ -39,7 +39,8 @@ if(CRPTSERVICE_SANITIZE)
     endif()
 endif()
 if(CRPTSERVICE_COVERAGE)
-    add_compile_options(--coverage -fprofile-abs-path)
+    # Atomic, since threads count the same branches and a torn counter is one that gcov cannot print.
+    add_compile_options(--coverage -fprofile-abs-path -fprofile-update=atomic)
     add_link_options(--coverage)
 endif()
 
