@@ -1,6 +1,6 @@
 // A reply's bytes read in one pass, without a tree.
 
-#include <array>
+#include <bitset>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -25,18 +25,24 @@ public:
     {
     }
 
-    void begin() { m_seen = {}; }
+    void begin() { m_seen.reset(); }
 
     /// The field of this name, null for one that is not read. False when it stands in the object once more.
     [[nodiscard]] bool find(std::string_view name, const Field*& found)
     {
         found = m_fields.find(name);
-        return found == nullptr || !std::exchange(m_seen[size_t(found - &*m_fields.begin())], true);
+        if (found == nullptr) {
+            return true;
+        }
+        const auto place = size_t(found - &*m_fields.begin());
+        const bool again = m_seen[place];
+        m_seen[place] = true;
+        return !again;
     }
 
 private:
     const ReplyFields<Target>& m_fields;
-    std::array<bool, 32> m_seen{};
+    std::bitset<ReplyFields<Target>::Most> m_seen;
 };
 
 /// A text that the parser gives in parts when it has escapes.
@@ -51,7 +57,8 @@ public:
             return last;
         }
         m_parts.append(last);
-        m_whole = std::exchange(m_parts, {});
+        m_whole.swap(m_parts);
+        m_parts.clear();
         return m_whole;
     }
 
@@ -240,9 +247,11 @@ void ContentHandler::takeGroup(const FieldValue& value)
 
 std::optional<ReplyContent> ReplyContent::fromPlainJson(const QByteArray& bytes)
 {
+    constexpr size_t bytesOfAnEntry = 512;  // about, where it has all fields
     json::basic_parser<ContentHandler> parser{json::parse_options()};
     json::error_code error;
     const auto size = size_t(bytes.size());
+    parser.handler().content.entries.reserve(size / bytesOfAnEntry);
     if (parser.write_some(false, bytes.constData(), size, error) != size || error) {
         return {};
     }

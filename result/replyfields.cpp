@@ -39,29 +39,41 @@ void readCode(ReplyEntry& entry, const FieldValue& value)
     entry.code = MarkingCode::ofText(value.toString());
 }
 
+char16_t unitOf(QChar c)
+{
+    return c.unicode();
+}
+
+/// Of a byte of UTF-8, where what is not ASCII is equal to no ASCII.
+char16_t unitOf(char c)
+{
+    return uchar(c);
+}
+
 /// The number that `digits` of `text` from `start` are, -1 when one of them is no digit.
-int numberAt(const QString& text, qsizetype start, qsizetype digits)
+int numberAt(auto text, qsizetype start, qsizetype digits)
 {
     int number = 0;
-    for (const QChar c : QStringView(text).sliced(start, digits)) {
+    for (qsizetype i = start; i < start + digits; ++i) {
+        const char16_t c = unitOf(text[i]);
         if (c < u'0' || c > u'9') {
             return -1;
         }
-        number = number * 10 + (c.unicode() - u'0');
+        number = number * 10 + (c - u'0');
     }
     return number;
 }
 
 /// A date as the operator writes it, "2026-01-20T10:57:00.000Z"; invalid for every other form. QDateTime,
 /// which takes them all, needs ten times as long.
-QDateTime plainDate(const QString& text)
+QDateTime plainDate(auto text)
 {
     constexpr QStringView form = u"0000-00-00T00:00:00.000Z";
     if (text.size() != form.size()) {
         return {};
     }
     for (const qsizetype mark : {4, 7, 10, 13, 16, 19, 23}) {
-        if (text[mark] != form[mark]) {
+        if (unitOf(text[mark]) != form[mark]) {
             return {};
         }
     }
@@ -74,9 +86,8 @@ QDateTime plainDate(const QString& text)
 
 void readExpireDate(ReplyEntry& entry, const FieldValue& value)
 {
-    const QString text = value.toString();
-    const QDateTime date = plainDate(text);
-    entry.expireDate = date.isValid() ? date : QDateTime::fromString(text, Qt::ISODateWithMs);
+    const QDateTime date = value.text.visit([](auto text) { return plainDate(text); });
+    entry.expireDate = date.isValid() ? date : QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
 }
 
 /// Its first element is read where the array is.
@@ -124,9 +135,20 @@ constexpr bool isOrdered(const auto& table, const auto& fields)
 {
     return std::is_sorted(fields.begin(), fields.end(),
                           [](const auto& a, const auto& b) { return a.name.size() < b.name.size(); }) &&
-           fields.back().name.size() <= table.LongestName;
+           !fields.front().name.empty() && fields.back().name.size() <= table.LongestName;
+}
+
+constexpr bool isToldByEnds(const auto& fields)
+{
+    return std::ranges::all_of(fields, [&fields](const auto& field) {
+        return std::ranges::count_if(fields, [&field](const auto& other) {
+                   return other.name.size() == field.name.size() &&
+                          other.name.front() == field.name.front() && other.name.back() == field.name.back();
+               }) == 1;
+    });
 }
 static_assert(isOrdered(EntryTable, EntryFields) && isOrdered(RequestTable, RequestFields));
+static_assert(isToldByEnds(EntryFields) && isToldByEnds(RequestFields));
 
 }  // namespace
 

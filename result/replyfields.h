@@ -33,18 +33,21 @@ struct ReplyField
     void (*read)(Target&, const FieldValue&);
 };
 
-/// The fields that are read of an object, shorter names first, so that few of them are compared with a key.
+/// The fields that are read of an object, shorter names first. Few of them have a key's length, and no two of
+/// these its first and its last letter, so that one at most is compared with it as a whole.
 template <class Target>
 class ReplyFields
 {
 public:
     using Field = ReplyField<Target>;
     static constexpr size_t LongestName = 16;
+    static constexpr size_t Most = 32;
 
     template <size_t Count>
     explicit constexpr ReplyFields(const std::array<Field, Count>& fields)
         : m_fields(fields)
     {
+        static_assert(Count <= Most);
         size_t index = 0;
         for (size_t length = 0; length < m_starts.size(); ++length) {
             while (index < Count && fields[index].name.size() < length) {
@@ -64,8 +67,9 @@ public:
             return nullptr;
         }
         for (size_t i = m_starts[name.size()]; i < m_starts[name.size() + 1]; ++i) {
-            if (m_fields[i].name == name) {
-                return &m_fields[i];
+            const std::string_view candidate = m_fields[i].name;
+            if (candidate.front() == name.front() && candidate.back() == name.back()) {
+                return candidate == name ? &m_fields[i] : nullptr;
             }
         }
         return nullptr;
