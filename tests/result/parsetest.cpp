@@ -173,11 +173,15 @@ TEST(CheckReply, IdentifiesTheRequestOfEveryCode)
 TEST(CheckReply, KnowsCodesHoweverTheyAreWritten)
 {
     const QByteArray body = R"({"codes": [{"cis": "0104600439931256215Qbag!\u001d93Zjqw"},
+        {"cis": "0104600439931256215W)b*j\u001d93AbCd"}, {"cis": "0104600439931256215Zq;*!\u001d93EfGh"},
         {"cis": "00000046198488X?io+qCABm8wAYa"}, {"cis": ""}, {"cis": null}, {"cis": 5}, 5, null, "A"]})";
     const QList<MarkingCode> passed = parse(body).passedCodes;
-    EXPECT_EQ(passed.value(0), MarkingCode("0104600439931256215Qbag!\x1D" + QString("93Zjqw")));
-    EXPECT_EQ(passed.value(1), MarkingCode("00000046198488X?io+qCABm8wAYa"));
-    EXPECT_EQ(passed.mid(2), QList<MarkingCode>(6));
+    EXPECT_EQ(passed.mid(0, 4),
+              (QList<MarkingCode>{MarkingCode("0104600439931256215Qbag!\x1D" + QString("93Zjqw")),
+                                  MarkingCode("0104600439931256215W)b*j\x1D" + QString("93AbCd")),
+                                  MarkingCode("0104600439931256215Zq;*!\x1D" + QString("93EfGh")),
+                                  MarkingCode("00000046198488X?io+qCABm8wAYa")}));
+    EXPECT_EQ(passed.mid(4), QList<MarkingCode>(6));
 }
 
 TEST(CheckReply, IsReadAsTheJsonThatItIs)
