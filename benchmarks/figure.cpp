@@ -2,27 +2,73 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QStringList>
 
 namespace bench {
 
 namespace {
 
-QString number(double value)
-{
-    return value >= 100 ? QString::number(value, 'f', 0) : QString::number(value, 'g', 3);
-}
-
 QString cell(const QString& text, int width)
 {
     return text.leftJustified(width) + ' ';
 }
 
+/// "1.15 met", "1.15 missed", "1.15 met in 2 of 3"; empty without a goal.
+QString verdict(const QJsonArray& rows)
+{
+    const QJsonValue goal = rows.first()["goal"];
+    if (goal.isUndefined()) {
+        return {};
+    }
+    const auto met =
+        std::count_if(rows.begin(), rows.end(), [](const QJsonValue& row) { return row["met"].toBool(); });
+    const QString text = QString::number(goal.toDouble());
+    if (met == 0) {
+        return text + " missed";
+    }
+    return met == rows.size() ? text + " met"
+                              : QStringLiteral("%1 met in %2 of %3").arg(text).arg(met).arg(rows.size());
+}
+
+QString markdownLine(const QJsonArray& rows)
+{
+    QStringList ratios;
+    for (const auto& row : rows) {
+        if (row.toObject().contains("ratio")) {
+            ratios.append(QString::number(row.toObject()["ratio"].toDouble(), 'f', 2));
+        }
+    }
+    const QJsonObject last = rows.last().toObject();
+    const auto time = [&last](const char* side) {
+        return measured(last[QLatin1String(side)].toDouble(), last["unit"].toString());
+    };
+    return QStringLiteral("| %1 | %2 | %3 | %4 | %5 |\n")
+        .arg(last["what"].toString(), time("ours"), time("other"), ratios.join(' '), verdict(rows));
+}
+
 }  // namespace
+
+QString counted(int count, const QString& what)
+{
+    return QStringLiteral("%1 %2%3").arg(QLocale(QLocale::English).toString(count), what,
+                                         count == 1 ? "" : "s");
+}
+
+QString measured(double value, const QString& unit)
+{
+    if (value <= 0) {
+        return {};
+    }
+    const QString number =
+        value >= 100 ? QLocale(QLocale::English).toString(value, 'f', 0) : QString::number(value, 'g', 3);
+    return number + ' ' + unit;
+}
 
 std::optional<double> Row::ratio() const
 {
@@ -39,11 +85,8 @@ QString toTable(const Figure& figure)
     table += cell("", wide) + cell(figure.ourName, narrow) + cell(figure.otherName, narrow) +
              cell("ratio", 8) + cell("goal", 8) + '\n';
     for (const Row& row : figure.rows) {
-        const auto measured = [&](double value) {
-            return value > 0 ? number(value) + ' ' + row.unit : QString();
-        };
-        QString line = cell(row.what, wide) + cell(measured(row.ours), narrow) +
-                       cell(measured(row.other), narrow) +
+        QString line = cell(row.what, wide) + cell(measured(row.ours, row.unit), narrow) +
+                       cell(measured(row.other, row.unit), narrow) +
                        cell(row.ratio() ? QString::number(*row.ratio(), 'f', 2) : QString(), 8) +
                        cell(row.goal ? QString::number(*row.goal, 'f', 2) : QString(), 8) +
                        (row.isMet() ? "" : "MISSED ") + row.note;
@@ -81,6 +124,35 @@ QByteArray toJson(const std::vector<Figure>& figures)
                                {"rows", rows}});
     }
     return QJsonDocument(QJsonObject{{"figures", all}}).toJson();
+}
+
+QByteArray toMarkdown(const std::vector<QByteArray>& runs)
+{
+    QList<QJsonArray> figures;
+    for (const QByteArray& run : runs) {
+        figures.append(QJsonDocument::fromJson(run).object()["figures"].toArray());
+    }
+    QString text;
+    const QJsonArray last = figures.isEmpty() ? QJsonArray() : figures.last();
+    for (qsizetype i = 0; i < last.size(); ++i) {
+        const QJsonObject figure = last[i].toObject();
+        text += QStringLiteral("\n%1:\n\n| | %2 | %3 | ratios | goal |\n|---|---|---|---|---|\n")
+                    .arg(figure["title"].toString(), figure["ours"].toString(), figure["other"].toString());
+        for (qsizetype j = 0; j < figure["rows"].toArray().size(); ++j) {
+            QJsonArray rows;
+            for (const QJsonArray& run : figures) {
+                rows.append(run.at(i)["rows"].toArray().at(j));
+                if (rows.last()["what"] != figure["rows"].toArray()[j].toObject()["what"]) {
+                    throw std::runtime_error("these are not files of --json with the same figures");
+                }
+            }
+            text += markdownLine(rows);
+        }
+    }
+    if (text.isEmpty()) {
+        throw std::runtime_error("there are no figures in this");
+    }
+    return text.toUtf8();
 }
 
 double percentile(std::vector<double> values, double share)

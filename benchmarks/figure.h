@@ -32,9 +32,17 @@ struct Figure
     std::vector<Row> rows;
 };
 
+/// "1 code", "10,000 codes".
+[[nodiscard]] QString counted(int count, const QString& what);
+/// "2,535 µs", "0.0824 ms"; empty for 0, which is nothing to compare with.
+[[nodiscard]] QString measured(double value, const QString& unit);
+
 /// As a table for people; with the word "MISSED" where a goal is not met.
 [[nodiscard]] QString toTable(const Figure& figure);
 [[nodiscard]] QByteArray toJson(const std::vector<Figure>& figures);
+/// Tables in Markdown of several runs, each what toJson() made of one: times of the last, ratios of all.
+/// Throws std::runtime_error when one of them is something else or has other figures.
+[[nodiscard]] QByteArray toMarkdown(const std::vector<QByteArray>& runs);
 /// Bars, as SVG.
 [[nodiscard]] QByteArray toPicture(const Figure& figure);
 

@@ -31,6 +31,27 @@ void write(const std::string& file, const QByteArray& content)
     }
 }
 
+QByteArray contentOf(const std::string& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(in), {}};
+    if (!in.is_open() || in.bad()) {
+        throw std::runtime_error("cannot read " + file);
+    }
+    return QByteArray::fromStdString(content);
+}
+
+int printTables(const std::vector<std::string>& files)
+{
+    std::vector<QByteArray> runs;
+    runs.reserve(files.size());
+    for (const std::string& file : files) {
+        runs.push_back(contentOf(file));
+    }
+    std::cout << bench::toMarkdown(runs).toStdString();
+    return 0;
+}
+
 int run(const std::vector<std::string>& names, const std::string& json, const std::string& pictures)
 {
     std::vector<Figure> figures;
@@ -63,7 +84,7 @@ int run(const std::vector<std::string>& names, const std::string& json, const st
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    std::vector<std::string> names;
+    std::vector<std::string> names, runs;
     std::string json, pictures, operatorUrl;
     int codes = 0;
     int requestedCodes = 0;
@@ -76,6 +97,8 @@ int main(int argc, char** argv)
     app.add_option("NAME", names, "What to measure, by default everything")->check(CLI::IsMember(known));
     app.add_option("--json", json, "File for the figures");
     app.add_option("--pictures", pictures, "Folder for a picture of each figure");
+    app.add_option("--tables", runs,
+                   "Measure nothing: tables in Markdown from the --json files of some runs");
     app.add_option("--start-once", operatorUrl)->group("");
     app.add_option("--check-once", codes)->group("");
     app.add_option("--request-once", requestedCodes)->group("");
@@ -89,6 +112,9 @@ int main(int argc, char** argv)
         }
         if (requestedCodes > 0) {
             return bench::requestOnce(requestedCodes);
+        }
+        if (!runs.empty()) {
+            return printTables(runs);
         }
         return run(names, json, pictures);
     } catch (const std::exception& error) {

@@ -82,9 +82,7 @@ QByteArray toPicture(const Figure& figure)
                   legend(figure, ours, other);
     int y = Top;
     for (const Row& row : figure.rows) {
-        const auto text = [&](double value) {
-            return value > 0 ? QString::number(value, 'g', 3) + ' ' + row.unit.toHtmlEscaped() : QString();
-        };
+        const auto text = [&](double value) { return measured(value, row.unit).toHtmlEscaped(); };
         QString ratio;
         if (row.ratio()) {
             ratio = QStringLiteral(" · ratio %1").arg(*row.ratio(), 0, 'f', 2);

@@ -61,7 +61,7 @@ Figure measureCheck()
                 floor.push_back(request);
             }
         }
-        const QString what = QStringLiteral("%1 codes, ").arg(size.codes);
+        const QString what = counted(size.codes, "code") + ", ";
         figure.rows.push_back(rowOf(what + "median", median(ours), median(floor), size.goal));
         figure.rows.push_back(rowOf(what + "p99", percentile(ours, 0.99), percentile(floor, 0.99), {}));
     }

@@ -43,7 +43,7 @@ Row threadsRow(int threads, Till& till, const QString& url, const QList<MarkingC
             threads, rounds, [&](int thread) { clients[static_cast<size_t>(thread)].post(url, body); }));
     }
     Row row;
-    row.what = QStringLiteral("%1 threads").arg(threads);
+    row.what = counted(threads, "thread");
     row.unit = "/s";
     row.ours = median(ours);
     row.other = median(floor);

@@ -235,7 +235,7 @@ Figure measureReply()
     for (const std::string kind : {"passed", "refused"}) {
         for (const int size : sizes) {
             Row row;
-            row.what = QStringLiteral("%1 codes, %2").arg(size).arg(QString::fromStdString(kind));
+            row.what = counted(size, "code") + ", " + QString::fromStdString(kind);
             row.unit = "µs";
             row.ours = recorder.medianOf(kind, size) / 1000;
             row.other = recorder.medianOf(kind + " json", size) / 1000;
