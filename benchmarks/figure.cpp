@@ -67,7 +67,7 @@ QString measured(double value, const QString& unit)
     }
     const QString number =
         value >= 100 ? QLocale(QLocale::English).toString(value, 'f', 0) : QString::number(value, 'g', 3);
-    return number + ' ' + unit;
+    return unit.isEmpty() ? number : number + ' ' + unit;
 }
 
 std::optional<double> Row::ratio() const
