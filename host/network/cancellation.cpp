@@ -26,14 +26,14 @@ Cancellation::Watch::Watch(CURLM* multi)
     Cancellation& all = instance();
     const std::lock_guard lock(all.m_runningMutex);
     m_round = all.m_round;
-    all.m_running.insert(multi);
+    all.m_running.push_back(multi);
 }
 
 Cancellation::Watch::~Watch()
 {
     Cancellation& all = instance();
     const std::lock_guard lock(all.m_runningMutex);
-    all.m_running.erase(m_multi);
+    std::erase(all.m_running, m_multi);
 }
 
 bool Cancellation::Watch::isCanceled() const

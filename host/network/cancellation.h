@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <set>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -39,5 +39,5 @@ private:
     std::atomic<std::uint64_t> m_round = 0;
 
     std::mutex m_runningMutex;
-    std::set<CURLM*> m_running;
+    std::vector<CURLM*> m_running;
 };

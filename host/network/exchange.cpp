@@ -17,6 +17,8 @@ using std::chrono::steady_clock;
 
 /// More than any honest reply has in its head; libcurl itself bounds single lines only.
 constexpr size_t MostHeadBytes = size_t{256} * 1024;
+/// The most that memory is taken for by what a reply says of its length.
+constexpr size_t MostAhead = size_t{1024} * 1024;
 constexpr int PollMilliseconds = 1000;
 
 void initialiseLibcurl()
@@ -67,7 +69,7 @@ void Exchange::applySettings(const Settings& settings)
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, AcceptedEncodings);
     curl_easy_setopt(easy, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
     if (!settings.caFile.isEmpty()) {
         curl_easy_setopt(easy, CURLOPT_CAINFO, QFile::encodeName(settings.caFile).constData());
@@ -97,7 +99,9 @@ Exchange::Result Exchange::run(const Request& request)
     curl_easy_setopt(m_easy.get(), CURLOPT_URL, request.url.constData());
     applyMethod(request);
     curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
-    curl_easy_setopt(m_easy.get(), CURLOPT_CERTINFO, request.watched ? 1L : 0L);
+    if (request.watched) {
+        curl_easy_setopt(m_easy.get(), CURLOPT_CERTINFO, 1L);
+    }
 
     m_replyBody.clear();
     m_headBytes = 0;
@@ -142,11 +146,13 @@ void Exchange::prepareNextHandle()
 
 bool Exchange::applyHeaders(const Request& request)
 {
-    if (!m_headers.set(request.headers, !request.body.isEmpty())) {
+    if (!m_headers.set(request.headers, request.body.size())) {
         return false;
     }
     curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_headers.list());
-    curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, m_headers.closeConnection() ? 1L : 0L);
+    if (m_headers.closeConnection()) {
+        curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, 1L);
+    }
     return true;
 }
 
@@ -154,10 +160,11 @@ void Exchange::applyMethod(const Request& request)
 {
     CURL* easy = m_easy.get();
     m_requestBody = request.body;
-    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.post || m_requestBody.isEmpty() ? nullptr : "GET");
     if (!request.post && m_requestBody.isEmpty()) {
-        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
-        return;
+        return;  // as a handle is made
+    }
+    if (!request.post) {
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "GET");
     }
     curl_easy_setopt(easy, CURLOPT_POST, 1L);
     curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_requestBody.size()));
@@ -225,12 +232,24 @@ long Exchange::info(CURLINFO what) const
     return value;
 }
 
+/// Of the reply's body, as far as it may be taken; 0 when the reply does not say. A compressed body is
+/// longer.
+qsizetype Exchange::announcedLength() const
+{
+    curl_off_t length = -1;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    return qsizetype(std::clamp(length, curl_off_t{0}, curl_off_t(std::min(m_maxReplyBytes, MostAhead))));
+}
+
 size_t Exchange::onBody(char* bytes, size_t size, size_t count, void* exchange)
 {
     auto* self = static_cast<Exchange*>(exchange);
     const size_t length = size * count;
     const size_t accepted = std::min(length, self->m_maxReplyBytes - size_t(self->m_replyBody.size()));
     try {
+        if (self->m_replyBody.isEmpty()) {
+            self->m_replyBody.reserve(self->announcedLength());
+        }
         self->m_replyBody.append(bytes, qsizetype(accepted));
     } catch (const std::bad_alloc&) {  // must not pass through libcurl
         self->m_tooLarge = true;

@@ -83,6 +83,7 @@ private:
     [[nodiscard]] CURLcode transferCode();
     [[nodiscard]] Failure judge(const Ending& ending, bool limitReached) const;
     [[nodiscard]] long info(CURLINFO what) const;
+    [[nodiscard]] qsizetype announcedLength() const;
     [[nodiscard]] std::chrono::microseconds time(CURLINFO what) const;
     [[nodiscard]] http::Transport transport(CURLcode code) const;
     [[nodiscard]] QString peer() const;

@@ -8,6 +8,9 @@
 
 namespace {
 
+/// libcurl does not ask the server before it sends a body of so many bytes: 1,048,576 today, 1,024 once.
+constexpr qsizetype LongestUnasked = 1024;
+
 bool isToken(const QString& name)
 {
     static constexpr QStringView marks = u"!#$%&'*+-.^_`|~";
@@ -46,13 +49,14 @@ QByteArray headerLine(const QString& name, const QString& value)
 
 }  // namespace
 
-bool RequestHeaders::set(const QHash<QString, QString>& headers, bool hasBody)
+bool RequestHeaders::set(const QHash<QString, QString>& headers, qsizetype bodyBytes)
 {
-    if (m_list != nullptr && m_hasBody == hasBody && m_headers == headers) {
+    const Body body = bodyBytes > LongestUnasked ? Body::Long : bodyBytes > 0 ? Body::Short : Body::None;
+    if (m_list != nullptr && m_body == body && m_headers == headers) {
         return true;
     }
     clear();
-    bool hasContentType = false;
+    bool hasContentType = false, hasEncoding = false;
     for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
         if (!isToken(header.key()) || !isHeaderValue(header.value())) {
             clear();
@@ -61,14 +65,21 @@ bool RequestHeaders::set(const QHash<QString, QString>& headers, bool hasBody)
         keepOutOfLog(header.key(), header.value());
         append(headerLine(header.key(), header.value()));
         hasContentType |= isNamed(header.key(), u"Content-Type");
+        hasEncoding |= isNamed(header.key(), u"Accept-Encoding");
         m_close |= isNamed(header.key(), u"Connection") && isNamed(header.value().trimmed(), u"close");
     }
-    append("Expect:");
+    if (body == Body::Long) {
+        append("Expect:");
+    }
     if (!hasContentType) {
-        append(hasBody ? "Content-Type: application/json" : "Content-Type:");
+        append(body != Body::None ? "Content-Type: application/json" : "Content-Type:");
+    }
+    if (!hasEncoding) {
+        // Left to libcurl it is printed twice for every request, letter by letter.
+        append(QByteArray("Accept-Encoding: ") + AcceptedEncodings);
     }
     m_headers = headers;
-    m_hasBody = hasBody;
+    m_body = body;
     return true;
 }
 

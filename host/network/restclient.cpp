@@ -72,7 +72,7 @@ struct RestClient::State
     mutable std::mutex lastMutex;
     http::Response last;
 
-    /// Of the last request, most often that of the next one.
+    /// Of the last request that could be made, most often that of the next one.
     QUrl lastUrl;
     QByteArray lastEncodedUrl;
 
@@ -119,22 +119,22 @@ http::Response RestClient::State::request(bool post, const QUrl& url, const QJso
         record.transport = result.transport;
         exchangeObserver().tell(record);
     }
-    return record.response;
+    return std::move(record.response);
 }
 
 Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
                                         const QHash<QString, QString>& headers, bool watched)
 {
-    if (!isAskable(url)) {
-        return {.failure = Failure::BadUrl};
+    if (lastEncodedUrl.isEmpty() || url != lastUrl) {
+        if (!isAskable(url)) {
+            return {.failure = Failure::BadUrl};
+        }
+        lastUrl = url;
+        lastEncodedUrl = url.toEncoded(QUrl::RemoveFragment);
     }
     const auto allowed = limit();
     if (!allowed) {
         return {.failure = Failure::Timeout};
-    }
-    if (url != lastUrl) {
-        lastUrl = url;
-        lastEncodedUrl = url.toEncoded(QUrl::RemoveFragment);
     }
     return exchange.run({.post = post,
                          .url = lastEncodedUrl,
