@@ -22,15 +22,15 @@ struct Entry
 
 EContext::Result call(const ActionTrigger& trigger, const control::Action& action)
 {
-    const auto* logger = Log4Qt::LogManager::logger(QStringLiteral("orvex"));
+    const auto logger = [] { return Log4Qt::LogManager::logger(QStringLiteral("orvex")); };
     const int type = static_cast<int>(action.getType());
     try {
         return trigger.function()(action);
     } catch (const std::exception& exception) {
-        logger->error(QStringLiteral("Триггер действия %1 завершился исключением: %2"), type,
-                      QString::fromUtf8(exception.what()));
+        logger()->error(QStringLiteral("Триггер действия %1 завершился исключением: %2"), type,
+                        QString::fromUtf8(exception.what()));
     } catch (...) {
-        logger->error(QStringLiteral("Триггер действия %1 завершился исключением"), type);
+        logger()->error(QStringLiteral("Триггер действия %1 завершился исключением"), type);
     }
     return EContext::NotServed;
 }
