@@ -47,7 +47,8 @@ QString withoutLeadingFnc1(const QString& text)
         const QStringView rest = QStringView(text).mid(start);
         if (rest.front() == GroupSeparator) {
             ++start;
-        } else if (std::any_of(symbologies.begin(), symbologies.end(),
+        } else if (rest.front() == u']' &&
+                   std::any_of(symbologies.begin(), symbologies.end(),
                                [&](const QString& s) { return rest.startsWith(s); })) {
             start += 3;
         } else {
