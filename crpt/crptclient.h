@@ -145,6 +145,7 @@ private:
     void noteInfoReply(const QUrl& host, const http::Response& response);
 
     // Request
+    [[nodiscard]] QHash<QString, QString> checkHeaders(const QString& apiKey);
     [[nodiscard]] bool hasAvailableSite() const;
     [[nodiscard]] http::ErrorKind kindWithoutSites() const;
     [[nodiscard]] bool isSearchHeldBack() const;
@@ -162,6 +163,10 @@ private:
     QMap<QUrl, bool> incorrectTokenHosts;
     QMap<QUrl, RequestState> requestStates;
     std::chrono::nanoseconds lastRefreshTime{0};  // monotonic time of the last failed search for a site
+
+    std::mutex headersMutex;  // guards lastCheckKey and lastCheckHeaders, which are made of it
+    QString lastCheckKey;
+    QHash<QString, QString> lastCheckHeaders;
 
     // Both recursive: a host's listener of a notice that a walk or an update sends may check codes itself.
     std::recursive_mutex walkMutex;  // serialises failover walks

@@ -30,17 +30,23 @@ QJsonDocument checkBody(const QList<MarkingCode>& codes)
     return QJsonDocument(QJsonObject{{QStringLiteral("codes"), texts}});
 }
 
-QHash<QString, QString> checkHeaders(const QString& apiKey)
-{
-    return {
-        {QStringLiteral("Content-Type"), QStringLiteral("application/json")},
-        {QStringLiteral("Accept"), QStringLiteral("application/json")},
-        {QStringLiteral("Connection"), QStringLiteral("keep-alive")},
-        {QStringLiteral("X-API-KEY"), apiKey},
-    };
-}
-
 }  // namespace
+
+/// Made once for a key. The HTTP client sees at a glance then that they are those of the request before.
+QHash<QString, QString> CrptClient::checkHeaders(const QString& apiKey)
+{
+    const std::lock_guard lock(headersMutex);
+    if (lastCheckHeaders.isEmpty() || lastCheckKey != apiKey) {
+        lastCheckKey = apiKey;
+        lastCheckHeaders = {
+            {QStringLiteral("Content-Type"), QStringLiteral("application/json")},
+            {QStringLiteral("Accept"), QStringLiteral("application/json")},
+            {QStringLiteral("Connection"), QStringLiteral("keep-alive")},
+            {QStringLiteral("X-API-KEY"), apiKey},
+        };
+    }
+    return lastCheckHeaders;
+}
 
 CheckMarkingCodesResult CrptClient::checkMarkingCodes(const QString& apiKey, const QList<MarkingCode>& codes,
                                                       std::chrono::milliseconds operationTimeout,

@@ -205,7 +205,7 @@ void CrptClient::Walk::walk()
 {
     CDNInfos sites = m_client.cdnInfos;
     for (qsizetype i = 0; i < sites.size();) {
-        switch (visit(*sites[i])) {
+        switch (visit(*sites.at(i))) {
         case Next::SameSite:
             break;
         case Next::NextSite:
