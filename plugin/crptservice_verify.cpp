@@ -69,11 +69,12 @@ EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
 
 CheckMarkingCodesResult CrptService::check(const control::args::marking::Verify& arguments) const
 {
+    const QString apiKey = arguments.apiKey();
     CheckMarkingCodesResult online = crptClient->checkMarkingCodes(
-        arguments.apiKey(), arguments.markingCodes(), toMilliseconds(arguments.operationTimeout()),
+        apiKey, arguments.markingCodes(), toMilliseconds(arguments.operationTimeout()),
         toMilliseconds(arguments.requestTimeout()));
-    if (offlineCheckRequired(online, arguments.apiKey())) {
-        return offlineCheck(online, arguments.markingCodes(), arguments.apiKey());
+    if (offlineCheckRequired(online, apiKey)) {
+        return offlineCheck(online, arguments.markingCodes(), apiKey);
     }
     return online;
 }
