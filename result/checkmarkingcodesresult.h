@@ -15,8 +15,6 @@
 #include <utils/export.h>
 #include <utils/markingcode.h>
 
-struct ReplyEntry;
-
 /// What a check of marking codes came to: which codes passed, which failed and why, and what else the reply
 /// said of them. Starts as a full copy of the reply it is built from, so everything that can be asked of the
 /// reply can be asked of the result.
@@ -125,7 +123,6 @@ public:
     QMap<MarkingCode, MrpInfo> mrps;              ///< where given and positive
 
 private:
-    void keepSideData(const ReplyEntry& entry, const RequestInfo& request);
     void copySideData(QList<MarkingCode>& codes, const CheckMarkingCodesResult& other);
 };
 

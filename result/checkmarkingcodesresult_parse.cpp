@@ -1,5 +1,8 @@
 #include "result/checkmarkingcodesresult.h"
 
+#include <map>
+#include <utility>
+
 #include <QJsonArray>
 #include <QLatin1String>
 
@@ -18,6 +21,43 @@ ReplyContent contentOf(const CheckMarkingCodesReply& reply)
         }
     }
     return ReplyContent::fromObject(reply.responseObject());
+}
+
+/// What the codes of a reply have besides their verdicts.
+struct SideData
+{
+    std::map<MarkingCode, Result::RequestInfo> requestInfos;
+    std::map<MarkingCode, QDateTime> expireDates;
+    std::map<MarkingCode, int> productWeights;
+    std::map<MarkingCode, Result::MrpInfo> mrps;
+
+    void keep(const ReplyEntry& entry, const Result::RequestInfo& request);
+};
+
+/// Replies often have their codes in order: the end is where the next one goes. Half the comparisons of
+/// insert_or_assign().
+template <class Value>
+void put(std::map<MarkingCode, Value>& values, const MarkingCode& code, const Value& value)
+{
+    const auto before = values.size();
+    const auto place = values.emplace_hint(values.end(), code, value);
+    if (values.size() == before) {
+        place->second = value;
+    }
+}
+
+void SideData::keep(const ReplyEntry& entry, const Result::RequestInfo& request)
+{
+    if (entry.expireDate) {
+        put(expireDates, entry.code, *entry.expireDate);
+    }
+    if (entry.productWeight.value_or(0) > 0) {
+        put(productWeights, entry.code, *entry.productWeight);
+    }
+    if (entry.mrp > 0) {
+        put(mrps, entry.code, {entry.groupId, entry.mrp});
+    }
+    put(requestInfos, entry.code, request);
 }
 
 /// The time that expiry dates are held against, read when the first one is.
@@ -61,6 +101,7 @@ CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesReply& r
 {
     const ReplyContent content = contentOf(reply);
     std::optional<QJsonArray> objects;  // made only when a code fails
+    SideData sideData;
     Now now;
     passedCodes.reserve(qsizetype(content.entries.size()));
     for (size_t i = 0; i < content.entries.size(); ++i) {
@@ -76,21 +117,10 @@ CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesReply& r
                 failedCodes.cend(), entry.code,
                 {status, entry.message, entry.ogvs, entry.errorCode, objects->at(qsizetype(i)).toObject()});
         }
-        keepSideData(entry, content.request);
+        sideData.keep(entry, content.request);
     }
-}
-
-/// Replies often have their codes in order: the end is where the next one goes.
-void CheckMarkingCodesResult::keepSideData(const ReplyEntry& entry, const RequestInfo& request)
-{
-    if (entry.expireDate) {
-        expireDates.insert(expireDates.cend(), entry.code, *entry.expireDate);
-    }
-    if (entry.productWeight.value_or(0) > 0) {
-        productWeights.insert(productWeights.cend(), entry.code, *entry.productWeight);
-    }
-    if (entry.mrp > 0) {
-        mrps.insert(mrps.cend(), entry.code, {entry.groupId, entry.mrp});
-    }
-    requestInfos.insert(requestInfos.cend(), entry.code, request);
+    requestInfos = QMap(std::move(sideData.requestInfos));
+    expireDates = QMap(std::move(sideData.expireDates));
+    productWeights = QMap(std::move(sideData.productWeights));
+    mrps = QMap(std::move(sideData.mrps));
 }

@@ -81,6 +81,8 @@ public:
     static constexpr size_t max_string_size = SIZE_MAX;
     static constexpr size_t max_key_size = SIZE_MAX;
 
+    ContentHandler() { m_around.reserve(UsualDepth); }
+
     bool on_document_begin(Error& /*error*/) { return true; }
     bool on_document_end(Error& /*error*/) { return true; }
     bool on_object_begin(Error& /*error*/);
@@ -105,6 +107,8 @@ public:
 private:
     /// What the values that come next are.
     enum class Place { Outside, Reply, Codes, Entry, Groups, Elsewhere };
+
+    static constexpr size_t UsualDepth = 4;  // the reply, its codes, a code, its groups
 
     static bool leave(Error& error)
     {
