@@ -15,7 +15,7 @@ struct CdnInfo
     bool available = true;       ///< false from markAsUnavailable() on, also when the quarantine is over
     QDateTime unavailableUntil;  ///< end of the quarantine; meaningful while `available` is false
     bool networkError = false;   ///< what took the site out of service was a fault of the network
-    QUrl checkUrl;               ///< of the check method; empty until the first check
+    QUrl checkUrl;               ///< of the check method; empty until the site is in the client's list
 
     /// Whether the site may be asked: it is in service, or its quarantine ended before now. Reads the clock
     /// only in the latter case, and changes nothing.

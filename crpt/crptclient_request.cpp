@@ -238,9 +238,6 @@ CrptClient::Walk::Next CrptClient::Walk::visit(CdnInfo& site)
 void CrptClient::Walk::ask(CdnInfo& site)
 {
     const auto client = m_client.standingClient();
-    if (site.checkUrl.isEmpty()) {
-        site.checkUrl = m_client.getUrl(site.host, CdnMethod::CodesCheck);
-    }
     client->setTargetAlias(QStringLiteral("серверу честного знака для проверки маркировки"));
     client->setDeadline(toTimer(std::min(deadlineAfter(m_clock->monotonic(), m_requestTimeout), m_deadline)));
     m_response = client->post(site.checkUrl, m_body, m_headers);

@@ -1,5 +1,7 @@
 #include "crpt/crptclient.h"
 
+#include <utility>
+
 #include <QJsonObject>
 #include <QMutexLocker>
 #include <QScopeGuard>
@@ -138,6 +140,9 @@ void CrptClient::install(const CDNInfos& sites)
     const std::lock_guard recordsLock(recordsMutex);
     cdnInfos = sites;
     cdnInfos.sort();
+    for (const auto& site : std::as_const(cdnInfos)) {
+        site->checkUrl = getUrl(site->host, CdnMethod::CodesCheck);
+    }
     const auto& chosen = *cdnInfos.constFirst();
     logger->info(QStringLiteral("Выбрана CDN: %1 (%2 мс)"), chosen.host, chosen.responseTime);
 }
