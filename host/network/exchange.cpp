@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <thread>
 
 #include <QFile>
 
@@ -33,14 +34,22 @@ bool isFinalStatus(long status)
     return status >= 200 && status <= 999;
 }
 
+/// libcurl's clock arithmetic may be a millisecond fast, and a time-out must not come before its time.
+void waitOut(steady_clock::time_point end)
+{
+    constexpr milliseconds mostAhead(2);
+    if (end - steady_clock::now() <= mostAhead) {
+        std::this_thread::sleep_until(end);
+    }
+}
+
 /// As libcurl takes it: a limit beyond its range is none.
 long libcurlLimit(milliseconds limit)
 {
     if (limit <= milliseconds::zero() || limit.count() >= std::numeric_limits<int>::max()) {
         return 0;
     }
-    // libcurl's clock arithmetic may be a millisecond fast, and a time-out must not come before its time.
-    return long(limit.count()) + 1;
+    return long(limit.count());
 }
 
 }  // namespace
@@ -110,6 +119,9 @@ Exchange::Result Exchange::run(const Request& request)
     m_error[0] = '\0';
     const auto start = steady_clock::now();
     const Ending ending = transfer();
+    if (ending.code == CURLE_OPERATION_TIMEDOUT && request.limit > milliseconds::zero()) {
+        waitOut(start + request.limit);
+    }
     const auto took = std::chrono::floor<milliseconds>(steady_clock::now() - start);
     const bool limitReached = request.limit > milliseconds::zero() && took >= request.limit;
 
