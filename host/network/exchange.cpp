@@ -35,11 +35,11 @@ bool isFinalStatus(long status)
 }
 
 /// libcurl's clock arithmetic may be a millisecond fast, and a time-out must not come before its time.
-void waitOut(steady_clock::time_point end)
+void waitOut(steady_clock::time_point start, milliseconds limit)
 {
     constexpr milliseconds mostAhead(2);
-    if (end - steady_clock::now() <= mostAhead) {
-        std::this_thread::sleep_until(end);
+    if (limit - std::chrono::floor<milliseconds>(steady_clock::now() - start) <= mostAhead) {
+        std::this_thread::sleep_until(start + limit);
     }
 }
 
@@ -120,7 +120,7 @@ Exchange::Result Exchange::run(const Request& request)
     const auto start = steady_clock::now();
     const Ending ending = transfer();
     if (ending.code == CURLE_OPERATION_TIMEDOUT && request.limit > milliseconds::zero()) {
-        waitOut(start + request.limit);
+        waitOut(start, request.limit);
     }
     const auto took = std::chrono::floor<milliseconds>(steady_clock::now() - start);
     const bool limitReached = request.limit > milliseconds::zero() && took >= request.limit;
