@@ -13,6 +13,19 @@ bool isUtf8(const QByteArray& text)
     return !decoder.hasError();
 }
 
+/// Without the blanks around it that the INI reader skips, too: others, such as a vertical tab, belong to the text.
+QByteArray withoutBlanks(QByteArrayView text)
+{
+    constexpr auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+    while (!text.isEmpty() && isBlank(text.front())) {
+        text = text.sliced(1);
+    }
+    while (!text.isEmpty() && isBlank(text.back())) {
+        text.chop(1);
+    }
+    return text.toByteArray();
+}
+
 /// What is wrong with a "[...]" line, empty when nothing is.
 QString faultOfSection(const QByteArray& line)
 {
@@ -20,10 +33,10 @@ QString faultOfSection(const QByteArray& line)
     if (end < 0) {
         return QStringLiteral("нет \"]\" в конце имени секции");
     }
-    if (line.mid(1, end - 1).trimmed().isEmpty()) {
+    if (withoutBlanks(line.mid(1, end - 1)).isEmpty()) {
         return QStringLiteral("у секции нет имени");
     }
-    const QByteArray rest = line.mid(end + 1).trimmed();
+    const QByteArray rest = withoutBlanks(line.mid(end + 1));
     if (!rest.isEmpty() && rest[0] != ';' && rest[0] != '#') {
         return QStringLiteral("лишний текст после имени секции");
     }
@@ -36,7 +49,7 @@ QString faultOfSetting(const QByteArray& line, bool inSection)
     if (end < 0) {
         return QStringLiteral("строка не является ни секцией, ни параметром, ни комментарием");
     }
-    const QByteArray name = line.first(end).trimmed();
+    const QByteArray name = withoutBlanks(line.first(end));
     if (name.isEmpty()) {
         return QStringLiteral("у параметра нет имени");
     }
@@ -70,7 +83,7 @@ QString faultOfIni(const QByteArray& text)
     int number = 0;
     for (const QByteArray& untrimmed : lines.split('\n')) {
         ++number;
-        const QByteArray line = untrimmed.trimmed();
+        const QByteArray line = withoutBlanks(untrimmed);
         const QString fault = faultOfLine(line, inSection);
         inSection = inSection || line.startsWith('[');
         if (!fault.isEmpty()) {

@@ -96,6 +96,7 @@ TEST_F(ConfigTest, FileThatIsBadIsRefusedWhole)
                                                 {"[s]\n\xEF\xBB\xBFk=1\n", 2},
                                                 {"[s]\n[ ]\n", 2},
                                                 {"[s] tail\n", 1},
+                                                {"[s]\nk=1\n\v[t]\nk=2\n", 3},
                                                 {"[s]\nk=\xFF\xFE\n", 2},
                                                 {QByteArray("[s]\nk=a\0b", 9), 2},
                                                 {"[s]\n;\xD0\n", 2}};
