@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include <QByteArray>
 #include <QString>
 
@@ -20,9 +22,14 @@ public:
     void post(const QString& url, const QByteArray& body);
     /// The same for a GET.
     void get(const QString& url);
+    /// Posts to one site after the other until one says 200, and throws when none does: the least that a walk
+    /// over dead sites takes, since nothing is remembered of them.
+    void walk(const std::vector<QByteArray>& urls, const QByteArray& body);
 
 private:
+    void setBody(const QByteArray& body);
     void perform();
+    [[nodiscard]] long statusOf(CURLcode code) const;
 
     CURL* m_handle;
     curl_slist* m_headers = nullptr;
