@@ -21,6 +21,8 @@ constexpr size_t MostHeadBytes = size_t{256} * 1024;
 /// The most that memory is taken for by what a reply says of its length.
 constexpr size_t MostAhead = size_t{1024} * 1024;
 constexpr int PollMilliseconds = 1000;
+/// Handles kept for exchanges that leave no time to make one, such as refused ones.
+constexpr size_t Spares = 6;
 
 void initialiseLibcurl()
 {
@@ -143,17 +145,29 @@ Exchange::Result Exchange::run(const Request& request)
 /// blank, to a header of the reply before, which has been freed.
 void Exchange::takeFreshHandle()
 {
-    m_used = std::move(m_easy);
-    if (!m_next) {
-        prepareNextHandle();
+    if (m_easy) {
+        m_used.push_back(std::move(m_easy));
     }
-    m_easy = std::move(m_next);
+    if (m_spares.empty()) {
+        prepareSpares(1);
+    }
+    if (!m_spares.empty()) {
+        m_easy = std::move(m_spares.back());
+        m_spares.pop_back();
+    }
 }
 
-void Exchange::prepareNextHandle()
+/// Lets the used handles go and fills up the fresh ones.
+void Exchange::prepareSpares(size_t count)
 {
-    m_used.reset();
-    m_next.reset(m_prototype ? curl_easy_duphandle(m_prototype.get()) : nullptr);
+    m_used.clear();
+    while (m_prototype && m_spares.size() < count) {
+        Easy copy(curl_easy_duphandle(m_prototype.get()));
+        if (!copy) {
+            return;
+        }
+        m_spares.push_back(std::move(copy));
+    }
 }
 
 bool Exchange::applyHeaders(const Request& request)
@@ -189,13 +203,15 @@ Exchange::Ending Exchange::transfer()
     const Cancellation::Watch watch(m_multi.get());
     CURLMcode fault = curl_multi_add_handle(m_multi.get(), m_easy.get());
     int running = 1;
+    bool prepared = false;
     while (fault == CURLM_OK && !watch.isCanceled()) {
         fault = curl_multi_perform(m_multi.get(), &running);
         if (fault != CURLM_OK || running == 0) {
             break;
         }
-        if (!m_next) {
-            prepareNextHandle();  // the request is with the site: time that nobody waits for
+        if (!prepared && info(CURLINFO_REQUEST_SIZE) > 0) {
+            prepareSpares(Spares);  // the request is with the site: time that nobody waits for
+            prepared = true;
         }
         fault = curl_multi_poll(m_multi.get(), nullptr, 0, PollMilliseconds, nullptr);
     }

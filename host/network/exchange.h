@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -60,6 +61,7 @@ private:
     {
         void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
     };
+    using Easy = std::unique_ptr<CURL, CleanUpEasy>;
     struct CleanUpMulti
     {
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
@@ -76,7 +78,7 @@ private:
 
     void applySettings(const Settings& settings);
     void takeFreshHandle();
-    void prepareNextHandle();
+    void prepareSpares(size_t count);
     [[nodiscard]] bool applyHeaders(const Request& request);
     void applyMethod(const Request& request);
     [[nodiscard]] Ending transfer();
@@ -94,10 +96,10 @@ private:
     /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
-    std::unique_ptr<CURL, CleanUpEasy> m_prototype;  ///< has the settings; copied for every exchange
-    std::unique_ptr<CURL, CleanUpEasy> m_easy;       ///< of this exchange
-    std::unique_ptr<CURL, CleanUpEasy> m_used;       ///< of the one before
-    std::unique_ptr<CURL, CleanUpEasy> m_next;
+    Easy m_prototype;          ///< has the settings; copied for every exchange
+    Easy m_easy;               ///< of this exchange
+    std::vector<Easy> m_used;  ///< of those before
+    std::vector<Easy> m_spares;
     RequestHeaders m_headers;
     QByteArray m_requestBody;
     QByteArray m_replyBody;
