@@ -18,6 +18,7 @@ using std::chrono::milliseconds;
 using namespace std::chrono_literals;
 
 constexpr milliseconds DefaultLimit = 30s;
+constexpr int LeastStatusOfFailure = 400;
 constexpr int DefaultMaxReplyBytes = 16 * 1024 * 1024;
 
 Exchange::Settings configured()
@@ -34,11 +35,6 @@ bool isAskable(const QUrl& url)
     const QString scheme = url.scheme();
     return url.isValid() && !url.host().isEmpty() &&
            (scheme == QStringLiteral("http") || scheme == QStringLiteral("https"));
-}
-
-QByteArray jsonOf(const QJsonDocument& document)
-{
-    return document.isEmpty() ? QByteArray() : document.toJson(QJsonDocument::Compact);
 }
 
 /// What is left until `deadline`, rounded up, so that a time-out never comes before it; zero or less when it
@@ -75,12 +71,16 @@ struct RestClient::State
     /// Of the last request that could be made, most often that of the next one.
     QUrl lastUrl;
     QByteArray lastEncodedUrl;
+    /// Of the last request if it came to nothing: it is most often sent again, to somebody else.
+    QJsonDocument failedBody;
+    QByteArray failedBodyText;
 
     http::Response request(bool post, const QUrl& url, const QJsonDocument& body,
                            const QHash<QString, QString>& headers);
 
 private:
     [[nodiscard]] std::optional<milliseconds> limit() const;
+    [[nodiscard]] QByteArray textOf(const QJsonDocument& body) const;
     [[nodiscard]] Exchange::Result run(bool post, const QUrl& url, const QJsonDocument& body,
                                        const QHash<QString, QString>& headers, bool watched);
     [[nodiscard]] http::Response responseOf(const QUrl& url, Exchange::Result& result) const;
@@ -122,6 +122,14 @@ http::Response RestClient::State::request(bool post, const QUrl& url, const QJso
     return std::move(record.response);
 }
 
+QByteArray RestClient::State::textOf(const QJsonDocument& body) const
+{
+    if (body.isEmpty()) {
+        return {};
+    }
+    return body == failedBody ? failedBodyText : body.toJson(QJsonDocument::Compact);
+}
+
 Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
                                         const QHash<QString, QString>& headers, bool watched)
 {
@@ -136,12 +144,17 @@ Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonD
     if (!allowed) {
         return {.failure = Failure::Timeout};
     }
-    return exchange.run({.post = post,
-                         .url = lastEncodedUrl,
-                         .body = jsonOf(body),
-                         .headers = headers,
-                         .limit = *allowed,
-                         .watched = watched});
+    const QByteArray text = textOf(body);
+    Exchange::Result result = exchange.run({.post = post,
+                                            .url = lastEncodedUrl,
+                                            .body = text,
+                                            .headers = headers,
+                                            .limit = *allowed,
+                                            .watched = watched});
+    const bool failed = result.failure != Failure::None || result.status >= LeastStatusOfFailure;
+    failedBody = failed ? body : QJsonDocument();
+    failedBodyText = failed ? text : QByteArray();
+    return result;
 }
 
 http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& result) const
@@ -155,8 +168,8 @@ http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& 
     response.setNetworkError(result.failure != Failure::None && result.failure != Failure::Timeout);
     if (result.failure != Failure::None) {
         response.setNetworkError(networkErrorOf(result.failure));
-        response.setErrorText(textOf(result.failure, target));
-    } else if (result.status >= 400) {
+        response.setErrorText(::textOf(result.failure, target));
+    } else if (result.status >= LeastStatusOfFailure) {
         response.setNetworkError(http::networkErrorOfStatus(result.status));
         response.setErrorText(textOfStatus(result.status, target));
     }

@@ -88,6 +88,21 @@ TEST_F(RestClientTest, RequestLineAndBodyFollowTheOperation)
     }
 }
 
+TEST_F(RestClientTest, RequestAfterFailuresHasTheBodyGiven)
+{
+    const QJsonDocument other(QJsonArray{"B"});
+    for (int i = 0; i < 20; ++i) {
+        client.post(QUrl("http://127.0.0.1:1/"), other, {});
+    }
+    behave(R"({"status": 500, "times": 3})");
+    QStringList bodies;
+    for (const QJsonDocument& body : {other, someBody, someBody, other, other, QJsonDocument()}) {
+        client.post(server, body, {});
+        bodies << received().last()["body"].toString();
+    }
+    EXPECT_EQ(bodies, (QStringList{R"(["B"])", json, json, R"(["B"])", R"(["B"])", ""}));
+}
+
 TEST_F(RestClientTest, RequestHeadersAreSentAsGivenAndOnce)
 {
     client.post(server, QJsonDocument(QJsonArray{QString(2'000'000, u'x')}),
