@@ -13,7 +13,8 @@ bool isUtf8(const QByteArray& text)
     return !decoder.hasError();
 }
 
-/// Without the blanks around it that the INI reader skips, too: others, such as a vertical tab, belong to the text.
+/// Without the blanks around it that the INI reader skips, too: others, such as a vertical tab, belong to the
+/// text.
 QByteArray withoutBlanks(QByteArrayView text)
 {
     constexpr auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
