@@ -53,6 +53,7 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
     const QByteArray body = Till::bodyOf(codes);
     const LoadBalancer nginx(Balancer::Nginx, sites), haproxy(Balancer::HaProxy, sites);
     std::vector<QByteArray> urls;
+    urls.reserve(static_cast<size_t>(sites.count()));
     for (int site = 0; site < sites.count(); ++site) {
         urls.push_back(sites.checkUrl(site).toUtf8());
     }
