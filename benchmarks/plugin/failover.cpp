@@ -59,10 +59,12 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
     }
     BareClient toNginx, toHaproxy, toSites;
     Till till(sites.operatorUrl());
-    till.check(codes);
-    toSites.walk(urls, body);
-    toNginx.get(nginx.ownUrl());
-    toHaproxy.get(haproxy.ownUrl());
+    for (int warm = 0; warm < 2; ++warm) {  // a till that has been in use
+        till.check(codes);
+        toSites.walk(urls, body);
+        toNginx.get(nginx.ownUrl());
+        toHaproxy.get(haproxy.ownUrl());
+    }
     sites.spoil(fault, dead);
     // In every order: it matters who is first after the fault, and how busy the one before was.
     std::vector<std::function<void()>> turns = {

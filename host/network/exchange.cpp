@@ -21,7 +21,8 @@ constexpr size_t MostHeadBytes = size_t{256} * 1024;
 /// The most that memory is taken for by what a reply says of its length.
 constexpr size_t MostAhead = size_t{1024} * 1024;
 constexpr int PollMilliseconds = 1000;
-/// Handles kept for exchanges that leave no time to make one, such as refused ones.
+/// Handles kept for exchanges that leave no time to make one, such as refused ones, where there is more than
+/// one exchange.
 constexpr size_t Spares = 6;
 
 void initialiseLibcurl()
@@ -210,7 +211,8 @@ Exchange::Ending Exchange::transfer()
             break;
         }
         if (!prepared && info(CURLINFO_REQUEST_SIZE) > 0) {
-            prepareSpares(Spares);  // the request is with the site: time that nobody waits for
+            // The request is with the site: time that nobody waits for.
+            prepareSpares(m_used.empty() ? 1 : Spares);
             prepared = true;
         }
         fault = curl_multi_poll(m_multi.get(), nullptr, 0, PollMilliseconds, nullptr);
