@@ -21,9 +21,6 @@ constexpr size_t MostHeadBytes = size_t{256} * 1024;
 /// The most that memory is taken for by what a reply says of its length.
 constexpr size_t MostAhead = size_t{1024} * 1024;
 constexpr int PollMilliseconds = 1000;
-/// Handles kept for exchanges that leave no time to make one, such as refused ones, where there is more than
-/// one exchange.
-constexpr size_t Spares = 6;
 
 void initialiseLibcurl()
 {
@@ -80,7 +77,6 @@ void Exchange::applySettings(const Settings& settings)
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, AcceptedEncodings);
     curl_easy_setopt(easy, CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
     if (!settings.caFile.isEmpty()) {
@@ -96,24 +92,30 @@ void Exchange::applySettings(const Settings& settings)
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Exchange::onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error);
 }
 
 Exchange::Result Exchange::run(const Request& request)
 {
-    takeFreshHandle();
+    m_requestBody = request.body;
+    if (!m_headers.set(request.headers, m_requestBody.size())) {
+        return {.failure = Failure::BadHeader};
+    }
+    takeHandle({.post = request.post,
+                .body = !m_requestBody.isEmpty(),
+                .close = m_headers.closeConnection(),
+                .watched = request.watched});
     if (!m_easy || !m_multi) {
         return {.failure = Failure::Other};
     }
-    if (!applyHeaders(request)) {
-        return {.failure = Failure::BadHeader};
+    CURL* easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_CURLU, request.url);
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, m_headers.list());
+    if (m_kind.post || m_kind.body) {
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_requestBody.size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_requestBody.constData());
     }
-    curl_easy_setopt(m_easy.get(), CURLOPT_URL, request.url.constData());
-    applyMethod(request);
-    curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
-    if (request.watched) {
-        curl_easy_setopt(m_easy.get(), CURLOPT_CERTINFO, 1L);
-    }
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, libcurlLimit(request.limit));
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, request.detailed ? m_error : nullptr);
 
     m_replyBody.clear();
     m_headBytes = 0;
@@ -142,60 +144,52 @@ Exchange::Result Exchange::run(const Request& request)
     return result;
 }
 
-/// For every exchange: a handle that is used again appends a reply's first header line, when it begins with a
-/// blank, to a header of the reply before, which has been freed.
-void Exchange::takeFreshHandle()
+/// That of the last exchange if no reply began there and this one is of its kind. One that has read a reply
+/// is not used again: it would append the next reply's first header line, when that begins with a blank, to a
+/// header of the reply before, which has been freed.
+void Exchange::takeHandle(const Kind& kind)
 {
+    if (m_easy && m_headBytes == 0 && kind == m_kind && !kind.watched) {
+        return;
+    }
     if (m_easy) {
         m_used.push_back(std::move(m_easy));
     }
-    if (m_spares.empty()) {
-        prepareSpares(1);
+    if (!m_spare) {
+        prepareSpare();
     }
-    if (!m_spares.empty()) {
-        m_easy = std::move(m_spares.back());
-        m_spares.pop_back();
+    m_easy = std::move(m_spare);
+    m_kind = kind;
+    if (m_easy) {
+        applyKind();
     }
 }
 
-/// Lets the used handles go and fills up the fresh ones.
-void Exchange::prepareSpares(size_t count)
+/// Lets the used handles go and makes the next one.
+void Exchange::prepareSpare()
 {
     m_used.clear();
-    while (m_prototype && m_spares.size() < count) {
-        Easy copy(curl_easy_duphandle(m_prototype.get()));
-        if (!copy) {
-            return;
-        }
-        m_spares.push_back(std::move(copy));
+    if (!m_spare && m_prototype) {
+        m_spare.reset(curl_easy_duphandle(m_prototype.get()));
     }
 }
 
-bool Exchange::applyHeaders(const Request& request)
-{
-    if (!m_headers.set(request.headers, request.body.size())) {
-        return false;
-    }
-    curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_headers.list());
-    if (m_headers.closeConnection()) {
-        curl_easy_setopt(m_easy.get(), CURLOPT_FORBID_REUSE, 1L);
-    }
-    return true;
-}
-
-void Exchange::applyMethod(const Request& request)
+/// Tells a fresh handle what is not so by itself.
+void Exchange::applyKind()
 {
     CURL* easy = m_easy.get();
-    m_requestBody = request.body;
-    if (!request.post && m_requestBody.isEmpty()) {
-        return;  // as a handle is made
+    if (m_kind.post || m_kind.body) {
+        curl_easy_setopt(easy, CURLOPT_POST, 1L);
     }
-    if (!request.post) {
+    if (m_kind.body && !m_kind.post) {
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, "GET");
     }
-    curl_easy_setopt(easy, CURLOPT_POST, 1L);
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_requestBody.size()));
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_requestBody.constData());
+    if (m_kind.close) {
+        curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+    }
+    if (m_kind.watched) {
+        curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
+    }
 }
 
 Exchange::Ending Exchange::transfer()
@@ -212,7 +206,7 @@ Exchange::Ending Exchange::transfer()
         }
         if (!prepared && info(CURLINFO_REQUEST_SIZE) > 0) {
             // The request is with the site: time that nobody waits for.
-            prepareSpares(m_used.empty() ? 1 : Spares);
+            prepareSpare();
             prepared = true;
         }
         fault = curl_multi_poll(m_multi.get(), nullptr, 0, PollMilliseconds, nullptr);

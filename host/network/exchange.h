@@ -30,11 +30,13 @@ public:
     struct Request
     {
         bool post = false;
-        QByteArray url;
+        CURLU* url = nullptr;
         QByteArray body;
         const QHash<QString, QString>& headers;
         /// Limit of the whole exchange, whole milliseconds; zero for none.
         std::chrono::milliseconds limit{};
+        /// Fill in Result::detail.
+        bool detailed = false;
         /// Fill in Result::transport.
         bool watched = false;
     };
@@ -66,6 +68,13 @@ private:
     {
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
+    /// What a handle has been told of its last exchange and keeps for one of the same kind.
+    struct Kind
+    {
+        bool post = false, body = false, close = false, watched = false;
+
+        bool operator==(const Kind& other) const = default;
+    };
     /// What the transfer itself ended in, before it is judged.
     struct Ending
     {
@@ -77,10 +86,9 @@ private:
     static size_t onHeader(char* bytes, size_t size, size_t count, void* exchange);
 
     void applySettings(const Settings& settings);
-    void takeFreshHandle();
-    void prepareSpares(size_t count);
-    [[nodiscard]] bool applyHeaders(const Request& request);
-    void applyMethod(const Request& request);
+    void takeHandle(const Kind& kind);
+    void prepareSpare();
+    void applyKind();
     [[nodiscard]] Ending transfer();
     [[nodiscard]] CURLcode transferCode();
     [[nodiscard]] Failure judge(const Ending& ending, bool limitReached) const;
@@ -97,9 +105,10 @@ private:
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
     Easy m_prototype;          ///< has the settings; copied for every exchange
-    Easy m_easy;               ///< of this exchange
+    Easy m_easy;               ///< of this exchange, or the last one
+    Kind m_kind;               ///< what m_easy has been told
     std::vector<Easy> m_used;  ///< of those before
-    std::vector<Easy> m_spares;
+    Easy m_spare;
     RequestHeaders m_headers;
     QByteArray m_requestBody;
     QByteArray m_replyBody;

@@ -8,6 +8,7 @@
 #include <log4qt/logger.h>
 #include <network/cancellation.h>
 #include <network/exchange.h>
+#include <network/requesturl.h>
 #include <utils/observerslot.h>
 
 template class MockFactory<RestClient>;
@@ -28,13 +29,6 @@ Exchange::Settings configured()
     return {.caFile = config.getString(QStringLiteral("Network:caFile")),
             .proxy = config.getString(QStringLiteral("Network:proxy")),
             .maxReplyBytes = size_t(maxReplyBytes > 0 ? maxReplyBytes : DefaultMaxReplyBytes)};
-}
-
-bool isAskable(const QUrl& url)
-{
-    const QString scheme = url.scheme();
-    return url.isValid() && !url.host().isEmpty() &&
-           (scheme == QStringLiteral("http") || scheme == QStringLiteral("https"));
 }
 
 /// What is left until `deadline`, rounded up, so that a time-out never comes before it; zero or less when it
@@ -68,9 +62,7 @@ struct RestClient::State
     mutable std::mutex lastMutex;
     http::Response last;
 
-    /// Of the last request that could be made, most often that of the next one.
-    QUrl lastUrl;
-    QByteArray lastEncodedUrl;
+    RequestUrl requestUrl;
     /// Of the last request if it came to nothing: it is most often sent again, to somebody else.
     QJsonDocument failedBody;
     QByteArray failedBodyText;
@@ -80,6 +72,7 @@ struct RestClient::State
 
 private:
     [[nodiscard]] std::optional<milliseconds> limit() const;
+    [[nodiscard]] bool isLogged(Log4Qt::Level level) const { return logger && logger->isEnabledFor(level); }
     [[nodiscard]] QByteArray textOf(const QJsonDocument& body) const;
     [[nodiscard]] Exchange::Result run(bool post, const QUrl& url, const QJsonDocument& body,
                                        const QHash<QString, QString>& headers, bool watched);
@@ -133,12 +126,8 @@ QByteArray RestClient::State::textOf(const QJsonDocument& body) const
 Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
                                         const QHash<QString, QString>& headers, bool watched)
 {
-    if (lastEncodedUrl.isEmpty() || url != lastUrl) {
-        if (!isAskable(url)) {
-            return {.failure = Failure::BadUrl};
-        }
-        lastUrl = url;
-        lastEncodedUrl = url.toEncoded(QUrl::RemoveFragment);
+    if (!requestUrl.set(url)) {
+        return {.failure = Failure::BadUrl};
     }
     const auto allowed = limit();
     if (!allowed) {
@@ -146,10 +135,11 @@ Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonD
     }
     const QByteArray text = textOf(body);
     Exchange::Result result = exchange.run({.post = post,
-                                            .url = lastEncodedUrl,
+                                            .url = requestUrl.handle(),
                                             .body = text,
                                             .headers = headers,
                                             .limit = *allowed,
+                                            .detailed = watched || isLogged(Log4Qt::Level::Warn),
                                             .watched = watched});
     const bool failed = result.failure != Failure::None || result.status >= LeastStatusOfFailure;
     failedBody = failed ? body : QJsonDocument();
@@ -180,7 +170,7 @@ void RestClient::State::log(bool post, const http::Response& response, const QSt
                             milliseconds duration) const
 {
     const bool failed = response.networkError() != http::NetworkError::None;
-    if (logger == nullptr || !logger->isEnabledFor(failed ? Log4Qt::Level::Warn : Log4Qt::Level::Debug)) {
+    if (!isLogged(failed ? Log4Qt::Level::Warn : Log4Qt::Level::Debug)) {
         return;
     }
     const QString method = post ? QStringLiteral("POST") : QStringLiteral("GET");

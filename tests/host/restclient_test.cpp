@@ -88,11 +88,24 @@ TEST_F(RestClientTest, RequestLineAndBodyFollowTheOperation)
     }
 }
 
-TEST_F(RestClientTest, RequestAfterFailuresHasTheBodyGiven)
+TEST_F(RestClientTest, RequestAfterFailuresIsTheOneAskedFor)
 {
     const QJsonDocument other(QJsonArray{"B"});
-    for (int i = 0; i < 20; ++i) {
-        client.post(QUrl("http://127.0.0.1:1/"), other, {});
+    const auto ask = [this](const QUrl& url, bool post, const QJsonDocument& body) {
+        post ? client.post(url, body, {}) : client.get(url, body, {});
+    };
+    for (const auto& [wasPost, lastBody] :
+         {std::pair(true, other), {true, {}}, {false, other}, {false, {}}}) {
+        for (const auto& [isPost, body] :
+             {std::pair(true, other), {true, someBody}, {true, {}}, {false, {}}}) {
+            for (int i = 0; i < 3; ++i) {
+                ask(QUrl("http://127.0.0.1:1/"), wasPost, lastBody);
+            }
+            ask(server, isPost, body);
+            const auto request = received().last();
+            EXPECT_EQ(request["method"], isPost ? "POST" : "GET");
+            EXPECT_EQ(request["body"].toString(), QString(body.toJson(QJsonDocument::Compact)));
+        }
     }
     behave(R"({"status": 500, "times": 3})");
     QStringList bodies;
