@@ -9,7 +9,8 @@ void CDNInfos::sort()
 
 bool CDNInfos::hasAvailable() const
 {
-    return std::any_of(cbegin(), cend(), [](const auto& site) { return site->isAvailable(); });
+    // From the last one on, as those that are not come first.
+    return std::any_of(crbegin(), crend(), [](const auto& site) { return site->isAvailable(); });
 }
 
 bool CDNInfos::hasNetworkError() const
