@@ -104,7 +104,7 @@ private:
     /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
-    Easy m_prototype;          ///< has the settings; copied for every exchange
+    Easy m_prototype;          ///< has the settings; copied for a fresh handle
     Easy m_easy;               ///< of this exchange, or the last one
     Kind m_kind;               ///< what m_easy has been told
     std::vector<Easy> m_used;  ///< of those before
