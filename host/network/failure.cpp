@@ -116,6 +116,5 @@ tr::Tr textOf(Failure failure, const QString& target)
 
 tr::Tr textOfStatus(int httpStatus, const QString& target)
 {
-    return message(u"networkHttpStatus", target,
-                   QStringLiteral("код ответа HTTP ") + QString::number(httpStatus));
+    return message(u"networkHttpStatus", target, QStringLiteral("код ответа HTTP %1").arg(httpStatus));
 }
