@@ -63,9 +63,6 @@ struct RestClient::State
     http::Response last;
 
     RequestUrl requestUrl;
-    /// Of the last request if it came to nothing: it is most often sent again, to somebody else.
-    QJsonDocument failedBody;
-    QByteArray failedBodyText;
 
     http::Response request(bool post, const QUrl& url, const QJsonDocument& body,
                            const QHash<QString, QString>& headers);
@@ -73,7 +70,6 @@ struct RestClient::State
 private:
     [[nodiscard]] std::optional<milliseconds> limit() const;
     [[nodiscard]] bool isLogged(Log4Qt::Level level) const { return logger && logger->isEnabledFor(level); }
-    [[nodiscard]] QByteArray textOf(const QJsonDocument& body) const;
     [[nodiscard]] Exchange::Result run(bool post, const QUrl& url, const QJsonDocument& body,
                                        const QHash<QString, QString>& headers, bool watched);
     [[nodiscard]] http::Response responseOf(const QUrl& url, Exchange::Result& result) const;
@@ -115,14 +111,6 @@ http::Response RestClient::State::request(bool post, const QUrl& url, const QJso
     return std::move(record.response);
 }
 
-QByteArray RestClient::State::textOf(const QJsonDocument& body) const
-{
-    if (body.isEmpty()) {
-        return {};
-    }
-    return body == failedBody ? failedBodyText : body.toJson(QJsonDocument::Compact);
-}
-
 Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonDocument& body,
                                         const QHash<QString, QString>& headers, bool watched)
 {
@@ -133,18 +121,13 @@ Exchange::Result RestClient::State::run(bool post, const QUrl& url, const QJsonD
     if (!allowed) {
         return {.failure = Failure::Timeout};
     }
-    const QByteArray text = textOf(body);
-    Exchange::Result result = exchange.run({.post = post,
-                                            .url = requestUrl.handle(),
-                                            .body = text,
-                                            .headers = headers,
-                                            .limit = *allowed,
-                                            .detailed = watched || isLogged(Log4Qt::Level::Warn),
-                                            .watched = watched});
-    const bool failed = result.failure != Failure::None || result.status >= LeastStatusOfFailure;
-    failedBody = failed ? body : QJsonDocument();
-    failedBodyText = failed ? text : QByteArray();
-    return result;
+    return exchange.run({.post = post,
+                         .url = requestUrl.handle(),
+                         .body = body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact),
+                         .headers = headers,
+                         .limit = *allowed,
+                         .detailed = watched || isLogged(Log4Qt::Level::Warn),
+                         .watched = watched});
 }
 
 http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& result) const
@@ -158,7 +141,7 @@ http::Response RestClient::State::responseOf(const QUrl& url, Exchange::Result& 
     response.setNetworkError(result.failure != Failure::None && result.failure != Failure::Timeout);
     if (result.failure != Failure::None) {
         response.setNetworkError(networkErrorOf(result.failure));
-        response.setErrorText(::textOf(result.failure, target));
+        response.setErrorText(textOf(result.failure, target));
     } else if (result.status >= LeastStatusOfFailure) {
         response.setNetworkError(http::networkErrorOfStatus(result.status));
         response.setErrorText(textOfStatus(result.status, target));
