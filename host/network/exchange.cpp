@@ -152,9 +152,7 @@ void Exchange::takeHandle(const Kind& kind)
     if (m_easy && m_headBytes == 0 && kind == m_kind && !kind.watched) {
         return;
     }
-    if (m_easy) {
-        m_used.push_back(std::move(m_easy));
-    }
+    m_used = std::move(m_easy);
     if (!m_spare) {
         prepareSpare();
     }
@@ -165,10 +163,10 @@ void Exchange::takeHandle(const Kind& kind)
     }
 }
 
-/// Lets the used handles go and makes the next one.
+/// Lets the used handle go and makes the next one.
 void Exchange::prepareSpare()
 {
-    m_used.clear();
+    m_used.reset();
     if (!m_spare && m_prototype) {
         m_spare.reset(curl_easy_duphandle(m_prototype.get()));
     }

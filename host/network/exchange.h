@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <memory>
-#include <vector>
 
 #include <curl/curl.h>
 
@@ -30,6 +29,7 @@ public:
     struct Request
     {
         bool post = false;
+        /// Not null; as it is until the exchange has ended.
         CURLU* url = nullptr;
         QByteArray body;
         const QHash<QString, QString>& headers;
@@ -104,11 +104,11 @@ private:
     /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
     /// nothing can wake.
     std::unique_ptr<CURLM, CleanUpMulti> m_multi;
-    Easy m_prototype;          ///< has the settings; copied for a fresh handle
-    Easy m_easy;               ///< of this exchange, or the last one
-    Kind m_kind;               ///< what m_easy has been told
-    std::vector<Easy> m_used;  ///< of those before
-    Easy m_spare;
+    Easy m_prototype;  ///< has the settings; copied for a fresh handle
+    Easy m_easy;       ///< of this exchange, or the last one
+    Kind m_kind;       ///< what m_easy has been told
+    Easy m_used;       ///< that of the exchange before, to be let go when nobody waits
+    Easy m_spare;      ///< a fresh one for the next exchange
     RequestHeaders m_headers;
     QByteArray m_requestBody;
     QByteArray m_replyBody;
