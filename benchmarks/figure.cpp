@@ -1,180 +1,145 @@
 #include "benchmarks/figure.h"
 
 #include <algorithm>
-#include <cmath>
+#include <chrono>
 #include <stdexcept>
 
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocale>
+#include <QProcess>
 #include <QStringList>
 
 namespace bench {
 
 namespace {
 
-QString cell(const QString& text, int width)
+/// "2,535 µs", "0.0824 ms"; empty for 0.
+QString measured(const QJsonValue& value, const QString& unit)
 {
-    return text.leftJustified(width) + ' ';
-}
-
-/// "1.15 met", "1.15 missed", "1.15 met in 2 of 3"; empty without a goal.
-QString verdict(const QJsonArray& rows)
-{
-    const QJsonValue goal = rows.first()["goal"];
-    if (goal.isUndefined()) {
+    const double number = value.toDouble();
+    if (number <= 0) {
         return {};
     }
-    const auto met =
-        std::count_if(rows.begin(), rows.end(), [](const QJsonValue& row) { return row["met"].toBool(); });
-    const QString text = QString::number(goal.toDouble());
-    if (met == 0) {
-        return text + " missed";
-    }
-    return met == rows.size() ? text + " met"
-                              : QStringLiteral("%1 met in %2 of %3").arg(text).arg(met).arg(rows.size());
+    const QString text =
+        number >= 100 ? QLocale(QLocale::English).toString(number, 'f', 0) : QString::number(number, 'g', 3);
+    return (text + ' ' + unit).trimmed();
 }
 
-QString markdownLine(const QJsonArray& rows)
+/// The line of one comparison, as each run has it.
+QString markdownLine(const QList<QJsonObject>& rows)
 {
+    const QJsonObject& last = rows.last();
     QStringList ratios;
-    for (const auto& row : rows) {
-        if (row.toObject().contains("ratio")) {
-            ratios.append(QString::number(row.toObject()["ratio"].toDouble(), 'f', 2));
+    qsizetype met = 0;
+    for (const QJsonObject& row : rows) {
+        if (row["what"] != last["what"]) {
+            throw std::runtime_error("the runs have different rows");
         }
+        ratios.append(QString::number(row["ratio"].toDouble(), 'f', 3));
+        met += row["met"].toBool() ? 1 : 0;
     }
-    const QJsonObject last = rows.last().toObject();
-    const auto time = [&last](const char* side) {
-        return measured(last[QLatin1String(side)].toDouble(), last["unit"].toString());
-    };
-    return QStringLiteral("| %1 | %2 | %3 | %4 | %5 |\n")
-        .arg(last["what"].toString(), time("ours"), time("other"), ratios.join(' '), verdict(rows));
+    const QString unit = last["unit"].toString();
+    const QString verdict = met == 0 ? QStringLiteral("missed")
+                            : met == rows.size()
+                                ? QStringLiteral("met")
+                                : QStringLiteral("met in %1 of %2").arg(met).arg(rows.size());
+    return QStringLiteral("| %1 | %2 | %3 | %4 | %5 %6 |\n")
+        .arg(last["what"].toString(), measured(last["ours"], unit), measured(last["other"], unit),
+             ratios.join(' '))
+        .arg(last["goal"].toDouble())
+        .arg(verdict);
 }
 
 }  // namespace
 
-QString counted(int count, const QString& what)
+QJsonObject toJson(const Figure& figure)
 {
-    return QStringLiteral("%1 %2%3").arg(QLocale(QLocale::English).toString(count), what,
-                                         count == 1 ? "" : "s");
-}
-
-QString measured(double value, const QString& unit)
-{
-    if (value <= 0) {
-        return {};
-    }
-    const QString number =
-        value >= 100 ? QLocale(QLocale::English).toString(value, 'f', 0) : QString::number(value, 'g', 3);
-    return unit.isEmpty() ? number : number + ' ' + unit;
-}
-
-std::optional<double> Row::ratio() const
-{
-    if (value) {
-        return value;
-    }
-    return other > 0 ? std::optional(ours / other) : std::nullopt;
-}
-
-QString toTable(const Figure& figure)
-{
-    constexpr int wide = 44, narrow = 14;
-    QString table = figure.name + ": " + figure.title + '\n';
-    table += cell("", wide) + cell(figure.ourName, narrow) + cell(figure.otherName, narrow) +
-             cell("ratio", 8) + cell("goal", 8) + '\n';
+    QJsonArray rows;
     for (const Row& row : figure.rows) {
-        QString line = cell(row.what, wide) + cell(measured(row.ours, row.unit), narrow) +
-                       cell(measured(row.other, row.unit), narrow) +
-                       cell(row.ratio() ? QString::number(*row.ratio(), 'f', 2) : QString(), 8) +
-                       cell(row.goal ? QString::number(*row.goal, 'f', 2) : QString(), 8) +
-                       (row.isMet() ? "" : "MISSED ") + row.note;
-        table += QString(line).trimmed().isEmpty() ? QString() : line + '\n';
+        rows.append(QJsonObject{{"what", row.what},
+                                {"unit", row.unit},
+                                {"ours", row.ours},
+                                {"other", row.other},
+                                {"ratio", row.ratio()},
+                                {"goal", row.goal},
+                                {"met", row.isMet()}});
     }
-    return table;
+    return {{"title", figure.title}, {"ours", figure.ourName}, {"other", figure.otherName}, {"rows", rows}};
 }
 
-QByteArray toJson(const std::vector<Figure>& figures)
+QString toMarkdown(const QList<QJsonObject>& runs)
 {
-    QJsonArray all;
-    for (const Figure& figure : figures) {
-        QJsonArray rows;
-        for (const Row& row : figure.rows) {
-            QJsonObject object{
-                {"what", row.what}, {"unit", row.unit}, {"ours", row.ours}, {"met", row.isMet()}};
-            if (row.other > 0) {
-                object["other"] = row.other;
-            }
-            if (row.ratio()) {
-                object["ratio"] = *row.ratio();
-            }
-            if (row.goal) {
-                object["goal"] = *row.goal;
-            }
-            if (!row.note.isEmpty()) {
-                object["note"] = row.note;
-            }
-            rows.append(object);
+    const QJsonObject& last = runs.last();
+    QString text = QStringLiteral("%1:\n\n| | %2 | %3 | ratios | goal |\n|---|---|---|---|---|\n")
+                       .arg(last["title"].toString(), last["ours"].toString(), last["other"].toString());
+    for (qsizetype i = 0; i < last["rows"].toArray().size(); ++i) {
+        QList<QJsonObject> rows;
+        for (const QJsonObject& run : runs) {
+            rows.append(run["rows"].toArray().at(i).toObject());
         }
-        all.append(QJsonObject{{"name", figure.name},
-                               {"title", figure.title},
-                               {"ours", figure.ourName},
-                               {"other", figure.otherName},
-                               {"rows", rows}});
+        text += markdownLine(rows);
     }
-    return QJsonDocument(QJsonObject{{"figures", all}}).toJson();
+    return text;
 }
 
-QByteArray toMarkdown(const std::vector<QByteArray>& runs)
+void draw(const Figure& figure, const QString& svgFile)
 {
-    QList<QJsonArray> figures;
-    for (const QByteArray& run : runs) {
-        figures.append(QJsonDocument::fromJson(run).object()["figures"].toArray());
+    QString rows;
+    for (const Row& row : figure.rows) {
+        rows += QStringLiteral("\"%1\" %2 %3\n").arg(row.what).arg(row.ratio()).arg(row.goal);
     }
-    QString text;
-    const QJsonArray last = figures.isEmpty() ? QJsonArray() : figures.last();
-    for (qsizetype i = 0; i < last.size(); ++i) {
-        const QJsonObject figure = last[i].toObject();
-        text += QStringLiteral("\n%1:\n\n| | %2 | %3 | ratios | goal |\n|---|---|---|---|---|\n")
-                    .arg(figure["title"].toString(), figure["ours"].toString(), figure["other"].toString());
-        for (qsizetype j = 0; j < figure["rows"].toArray().size(); ++j) {
-            QJsonArray rows;
-            for (const QJsonArray& run : figures) {
-                rows.append(run.at(i)["rows"].toArray().at(j));
-                if (rows.last()["what"] != figure["rows"].toArray()[j].toObject()["what"]) {
-                    throw std::runtime_error("these are not files of --json with the same figures");
-                }
+    const QString script = QStringLiteral("set terminal svg size 720,%1 font 'sans,12' background 'white'\n"
+                                          "set output '%2'\nset style fill solid 0.6\n$rows << END\n%3END\n"
+                                          "set yrange [%4:-1] noreverse\nset xrange [0:*]\nset grid xtics\n"
+                                          "unset key\nplot $rows using ($2/2):0:($2/2):(0.35):yticlabels(1) "
+                                          "with boxxyerror, $rows using 3:0 with points pt 2 lc 'black'\n")
+                               .arg(90 + 24 * figure.rows.size())
+                               .arg(svgFile, rows)
+                               .arg(figure.rows.size());
+    QProcess gnuplot;
+    gnuplot.start("gnuplot", {"-"});
+    gnuplot.write(script.toUtf8());
+    gnuplot.closeWriteChannel();
+    if (!gnuplot.waitForFinished() || gnuplot.exitCode() != 0) {
+        throw std::runtime_error("gnuplot: " + gnuplot.readAllStandardError().toStdString());
+    }
+}
+
+QString countedCodes(int count)
+{
+    return QLocale(QLocale::English).toString(count) + (count == 1 ? " code" : " codes");
+}
+
+double microseconds(const std::function<void()>& work)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+}
+
+std::vector<double> mediansByTurns(const std::vector<std::function<double()>>& sides, int rounds)
+{
+    const int warmUp = 1 + rounds / 20;
+    std::vector<std::vector<double>> times(sides.size());
+    for (int round = 0; round < warmUp + rounds; ++round) {
+        for (size_t turn = 0; turn < sides.size(); ++turn) {
+            const size_t side = (turn + static_cast<size_t>(round)) % sides.size();
+            const double time = sides[side]();
+            if (round >= warmUp) {
+                times[side].push_back(time);
             }
-            text += markdownLine(rows);
         }
     }
-    if (text.isEmpty()) {
-        throw std::runtime_error("there are no figures in this");
-    }
-    return text.toUtf8();
+    std::vector<double> medians(sides.size());
+    std::transform(times.begin(), times.end(), medians.begin(), median);
+    return medians;
 }
 
-double percentile(std::vector<double> values, double share)
+double median(std::vector<double> values)
 {
-    const auto index =
-        static_cast<std::ptrdiff_t>(std::llround(share * static_cast<double>(values.size() - 1)));
-    std::nth_element(values.begin(), values.begin() + index, values.end());
-    return values[static_cast<size_t>(index)];
-}
-
-double exponent(const std::vector<double>& sizes, const std::vector<double>& costs)
-{
-    const auto count = static_cast<double>(sizes.size());
-    double x = 0, y = 0, xx = 0, xy = 0;
-    for (size_t i = 0; i < sizes.size(); ++i) {
-        const double size = std::log(sizes[i]), cost = std::log(costs[i]);
-        x += size;
-        y += cost;
-        xx += size * size;
-        xy += size * cost;
-    }
-    return (count * xy - x * y) / (count * xx - x * x);
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 }  // namespace bench

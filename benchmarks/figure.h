@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <vector>
 
+#include <QJsonObject>
+#include <QList>
 #include <QString>
 
 namespace bench {
@@ -11,48 +14,58 @@ namespace bench {
 struct Row
 {
     QString what;
-    QString unit;  ///< of `ours` and `other`
     double ours = 0;
-    double other = 0;             ///< 0: there is nothing to compare with
-    std::optional<double> value;  ///< what the goal is about; by default ours / other
-    std::optional<double> goal;   ///< the value may not be above it
-    QString note;
+    double other = 0;               ///< 0: there is nothing to compare with, and `value` is given
+    double goal = 0;                ///< the value may not be above it
+    std::optional<double> value{};  ///< what the goal is about; ours / other when it is not given
+    QString unit = "µs";            ///< of `ours` and `other`
 
-    [[nodiscard]] std::optional<double> ratio() const;
-    [[nodiscard]] bool isMet() const { return !goal || !ratio() || *ratio() <= *goal; }
+    [[nodiscard]] double ratio() const { return value ? *value : ours / other; }
+    [[nodiscard]] bool isMet() const { return ratio() <= goal; }
 };
 
 /// What one benchmark comes to.
 struct Figure
 {
-    QString name;
     QString title;
     QString ourName;
     QString otherName;
-    std::vector<Row> rows;
+    std::vector<Row> rows{};
 };
 
+/// What `--json` keeps of a figure.
+[[nodiscard]] QJsonObject toJson(const Figure& figure);
+/// A table in Markdown of one or more runs of one benchmark, each what toJson() made of it: values of the
+/// last, ratios of all, and whether the goal is met. Throws std::runtime_error when they are of different
+/// benchmarks.
+[[nodiscard]] QString toMarkdown(const QList<QJsonObject>& runs);
+/// Bars of the ratios, a cross at each goal, with gnuplot. Throws std::runtime_error when that fails.
+void draw(const Figure& figure, const QString& svgFile);
+
 /// "1 code", "10,000 codes".
-[[nodiscard]] QString counted(int count, const QString& what);
-/// "2,535 µs", "0.0824 ms"; empty for 0, which is nothing to compare with.
-[[nodiscard]] QString measured(double value, const QString& unit);
+[[nodiscard]] QString countedCodes(int count);
 
-/// As a table for people; with the word "MISSED" where a goal is not met.
-[[nodiscard]] QString toTable(const Figure& figure);
-[[nodiscard]] QByteArray toJson(const std::vector<Figure>& figures);
-/// Tables in Markdown of several runs, each what toJson() made of one: times of the last, ratios of all.
-/// Throws std::runtime_error when one of them is something else or has other figures.
-[[nodiscard]] QByteArray toMarkdown(const std::vector<QByteArray>& runs);
-/// Bars, as SVG.
-[[nodiscard]] QByteArray toPicture(const Figure& figure);
+/// How long this takes.
+[[nodiscard]] double microseconds(const std::function<void()>& work);
+/// Each side gives a time of its own; their medians. Who is first changes from round to round; some rounds
+/// more come before those that count.
+[[nodiscard]] std::vector<double> mediansByTurns(const std::vector<std::function<double()>>& sides,
+                                                 int rounds);
+[[nodiscard]] double median(std::vector<double> values);
 
-/// The value that a share of them does not exceed; `share` from 0 to 1. Not of an empty list.
-[[nodiscard]] double percentile(std::vector<double> values, double share);
-[[nodiscard]] inline double median(std::vector<double> values)
-{
-    return percentile(std::move(values), 0.5);
-}
-/// The power of n that the costs grow with: the slope of a straight line through the logarithms.
-[[nodiscard]] double exponent(const std::vector<double>& sizes, const std::vector<double>& costs);
+/// Verification actions through the plug-in against what any Qt client must do.
+[[nodiscard]] Figure measureCheck();
+/// A reply to a result, against the reading of the JSON alone.
+[[nodiscard]] Figure measureReply();
+/// How the instructions of what is done with a result grow with the number of codes.
+[[nodiscard]] Figure measureGrowth();
+/// Checks while sites are dead, against two load balancers and a bare libcurl walk.
+[[nodiscard]] Figure measureFailover();
+/// What the plug-in does while nothing is asked of it.
+[[nodiscard]] Figure measureIdle();
+
+/// Does this work so that callgrind, under which the process runs, counts what it is about: one of those that
+/// measureGrowth() names, "check" or "floor".
+void countInstructions(const QString& work, int codes);
 
 }  // namespace bench

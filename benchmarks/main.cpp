@@ -1,79 +1,67 @@
-// bench: how far the plug-in is above the floor. Each figure is measured in one run, the two sides by turns.
+// bench: how far the plug-in is above the floor. Each ratio is measured in one run, the two sides by turns.
 
-#include <chrono>
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <iostream>
-#include <map>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
 
-#include "benchmarks/benchmarks.h"
+#include "benchmarks/figure.h"
 
 namespace {
 
-using bench::Figure;
-
-const std::vector<std::pair<std::string, std::function<Figure()>>> benchmarks = {
-    {"check", bench::measureCheck},   {"reply", bench::measureReply},
-    {"growth", bench::measureGrowth}, {"failover", bench::measureFailover},
-    {"start", bench::measureStart},   {"contention", bench::measureContention},
+const std::vector<std::pair<std::string, std::function<bench::Figure()>>> benchmarks = {
+    {"check", bench::measureCheck},       {"reply", bench::measureReply}, {"growth", bench::measureGrowth},
+    {"failover", bench::measureFailover}, {"idle", bench::measureIdle},
 };
 
-void write(const std::string& file, const QByteArray& content)
+QJsonArray figuresIn(const std::string& file)
 {
-    std::ofstream out(file, std::ios::binary);
-    out << content.toStdString();
-    out.close();
-    if (!out) {
-        throw std::runtime_error("cannot write " + file);
-    }
-}
-
-QByteArray contentOf(const std::string& file)
-{
-    std::ifstream in(file, std::ios::binary);
+    std::ifstream in(file);
     const std::string content{std::istreambuf_iterator<char>(in), {}};
-    if (!in.is_open() || in.bad()) {
-        throw std::runtime_error("cannot read " + file);
+    const QJsonArray figures = QJsonDocument::fromJson(QByteArray::fromStdString(content)).array();
+    if (figures.isEmpty()) {
+        throw std::runtime_error("there are no figures in " + file);
     }
-    return QByteArray::fromStdString(content);
+    return figures;
 }
 
-int printTables(const std::vector<std::string>& files)
+/// Prints the figures of one or more runs.
+void print(const std::vector<QJsonArray>& runs)
 {
-    std::vector<QByteArray> runs;
-    runs.reserve(files.size());
-    for (const std::string& file : files) {
-        runs.push_back(contentOf(file));
+    for (qsizetype i = 0; i < runs.back().size(); ++i) {
+        QList<QJsonObject> figures;
+        for (const QJsonArray& run : runs) {
+            figures.append(run.at(i).toObject());
+        }
+        std::cout << bench::toMarkdown(figures).toStdString() << std::endl;
     }
-    std::cout << bench::toMarkdown(runs).toStdString();
-    return 0;
 }
 
 int run(const std::vector<std::string>& names, const std::string& json, const std::string& pictures)
 {
-    std::vector<Figure> figures;
+    QJsonArray figures;
     bool met = true;
     for (const auto& [name, measure] : benchmarks) {
         if (!names.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
             continue;
         }
-        const auto begin = std::chrono::steady_clock::now();
-        figures.push_back(measure());
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-        std::cout << toTable(figures.back()).toStdString() << "  (" << int(taken.count()) << " s)\n"
-                  << std::endl;
-        for (const bench::Row& row : figures.back().rows) {
-            met &= row.isMet();
-        }
-        if (!pictures.empty()) {
-            write(pictures + "/performance-" + name + ".svg", toPicture(figures.back()));
+        const bench::Figure figure = measure();
+        figures.append(toJson(figure));
+        print({{figures.last()}});
+        met &= std::all_of(figure.rows.begin(), figure.rows.end(), std::mem_fn(&bench::Row::isMet));
+        if (!pictures.empty() && figure.rows.size() > 1) {
+            draw(figure, QString::fromStdString(pictures + "/performance-" + name + ".svg"));
         }
     }
-    if (!json.empty()) {
-        write(json, toJson(figures));
+    if (!json.empty() &&
+        !(std::ofstream(json) << QJsonDocument(figures).toJson().toStdString() << std::flush)) {
+        throw std::runtime_error("cannot write " + json);
     }
     std::cout << (met ? "every goal is met" : "a goal is MISSED") << std::endl;
     return met ? 0 : 1;
@@ -84,37 +72,31 @@ int run(const std::vector<std::string>& names, const std::string& json, const st
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    std::vector<std::string> names, runs;
-    std::string json, pictures, operatorUrl;
-    int codes = 0;
-    int requestedCodes = 0;
-    CLI::App app("Measures the plug-in against the floor. Exit status 1: a goal is missed.");
-    std::vector<std::string> known;
-    known.reserve(benchmarks.size());
+    std::vector<std::string> names, known, files;
+    std::string json, pictures, counted;
+    int codes = 1;
     for (const auto& [name, measure] : benchmarks) {
         known.push_back(name);
     }
+    CLI::App app("Measures the plug-in against the floor. Exit status 1: a goal is missed.");
     app.add_option("NAME", names, "What to measure, by default everything")->check(CLI::IsMember(known));
     app.add_option("--json", json, "File for the figures");
     app.add_option("--pictures", pictures, "Folder for a picture of each figure");
-    app.add_option("--tables", runs,
+    app.add_option("--tables", files,
                    "Measure nothing: tables in Markdown from the --json files of some runs");
-    app.add_option("--start-once", operatorUrl)->group("");
-    app.add_option("--check-once", codes)->group("");
-    app.add_option("--request-once", requestedCodes)->group("");
+    app.add_option("--count", counted)->group("");
+    app.add_option("--codes", codes)->group("");
     CLI11_PARSE(app, argc, argv);
     try {
-        if (!operatorUrl.empty()) {
-            return bench::startOnce(QString::fromStdString(operatorUrl));
+        if (!counted.empty()) {
+            bench::countInstructions(QString::fromStdString(counted), codes);
+            return 0;
         }
-        if (codes > 0) {
-            return bench::checkOnce(codes);
-        }
-        if (requestedCodes > 0) {
-            return bench::requestOnce(requestedCodes);
-        }
-        if (!runs.empty()) {
-            return printTables(runs);
+        if (!files.empty()) {
+            std::vector<QJsonArray> runs(files.size());
+            std::transform(files.begin(), files.end(), runs.begin(), figuresIn);
+            print(runs);
+            return 0;
         }
         return run(names, json, pictures);
     } catch (const std::exception& error) {

@@ -1,23 +1,11 @@
 #pragma once
 
-#include <QMetaType>
 #include <QString>
 
-#include <utils/export.h>
+namespace contracts {
 
-namespace marking {
+/// The number of the verification service that `name` names, in any letter case: 1 "crpt", 2 "turon", 3
+/// "esm"; 0 for any other text. The views' enumerations have these values.
+[[nodiscard]] int serviceNumber(const QString& name);
 
-/// The verification service that an action or event is meant for. Travels in a QVariant.
-enum Service : int {
-    NoService = 0,  ///< none, or one that is not known
-    Crpt = 1,       ///< "crpt", the marking operator's online service
-    Turon = 2,      ///< "turon"
-    Esm = 3,        ///< "esm"
-};
-
-/// The service that `text` names, in any letter case; NoService for any other text.
-[[nodiscard]] ORVEX_EXPORT Service serviceFromText(const QString& text);
-
-}  // namespace marking
-
-Q_DECLARE_METATYPE(marking::Service)
+}  // namespace contracts

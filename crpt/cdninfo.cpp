@@ -1,5 +1,7 @@
 #include "crpt/cdninfo.h"
 
+#include <algorithm>
+
 #include <utils/currenttime.h>
 
 bool CdnInfo::isAvailable()
@@ -22,4 +24,20 @@ bool CdnInfo::operator==(const CdnInfo& other) const
 bool CdnInfo::operator<(const CdnInfo& other) const
 {
     return responseTime < other.responseTime;
+}
+
+void CDNInfos::sort()
+{
+    std::sort(begin(), end(), [](const auto& a, const auto& b) { return *a < *b; });
+}
+
+bool CDNInfos::hasAvailable() const
+{
+    return std::any_of(cbegin(), cend(), [](const auto& site) { return site->isAvailable(); });
+}
+
+bool CDNInfos::hasNetworkError() const
+{
+    return !updateSucceeded ||
+           std::any_of(cbegin(), cend(), [](const auto& site) { return site->networkError; });
 }

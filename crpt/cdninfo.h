@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QDateTime>
+#include <QList>
+#include <QSharedPointer>
 #include <QString>
-#include <QUrl>
 
 /// One CDN site: how fast it answered its health check, and whether it is in quarantine.
 ///
@@ -15,7 +16,6 @@ struct CdnInfo
     bool available = true;       ///< false from markAsUnavailable() on, also when the quarantine is over
     QDateTime unavailableUntil;  ///< end of the quarantine; meaningful while `available` is false
     bool networkError = false;   ///< what took the site out of service was a fault of the network
-    QUrl checkUrl;               ///< of the check method; empty until the site is in the client's list
 
     /// Whether the site may be asked: it is in service, or its quarantine ended before now. Reads the clock
     /// only in the latter case, and changes nothing.
@@ -28,4 +28,20 @@ struct CdnInfo
     bool operator==(const CdnInfo& other) const;
     /// Faster than the other.
     bool operator<(const CdnInfo& other) const;
+};
+
+/// The client's CDN sites, fastest first once sorted. Copies share the records, not the order.
+/// No locking of its own.
+class CDNInfos : public QList<QSharedPointer<CdnInfo>>
+{
+public:
+    /// The last update of the list from the operator succeeded, or there was none yet.
+    bool updateSucceeded = true;
+
+    /// Orders by ascending response time; equal times in no particular order.
+    void sort();
+    /// Whether any site may be asked.
+    [[nodiscard]] bool hasAvailable() const;
+    /// Whether the last update failed or any site was taken out of service by a fault of the network.
+    [[nodiscard]] bool hasNetworkError() const;
 };

@@ -1,13 +1,20 @@
 #include "crpt/crptclient.h"
 
-#include <algorithm>
-
 #include <QMutexLocker>
 
+#include "crpt/messages.h"
 #include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/eactivitylistener.h>
+
+namespace {
+
+/// With each of them the HTTP client is made anew.
+const QList<int> clientEvents = {EActivityListener::OnlineServicesRefresh,
+                                 EActivityListener::NetworkSettingsChanged, EActivityListener::NetworkUp};
+
+}  // namespace
 
 CrptClient::CrptClient()
     : basePath(QStringLiteral("/api/v4/true-api"))
@@ -24,34 +31,13 @@ CrptClient::~CrptClient()
 void CrptClient::onStart()
 {
     createClient();
-    {
-        const std::lock_guard lock(startMutex);
-        started = true;
-    }
-    startedChanged.notify_all();
-    Singleton<ActivityNotifier>::instance()->addListener(this, {EActivityListener::OnlineServicesRefresh,
-                                                                EActivityListener::NetworkSettingsChanged,
-                                                                EActivityListener::NetworkUp});
-}
-
-void CrptClient::waitForStart(std::chrono::milliseconds limit)
-{
-    // A thread starts within moments or never: a check without a limit must not wait for ever.
-    constexpr std::chrono::milliseconds longest = std::chrono::minutes(1);
-    std::unique_lock lock(startMutex);
-    startedChanged.wait_for(lock, std::min(limit, longest), [this] { return started; });
+    Singleton<ActivityNotifier>::instance()->addListener(this, clientEvents);
 }
 
 void CrptClient::handleEvent(const Event& event)
 {
-    switch (event.getCode()) {
-    case EActivityListener::NetworkUp:
-    case EActivityListener::NetworkSettingsChanged:
-    case EActivityListener::OnlineServicesRefresh:
+    if (clientEvents.contains(event.getCode())) {
         createClient();
-        break;
-    default:
-        break;
     }
 }
 
@@ -59,21 +45,19 @@ void CrptClient::createClient()
 {
     const auto client = MockFactory<RestClient>::create();
     client->setLogger(logger);
-    const std::lock_guard lock(restClientMutex);
+    const QMutexLocker lock(&stateMutex);
     restClient = client;
 }
 
 QSharedPointer<RestClient> CrptClient::standingClient()
 {
-    const auto current = [this] {
-        const std::lock_guard lock(restClientMutex);
-        return restClient;
-    };
-    if (auto client = current()) {
-        return client;
+    QMutexLocker lock(&stateMutex);
+    if (!restClient) {
+        lock.unlock();
+        createClient();
+        lock.relock();
     }
-    createClient();  // the client's thread has not started in time
-    return current();
+    return restClient;
 }
 
 void CrptClient::addHost(const QUrl& url, const QString& owner)
@@ -81,7 +65,7 @@ void CrptClient::addHost(const QUrl& url, const QString& owner)
     if (!getApiKey(url).isEmpty()) {
         return;
     }
-    logger->info(QStringLiteral("Добавлен хост: %1 (%2)"), url.toString(), owner);
+    logger->info(crpt::messages::hostAdded, url.toString(), owner);
     const QMutexLocker lock(&hostsMutex);
     hosts.insert(url, owner);
 }
@@ -92,7 +76,7 @@ void CrptClient::addKey(const QString& key, const QString& owner)
         const QMutexLocker lock(&keysMutex);
         keys.insert(owner, key);
     }
-    logger->info(QStringLiteral("Добавлен ключ X-API-KEY: %1 (%2)"), key, owner);
+    logger->info(crpt::messages::keyAdded, key, owner);
 }
 
 QStringList CrptClient::getApiKey(const QUrl& url) const
@@ -104,15 +88,10 @@ QStringList CrptClient::getApiKey(const QUrl& url) const
 
 QList<QUrl> CrptClient::getHosts(CdnMethod method) const
 {
-    QList<QUrl> known;
-    {
-        const QMutexLocker lock(&hostsMutex);
-        known = hosts.keys();
-    }
     QList<QUrl> urls;
-    urls.reserve(known.size());
-    for (const QUrl& host : std::as_const(known)) {
-        urls.append(getUrl(host.toString(), method));
+    const QMutexLocker lock(&hostsMutex);
+    for (auto host = hosts.keyBegin(); host != hosts.keyEnd(); ++host) {
+        urls.append(getUrl(host->toString(), method));
     }
     return urls;
 }

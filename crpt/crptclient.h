@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 #include <QHash>
 #include <QJsonArray>
@@ -17,8 +15,10 @@
 #include <QStringList>
 #include <QUrl>
 
-#include "crpt/cdninfos.h"
+#include "crpt/cdninfo.h"
+#include "crpt/deadline.h"
 #include "result/checkmarkingcodesresult.h"
+#include "sync/fairmutex.h"
 #include <network/restclient.h>
 #include <orvex/baseactivitylistener.h>
 #include <utils/markingcode.h>
@@ -37,16 +37,12 @@ enum class CdnMethod : int {
 /// The client of the marking operator's online check.
 ///
 /// It learns the CDN sites from the operator's hosts, measures them, keeps them fastest first, and sends
-/// checks to the first one that is in service, failing over to the next.
+/// checks to the first one that is in service, failing over to the next (see Failover).
 ///
 /// The object lives in a thread of its own, where onStart() and queued list updates run; every public
 /// operation may be called from any thread and blocks until it is done. Nothing throws: failures are in the
-/// returned values, in the log ("crptclient") and in host notifications.
-///
-/// Locks, in the order in which they may be taken together:
-///   walkMutex, cdnMutex, then one of keysMutex -> hostsMutex, recordsMutex, stateMutex, startMutex,
-///   restClientMutex.
-/// None of the latter is held while a request is under way.
+/// returned values, in the log ("crptclient") and in host notifications. Notifications are sent when no lock
+/// is held and no list update is running: a listener may wait for a thread that wants a check.
 class CrptClient : public BaseActivityListener
 {
     Q_OBJECT
@@ -58,6 +54,14 @@ public:
         Finished = 3,        ///< ran to its end; whether it succeeded is told by the list's updateSucceeded
     };
 
+    /// The least that a check's time limits are raised to.
+    static constexpr std::chrono::milliseconds minTimeLimit{2000};
+    /// An update of the list sends no request after this time, and cuts their time-outs to what is left of
+    /// it.
+    static constexpr std::chrono::seconds maxUpdateTime{60};
+    /// Of one operator host's list no more different sites than these are looked at.
+    static constexpr int maxListedSites = 100;
+
     /// Reads "CRPT:updateInfoInterval". No network, no HTTP client yet.
     CrptClient();
     ~CrptClient() override;
@@ -66,8 +70,8 @@ public:
     void handleEvent(const Event& event) override;
 
     /// Checks codes with `apiKey` and gives every requested code a verdict (see fitToErrorKind()). Time
-    /// limits below 2 s are raised to 2 s; milliseconds::max() means no limit. The reply, errorKind()
-    /// included, is part of the result.
+    /// limits below minTimeLimit are raised to it; milliseconds::max() means no limit. The reply,
+    /// errorKind() included, is part of the result.
     virtual CheckMarkingCodesResult checkMarkingCodes(const QString& apiKey, const QList<MarkingCode>& codes,
                                                       std::chrono::milliseconds operationTimeout,
                                                       std::chrono::milliseconds requestTimeout);
@@ -87,8 +91,9 @@ public:
 
     /// POSTs `body` to the check method of the sites in turn until one of them gives a reply that is to be
     /// taken. A failing site is out of service for 15 minutes; when none is left the list is fetched again.
-    /// `operationTimeout` is the budget of all attempts together, `requestTimeout` the limit of one;
-    /// milliseconds::max() means no limit. The last reply, with its errorKind().
+    /// Calls take turns, in order of arrival. `operationTimeout` is the budget of the wait and of all
+    /// attempts together, `requestTimeout` the limit of one attempt; milliseconds::max() means no limit. The
+    /// last reply, with its errorKind().
     virtual http::Response request(const QHash<QString, QString>& headers, const QJsonDocument& body,
                                    std::chrono::milliseconds operationTimeout,
                                    std::chrono::milliseconds requestTimeout);
@@ -96,7 +101,7 @@ public:
     /// The "hosts" array of one operator host's reply to one key; empty when there is none.
     virtual QJsonArray getCdnInfo(const QUrl& host, const QString& apiKey);
     /// Probes the listed sites one after another; the healthy ones with their times, in the order of the
-    /// list.
+    /// list. A site that is listed twice is probed once.
     [[nodiscard]] virtual CDNInfos checkHealth(const QJsonArray& listed, const QString& apiKey) const;
 
     /// Keys of the owner of `url`, newest first; for an unknown URL those of the empty owner.
@@ -108,84 +113,69 @@ public:
     /// See RequestStatus.
     [[nodiscard]] static int getRequestStatus(const http::Response& response);
 
-    /// Logs that the operator refused the key and tells the cashier.
+    /// Logs that the operator refused the key and tells the cashier; in a turn, once it is over.
     void notifyIncorrectToken() const;
 
     /// Replaces the standing HTTP client.
     void createClient();
 
 public Q_SLOTS:
-    /// Makes the HTTP client and begins to listen. Called once, in the client's own thread, as that thread
-    /// starts; checks that come earlier wait for it.
+    /// Makes the HTTP client and begins to listen. Called in the client's own thread as that starts. A check
+    /// that comes earlier makes the HTTP client itself.
     void onStart();
 
 private:
-    class Walk;
+    friend class Failover;
 
-    /// What a site-list request to an operator host came to last.
-    struct RequestState
-    {
-        int status = 0;
-        tr::Tr errorText;
-        QByteArray body;
-        QUrl url;
-    };
+    using Notices = QList<tr::Tr>;
 
     [[nodiscard]] QSharedPointer<RestClient> standingClient();
     [[nodiscard]] QSharedPointer<RestClient> freshClient(const QString& alias,
                                                          const QString& timeoutKey) const;
-    void waitForStart(std::chrono::milliseconds limit);
 
     // List update
     [[nodiscard]] bool hasKeys() const;
-    [[nodiscard]] CDNInfos collectSites();
+    void replaceList(Notices& notices);
     [[nodiscard]] CDNInfos sitesOf(const QUrl& host);
     void install(const CDNInfos& sites);
-    void withdrawNotice() const;
+    void setUpdateSucceeded(bool succeeded);
     void noteInfoReply(const QUrl& host, const http::Response& response);
+    [[nodiscard]] std::chrono::nanoseconds updateTimeLeft() const;
+    [[nodiscard]] bool isTokenRefused(const QUrl& host) const;
 
-    // Request
-    [[nodiscard]] QHash<QString, QString> checkHeaders(const QString& apiKey);
+    // Failover
+    [[nodiscard]] QList<QSharedPointer<CdnInfo>> siteList() const;
     [[nodiscard]] bool hasAvailableSite() const;
+    [[nodiscard]] bool hasAvailableSite(const QList<QSharedPointer<CdnInfo>>& sites,
+                                        const CdnInfo* besides) const;
     [[nodiscard]] http::ErrorKind kindWithoutSites() const;
     [[nodiscard]] bool isSearchHeldBack() const;
     void noteFailedSearch(http::Response& response);
+    void deliver(const Notices& notices) const;
 
-    QSharedPointer<RestClient> restClient;
-    mutable std::mutex restClientMutex;  // guards the restClient pointer
+    // Locks, in the order in which two may be held together: cdnMutex, keysMutex, hostsMutex, stateMutex.
+    // Only cdnMutex is held while a request is under way.
+    QSharedPointer<RestClient> restClient;  // guarded by stateMutex
 
     mutable QMutex hostsMutex;         // guards hosts
     QMap<QUrl, QString> hosts;         // base URL to owner
-    mutable QMutex keysMutex;          // guards keys; taken before hostsMutex where both are needed
+    mutable QMutex keysMutex;          // guards keys
     QMultiMap<QString, QString> keys;  // owner to API keys
 
-    mutable std::mutex stateMutex;  // guards incorrectTokenHosts, requestStates, lastRefreshTime
+    mutable QMutex stateMutex;  // guards, for moments only, restClient and all from here to lastRefreshTime
     QMap<QUrl, bool> incorrectTokenHosts;
-    QMap<QUrl, RequestState> requestStates;
+    QMap<QUrl, http::Response> requestStates;     // the last site-list reply of each operator host
+    Deadline updateDeadline;                      // of the list update that is running
+    CDNInfos cdnInfos;                            // the list, and what its records say
     std::chrono::nanoseconds lastRefreshTime{0};  // monotonic time of the last failed search for a site
 
-    std::mutex headersMutex;  // guards lastCheckKey and lastCheckHeaders, which are made of it
-    QString lastCheckKey;
-    QHash<QString, QString> lastCheckHeaders;
-
-    // Both recursive: a host's listener of a notice that a walk or an update sends may check codes itself.
-    std::recursive_mutex walkMutex;  // serialises failover walks
-    int walkDepth = 0;               // of walks within each other; guarded by walkMutex
-    std::recursive_mutex cdnMutex;   // held through a walk; whoever changes cdnInfos or its records holds it
-    mutable std::mutex
-        recordsMutex;  // besides cdnMutex for every change, alone for a look from outside a walk
-    CDNInfos cdnInfos;
-
-    std::mutex startMutex;  // guards started
-    std::condition_variable startedChanged;
-    bool started = false;
+    mutable FairMutex cdnMutex;  // the turn: one failover at a time
 
     const QString basePath;
     Log4Qt::Logger* const logger;
     const qint32 updateInfoInterval;  // seconds between searches for a site; 0 or less: no minimum
 
     static std::atomic<bool> updateRunning;  // of all clients in the process
-    static thread_local int updatesHere;     // that run in this thread, further up its stack
 };
 
 Q_DECLARE_METATYPE(CrptClient::UpdateInfoStatus)

@@ -4,12 +4,11 @@
 
 #include <QJsonObject>
 
+#include "crpt/messages.h"
 #include "crpt/resultfitting.h"
 #include <log4qt/logger.h>
 
 namespace {
-
-constexpr std::chrono::milliseconds ShortestLimit = std::chrono::seconds(2);
 
 QString readable(const QList<MarkingCode>& codes)
 {
@@ -30,34 +29,28 @@ QJsonDocument checkBody(const QList<MarkingCode>& codes)
     return QJsonDocument(QJsonObject{{QStringLiteral("codes"), texts}});
 }
 
-}  // namespace
-
-/// Made once for a key. The HTTP client sees at a glance then that they are those of the request before.
-QHash<QString, QString> CrptClient::checkHeaders(const QString& apiKey)
+QHash<QString, QString> checkHeaders(const QString& apiKey)
 {
-    const std::lock_guard lock(headersMutex);
-    if (lastCheckHeaders.isEmpty() || lastCheckKey != apiKey) {
-        lastCheckKey = apiKey;
-        lastCheckHeaders = {
-            {QStringLiteral("Content-Type"), QStringLiteral("application/json")},
-            {QStringLiteral("Accept"), QStringLiteral("application/json")},
-            {QStringLiteral("Connection"), QStringLiteral("keep-alive")},
-            {QStringLiteral("X-API-KEY"), apiKey},
-        };
-    }
-    return lastCheckHeaders;
+    return {
+        {QStringLiteral("Content-Type"), QStringLiteral("application/json")},
+        {QStringLiteral("Accept"), QStringLiteral("application/json")},
+        {QStringLiteral("Connection"), QStringLiteral("keep-alive")},
+        {QStringLiteral("X-API-KEY"), apiKey},
+    };
 }
+
+}  // namespace
 
 CheckMarkingCodesResult CrptClient::checkMarkingCodes(const QString& apiKey, const QList<MarkingCode>& codes,
                                                       std::chrono::milliseconds operationTimeout,
                                                       std::chrono::milliseconds requestTimeout)
 {
     if (logger->isEnabledFor(Log4Qt::Level::Info)) {
-        logger->info(QStringLiteral("Проверка кодов маркировок: [%1]"), readable(codes));
+        logger->info(crpt::messages::checkBegins, readable(codes));
     }
     const http::Response response =
-        request(checkHeaders(apiKey), checkBody(codes), std::max(operationTimeout, ShortestLimit),
-                std::max(requestTimeout, ShortestLimit));
+        request(checkHeaders(apiKey), checkBody(codes), std::max(operationTimeout, minTimeLimit),
+                std::max(requestTimeout, minTimeLimit));
     CheckMarkingCodesResult result{CheckMarkingCodesReply(response)};
     fitToErrorKind(result, codes);
     return result;

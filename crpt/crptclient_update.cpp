@@ -1,12 +1,13 @@
 #include "crpt/crptclient.h"
 
-#include <utility>
+#include <algorithm>
 
 #include <QJsonObject>
 #include <QMutexLocker>
 #include <QScopeGuard>
 
-#include "crpt/requeststatus.h"
+#include "crpt/messages.h"
+#include "result/requeststatus.h"
 #include <config/config.h>
 #include <log4qt/logger.h>
 #include <orvex/activitynotifier.h>
@@ -14,10 +15,10 @@
 #include <orvex/events.h>
 #include <utils/currenttime.h>
 
-namespace {
+using std::chrono::milliseconds;
+namespace messages = crpt::messages;
 
-/// Whose notices these are: the token notice and its withdrawal.
-const auto NoticeId = QStringLiteral("Crpt");
+namespace {
 
 QHash<QString, QString> listHeaders(const QString& apiKey)
 {
@@ -28,11 +29,18 @@ QHash<QString, QString> listHeaders(const QString& apiKey)
     };
 }
 
+tr::Tr tokenNotice()
+{
+    return {QStringLiteral("crptIncorrectTokenErrorNotification"),
+            QStringLiteral("Честный знак: ошибка токена. Чеки будут сформированы некорректно")};
+}
+
+/// Under the one id of the token notice and its withdrawal, so that each replaces the one before.
 void sendNotice(const tr::Tr& text)
 {
     const events::ErrorNotification notice{Event(EActivityListener::ErrorNotification)};
     notice.setNotification(text);
-    notice.setId(NoticeId);
+    notice.setId(QStringLiteral("Crpt"));
     Singleton<ActivityNotifier>::instance()->sendEvent(notice.event());
 }
 
@@ -42,42 +50,58 @@ bool isHealthy(const QJsonObject& reply)
     return !code.isUndefined() && code.toInt(0) == 0;
 }
 
+/// The different sites of an operator's list, in its order, the first ones only when there are too many.
+QStringList listedSites(const QJsonArray& listed, const Log4Qt::Logger* logger)
+{
+    QStringList sites;
+    for (const auto& element : listed) {
+        sites.append(element.toObject().value(QLatin1String("host")).toString());
+    }
+    sites.removeDuplicates();
+    sites.removeOne(QString());
+    if (sites.size() > CrptClient::maxListedSites) {
+        logger->warn(messages::sitesLeftOut, qint64(sites.size()), CrptClient::maxListedSites);
+        sites.resize(CrptClient::maxListedSites);
+    }
+    return sites;
+}
+
+/// Adds the sites that no other host has brought.
+void addNew(CDNInfos& sites, const CDNInfos& found)
+{
+    for (const auto& site : found) {
+        const bool isKnown = std::any_of(sites.cbegin(), sites.cend(),
+                                         [&](const auto& known) { return known->host == site->host; });
+        if (!isKnown) {
+            sites.append(site);
+        }
+    }
+}
+
 }  // namespace
 
 std::atomic<bool> CrptClient::updateRunning = false;
-thread_local int CrptClient::updatesHere = 0;
 
 CrptClient::UpdateInfoStatus CrptClient::updateInfo()
 {
     if (!hasKeys()) {
-        logger->warn(QStringLiteral("Нет ключей для работы с CDN-площадками"));
+        logger->warn(messages::noKeys);
         return UpdateInfoStatus::NoKeys;
     }
-    if (updateRunning) {
-        logger->debug(QStringLiteral("Процесс обновления списка CDN-площадок уже запущен"));
+    if (updateRunning.exchange(true)) {
+        logger->debug(messages::updateRunning);
         return UpdateInfoStatus::AlreadyRunning;
     }
-    logger->info(QStringLiteral("Получение списка CDN-площадок"));
-    updateRunning = true;
-    ++updatesHere;
-    const auto idle = qScopeGuard([] {
-        --updatesHere;
-        updateRunning = false;
-    });
-
+    Notices notices = {tr::Tr()};  // withdraws an earlier one
     try {
-        withdrawNotice();
-        const CDNInfos sites = collectSites();
-        if (sites.isEmpty()) {
-            logger->warn(QStringLiteral("Не удалось обновить список площадок"));
-            cdnInfos.updateSucceeded = false;
-        } else {
-            install(sites);
-        }
+        logger->info(messages::updateBegins);
+        replaceList(notices);
     } catch (...) {
-        logger->error(QStringLiteral("Обновление списка площадок прервано исключением"));
-        cdnInfos.updateSucceeded = false;
+        logger->error(messages::updateBroken);
+        setUpdateSucceeded(false);
     }
+    updateRunning = false;
+    deliver(notices);
     return UpdateInfoStatus::Finished;
 }
 
@@ -87,46 +111,50 @@ bool CrptClient::hasKeys() const
     return !keys.isEmpty();
 }
 
-void CrptClient::withdrawNotice() const
+void CrptClient::replaceList(Notices& notices)
 {
-    sendNotice(tr::Tr());
-}
-
-void CrptClient::notifyIncorrectToken() const
-{
-    logger->error(QStringLiteral("Ошибка авторизации"));
-    sendNotice(tr::Tr(QStringLiteral("crptIncorrectTokenErrorNotification"),
-                      QStringLiteral("Честный знак: ошибка токена. Чеки будут сформированы некорректно")));
-}
-
-CDNInfos CrptClient::collectSites()
-{
-    QList<QUrl> known;
+    QMutexLocker hostsLock(&hostsMutex);
+    const QList<QUrl> known = hosts.keys();
+    hostsLock.unlock();
+    const auto deadline = Deadline::in(maxUpdateTime);
     {
-        const QMutexLocker lock(&hostsMutex);
-        known = hosts.keys();
+        const QMutexLocker lock(&stateMutex);
+        updateDeadline = deadline;
     }
+    const auto atTheEnd = qScopeGuard([this] {
+        const QMutexLocker lock(&stateMutex);
+        updateDeadline = {};
+    });
     CDNInfos sites;
-    for (const QUrl& host : std::as_const(known)) {
-        sites.append(sitesOf(host));
-        const bool incorrectToken = [&] {
-            const std::lock_guard lock(stateMutex);
-            return incorrectTokenHosts.value(host, false);
-        }();
-        if (incorrectToken) {
-            notifyIncorrectToken();
+    for (const QUrl& host : known) {
+        addNew(sites, sitesOf(host));
+        if (isTokenRefused(host)) {
+            logger->error(messages::tokenRefused);
+            notices.append(tokenNotice());
         }
     }
-    return sites;
+    if (deadline.hasPassed()) {
+        logger->warn(messages::updateCutShort, qint64(maxUpdateTime.count()));
+    }
+    if (sites.isEmpty()) {
+        logger->warn(messages::updateFailed);
+        setUpdateSucceeded(false);
+    } else {
+        install(sites);
+    }
 }
 
-/// The healthy sites that the first key to bring any of them gives for a host.
+/// The healthy sites that the first key to bring any of them gives for a host. A key that is held several
+/// times is tried once.
 CDNInfos CrptClient::sitesOf(const QUrl& host)
 {
-    const QStringList hostKeys = getApiKey(host);
-    for (const QString& key : hostKeys) {
-        const QJsonArray listed = getCdnInfo(host, key);
-        CDNInfos sites = checkHealth(listed, key);
+    QStringList hostKeys = getApiKey(host);
+    hostKeys.removeDuplicates();
+    for (const QString& key : std::as_const(hostKeys)) {
+        if (updateTimeLeft() <= std::chrono::nanoseconds::zero()) {
+            break;
+        }
+        CDNInfos sites = checkHealth(getCdnInfo(host, key), key);
         if (!sites.isEmpty()) {
             return sites;
         }
@@ -134,33 +162,59 @@ CDNInfos CrptClient::sitesOf(const QUrl& host)
     return {};
 }
 
+std::chrono::nanoseconds CrptClient::updateTimeLeft() const
+{
+    const QMutexLocker lock(&stateMutex);
+    return updateDeadline.remaining();
+}
+
+bool CrptClient::isTokenRefused(const QUrl& host) const
+{
+    const QMutexLocker lock(&stateMutex);
+    return incorrectTokenHosts.value(host, false);
+}
+
+void CrptClient::setUpdateSucceeded(bool succeeded)
+{
+    const QMutexLocker lock(&stateMutex);
+    cdnInfos.updateSucceeded = succeeded;
+}
+
 void CrptClient::install(const CDNInfos& sites)
 {
-    const std::lock_guard cdnLock(cdnMutex);
-    const std::lock_guard recordsLock(recordsMutex);
-    cdnInfos = sites;
-    cdnInfos.sort();
-    for (const auto& site : std::as_const(cdnInfos)) {
-        site->checkUrl = getUrl(site->host, CdnMethod::CodesCheck);
+    CDNInfos sorted = sites;
+    sorted.sort();
+    const auto& chosen = *sorted.constFirst();
+    const QString host = chosen.host;
+    const int time = chosen.responseTime;
+    {
+        const QMutexLocker lock(&stateMutex);
+        cdnInfos.swap(sorted);
+        cdnInfos.updateSucceeded = true;
     }
-    const auto& chosen = *cdnInfos.constFirst();
-    logger->info(QStringLiteral("Выбрана CDN: %1 (%2 мс)"), chosen.host, chosen.responseTime);
+    logger->info(messages::siteChosen, host, time);
 }
 
 QSharedPointer<RestClient> CrptClient::freshClient(const QString& alias, const QString& timeoutKey) const
 {
-    constexpr int defaultTimeout = 10;  // seconds
+    constexpr int defaultTimeout = 10;                                 // seconds
+    constexpr milliseconds timeoutForNone = std::chrono::seconds(30);  // as the HTTP client has it
+    milliseconds configured =
+        std::chrono::seconds(Singleton<Config>::instance()->getInt(timeoutKey, defaultTimeout));
+    if (configured <= milliseconds::zero()) {
+        configured = timeoutForNone;
+    }
+    const auto left = std::max(std::chrono::ceil<milliseconds>(updateTimeLeft()), milliseconds(1));
     auto client = MockFactory<RestClient>::create();
     client->setLogger(logger);
     client->setTargetAlias(alias);
-    client->setTimeout(std::chrono::milliseconds(
-        std::chrono::seconds(Singleton<Config>::instance()->getInt(timeoutKey, defaultTimeout))));
+    client->setTimeout(std::min(configured, left));
     return client;
 }
 
 QJsonArray CrptClient::getCdnInfo(const QUrl& host, const QString& apiKey)
 {
-    cdnInfos.updateSucceeded = true;
+    setUpdateSucceeded(true);
     const auto client =
         freshClient(QStringLiteral("серверу честного знака для получения списка CDN-площадок"),
                     QStringLiteral("CRPT:getInfoTimeout"));
@@ -173,34 +227,29 @@ QJsonArray CrptClient::getCdnInfo(const QUrl& host, const QString& apiKey)
 void CrptClient::noteInfoReply(const QUrl& host, const http::Response& response)
 {
     const auto status = requestStatusOf(response);
-    const std::lock_guard lock(stateMutex);
-    switch (status) {
-    case RequestStatus::Timeout:
-    case RequestStatus::NetworkError:
+    http::Response kept = response;
+    kept.setBody(response.body());  // the bytes alone: what is parsed of them may take nine times as much
+    kept.setUrl(getUrl(host.toString(), CdnMethod::Info));
+    const QMutexLocker lock(&stateMutex);
+    if (status != RequestStatus::IncorrectToken) {
         incorrectTokenHosts.insert(host, false);
-        cdnInfos.updateSucceeded = false;
-        break;
-    case RequestStatus::IncorrectToken:
-        if (!incorrectTokenHosts.contains(host)) {
-            incorrectTokenHosts.insert(host, true);
-        }
-        break;
-    default:
-        incorrectTokenHosts.insert(host, false);
-        break;
+    } else if (!incorrectTokenHosts.contains(host)) {
+        incorrectTokenHosts.insert(host, true);
     }
-    requestStates.insert(host, {response.status(), response.errorText(), response.body(),
-                                getUrl(host.toString(), CdnMethod::Info)});
+    if (status == RequestStatus::Timeout || status == RequestStatus::NetworkError) {
+        cdnInfos.updateSucceeded = false;
+    }
+    requestStates.insert(host, kept);
 }
 
 CDNInfos CrptClient::checkHealth(const QJsonArray& listed, const QString& apiKey) const
 {
     const auto clock = MockFactory<CurrentTime>::create();
     CDNInfos healthy;
-    for (const auto& element : listed) {
-        const QString host = element.toObject().value(QLatin1String("host")).toString();
-        if (host.isEmpty()) {
-            continue;
+    const QStringList probed = listedSites(listed, logger);
+    for (const QString& host : probed) {
+        if (updateTimeLeft() <= std::chrono::nanoseconds::zero()) {
+            break;
         }
         const auto begin = clock->monotonic();
         const auto client =
@@ -209,15 +258,29 @@ CDNInfos CrptClient::checkHealth(const QJsonArray& listed, const QString& apiKey
         const http::Response response =
             client->request(getUrl(host, CdnMethod::HealthCheck), QJsonDocument(), listHeaders(apiKey));
         if (!isHealthy(response.responseObject())) {
-            logger->warn(QStringLiteral("Некорректное состояние площадки"));
+            logger->warn(messages::siteUnhealthy);
             continue;
         }
         const auto site = QSharedPointer<CdnInfo>::create();
-        site->responseTime = static_cast<qint32>(
-            std::chrono::duration_cast<std::chrono::milliseconds>(clock->monotonic() - begin).count());
+        site->responseTime =
+            static_cast<qint32>(std::chrono::floor<milliseconds>(clock->monotonic() - begin).count());
         site->host = host;
-        logger->debug(QStringLiteral("Время ответа CDN: %1 мс."), site->responseTime);
+        logger->debug(messages::siteMeasured, site->responseTime);
         healthy.append(site);
     }
     return healthy;
+}
+
+void CrptClient::notifyIncorrectToken() const
+{
+    logger->error(messages::tokenRefused);
+    deliver({tokenNotice()});
+}
+
+/// Sends the notices; in a turn, once it is over.
+void CrptClient::deliver(const Notices& notices) const
+{
+    for (const tr::Tr& notice : notices) {
+        cdnMutex.runUnlocked([notice] { sendNotice(notice); });
+    }
 }

@@ -21,10 +21,11 @@ CheckMarkingCodesResult::CodeStatus wholeReplyStatus(const CheckMarkingCodesResu
 
 void failUnmentioned(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
 {
-    const Codes passed = setOf(result.passedCodes);
+    const QList<MarkingCode> failed = result.failedCodes.keys();
+    const Codes mentioned = setOf(result.passedCodes + failed);
     std::optional<CheckMarkingCodesResult::CodeStatus> notInReply;  // its object may take long to make
     for (const MarkingCode& code : requested) {
-        if (!passed.contains(code) && !result.failedCodes.contains(code)) {
+        if (!mentioned.contains(code)) {
             if (!notInReply) {
                 notInReply = wholeReplyStatus(result, CheckMarkingCodesResult::NotInReply);
             }

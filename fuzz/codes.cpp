@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "fuzz/fuzz.h"
-#include "poshost/checkcodes.h"
-#include "poshost/failure.h"
+#include "poshost/till/codes.h"
+#include "poshost/till/fatalerror.h"
 
 using fuzz::require;
 
@@ -16,7 +16,7 @@ std::optional<QList<MarkingCode>> codesOf(Read read)
 {
     try {
         return read();
-    } catch (const poshost::Failure& refusal) {
+    } catch (const poshost::FatalError& refusal) {
         const QString line = refusal.line();
         require(!line.isEmpty() && line == line.simplified(), "a refusal is one line");
         return std::nullopt;
@@ -35,11 +35,14 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray ended = content.endsWith('\n') ? content : content + '\n';
     QList<QByteArray> lines = ended.split('\n');
     lines.removeLast();
+    for (QByteArray& line : lines) {
+        line.chop(line.endsWith('\r') ? 1 : 0);
+    }
     require(codesOf([&] { return poshost::codesOfLines(ended, {}); }) == codes, "the last line needs no end");
     require(codesOf([&] { return poshost::readCodes(lines, {}); }) == codes, "a typed code is the same");
     require(codes->size() == lines.size(), "every line is a code");
     for (const MarkingCode& code : *codes) {
-        require(!code.isEmpty() && code.toString().size() <= poshost::longestCode, "a code has a fit length");
+        require(!code.isEmpty() && code.toString().size() <= poshost::maxCode, "a code has a fit length");
     }
     return 0;
 }

@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include "fuzz/fuzz.h"
-#include "poshost/failure.h"
-#include "poshost/hostsettings.h"
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/settings.h"
 #include <config/config.h>
 
 using fuzz::require;
@@ -52,8 +52,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     }
     try {
-        (void)poshost::readHostSettings(config, {});
-    } catch (const poshost::Failure& failure) {
+        (void)poshost::readHostSettings(config, {}, {});
+    } catch (const poshost::FatalError& failure) {
         require(!failure.line().isEmpty() && !failure.line().contains(u'\n'), "a refusal is one line");
     }
     Config again;

@@ -7,8 +7,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "crpt/requeststatus.h"
 #include "fuzz/fuzz.h"
+#include "result/requeststatus.h"
 #include <config/config.h>
 
 using fuzz::require;

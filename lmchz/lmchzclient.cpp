@@ -1,11 +1,11 @@
 #include "lmchz/lmchzclient.h"
 
-#include <algorithm>
 #include <array>
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "lmchz/messages.h"
 #include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <orvex/eactivitylistener.h>
@@ -13,43 +13,34 @@
 
 namespace {
 
-struct StatusText
-{
-    QLatin1String text;
-    LmchzStatus status;
-};
-
-constexpr std::array StatusTexts = {
-    StatusText{QLatin1String("ready"), LmchzStatus::Ready},
-    StatusText{QLatin1String("not_configured"), LmchzStatus::NotConfigured},
-    StatusText{QLatin1String("initialization"), LmchzStatus::Initialization},
-    StatusText{QLatin1String("sync_error"), LmchzStatus::SyncError},
-};
-
 /// By LmchzClient::Method.
-constexpr std::array MethodPaths = {
+constexpr std::array methodPaths = {
     QLatin1String("/api/v2/init"),
     QLatin1String("/api/v2/status"),
     QLatin1String("/api/v2/cis/outCheck"),
     QLatin1String("/api/v2/greyList"),
 };
 
-constexpr auto ErrorCode = QLatin1String("errorCode");
-const auto TokenKey = QStringLiteral("token");
-const auto EnableGreyListKey = QStringLiteral("enableGreyList");
-constexpr int HttpOk = 200;
+constexpr auto errorCodeKey = QLatin1String("errorCode");
+const auto tokenKey = QStringLiteral("token");
+const auto enableGreyListKey = QStringLiteral("enableGreyList");
 
 LmchzStatus statusFromText(const QString& text)
 {
-    const auto* found = std::find_if(StatusTexts.begin(), StatusTexts.end(),
-                                     [&](const StatusText& row) { return row.text == text; });
-    return found != StatusTexts.end() ? found->status : LmchzStatus::Unknown;
+    static const QHash<QString, LmchzStatus> statuses = {
+        {QStringLiteral("ready"), LmchzStatus::Ready},
+        {QStringLiteral("not_configured"), LmchzStatus::NotConfigured},
+        {QStringLiteral("initialization"), LmchzStatus::Initialization},
+        {QStringLiteral("sync_error"), LmchzStatus::SyncError},
+    };
+    return statuses.value(text, LmchzStatus::Unknown);
 }
 
 /// `id` with the module's error code behind it, when the reply gives one.
-QString withErrorCode(const QString& id, const QJsonObject& reply)
+QString withErrorCode(const QString& id, const http::Response& reply)
 {
-    return reply.contains(ErrorCode) ? id + QString::number(reply.value(ErrorCode).toInt()) : id;
+    const QJsonObject object = reply.responseObject();
+    return object.contains(errorCodeKey) ? id + QString::number(object.value(errorCodeKey).toInt()) : id;
 }
 
 }  // namespace
@@ -66,11 +57,6 @@ LmchzClient::LmchzClient()
         trigger = Singleton<ActivityNotifier>::instance()->addTriggerBefore(
             EActivityListener::LocalModulesSetUp, [this](const Event& event) { init(event); });
     }
-}
-
-LmchzClient::~LmchzClient()
-{
-    trigger.release();
 }
 
 bool LmchzClient::readSection(const QString& section)
@@ -94,82 +80,83 @@ bool LmchzClient::readSection(const QString& section)
     return module.maintain;
 }
 
+std::unique_lock<FairMutex> LmchzClient::takeTurn(std::chrono::nanoseconds limit)
+{
+    return std::unique_lock(exchangeMutex, limit);
+}
+
 void LmchzClient::init(const Event& /*event*/)
 {
     for (auto module = settings.cbegin(); module != settings.cend(); ++module) {
         if (module->maintain) {
-            if (const Trouble trouble = maintainModule(module.key(), *module)) {
-                sendErrorNotification(*trouble);
-            }
+            maintainModule(module.key(), *module);
         }
     }
 }
 
-LmchzClient::Trouble LmchzClient::maintainModule(const QString& token, const Module& module)
+void LmchzClient::maintainModule(const QString& token, const Module& module)
 {
     const std::lock_guard lock(exchangeMutex);
     const auto status = static_cast<LmchzStatus>(getStatus(token));
     if (status == LmchzStatus::NotConfigured) {
-        return initModule(token, module);
+        initModule(token, module);
+    } else if (status == LmchzStatus::Ready && module.enableGreyList) {
+        toggleGreyListByToken(token, *module.enableGreyList);
     }
-    if (status == LmchzStatus::Ready && module.enableGreyList) {
-        return toggleGreyList(token, *module.enableGreyList);
-    }
-    return {};
 }
 
-LmchzClient::Trouble LmchzClient::initModule(const QString& token, const Module& module)
+void LmchzClient::initModule(const QString& token, const Module& module)
 {
-    logger->debug(QStringLiteral("Инициализация ЛМЧЗ"));
-    QJsonObject body = {{TokenKey, token}};
+    logger->debug(lmchz::messages::initBegins);
+    QJsonObject body = {{tokenKey, token}};
     if (module.enableGreyList) {
-        body.insert(EnableGreyListKey, *module.enableGreyList);
+        body.insert(enableGreyListKey, *module.enableGreyList);
     }
     const http::Response reply = post(Init, body);
-    if (reply.status() == HttpOk) {
-        return {};
+    if (!isAnswered(reply)) {
+        sendErrorNotification(tr::Tr(withErrorCode(QStringLiteral("lmchzInitError"), reply),
+                                     QStringLiteral("Ошибка инициализации ЛМЧЗ")));
     }
-    return tr::Tr(withErrorCode(QStringLiteral("lmchzInitError"), reply.responseObject()),
-                  QStringLiteral("Ошибка инициализации ЛМЧЗ"));
 }
 
 int LmchzClient::getStatus(const QString& token)
 {
     const std::lock_guard lock(exchangeMutex);
-    logger->info(QStringLiteral("Получение статуса ЛМЧЗ"));
+    logger->info(lmchz::messages::statusAsked);
     if (!settings.contains(token)) {
-        logger->error(QStringLiteral("Токен для проверки товара в ЛМЧЗ не найден"));
+        logger->error(lmchz::messages::tokenUnknown);
         return static_cast<int>(LmchzStatus::Unknown);
     }
     QString(token).swap(currentToken);  // the old text is let go here, where ThreadSanitizer sees it
     const http::Response reply = createClient()->get(getUrl(Status), QJsonDocument(), getHeaders());
     const QString text = reply.responseObject().value(QLatin1String("status")).toString();
-    logger->debug(QStringLiteral(" статус: %1"), text);
+    logger->debug(lmchz::messages::status, text);
     return static_cast<int>(statusFromText(text));
 }
 
 void LmchzClient::toggleGreyListByToken(const QString& token, bool enable)
 {
-    if (const Trouble trouble = toggleGreyList(token, enable)) {
-        sendErrorNotification(*trouble);
-    }
-}
-
-LmchzClient::Trouble LmchzClient::toggleGreyList(const QString& token, bool enable)
-{
     const std::lock_guard lock(exchangeMutex);
-    logger->info(QStringLiteral("%1 серых списков GTIN"),
+    logger->info(lmchz::messages::greyListSwitched,
                  enable ? QStringLiteral("Включение") : QStringLiteral("Выключение"));
-    const http::Response reply = post(GreyList, {{TokenKey, token}, {EnableGreyListKey, enable}});
-    if (reply.status() == HttpOk) {
-        return {};
+    const http::Response reply = post(GreyList, {{tokenKey, token}, {enableGreyListKey, enable}});
+    if (isAnswered(reply)) {
+        return;
     }
     if (reply.networkError() == http::NetworkError::ProtocolInvalidOperation) {
-        return tr::Tr(QStringLiteral("lmchzGreyListInvalidOperation"),
-                      QStringLiteral("Серые списки GTIN временно не поддерживаются"));
+        sendErrorNotification(tr::Tr(QStringLiteral("lmchzGreyListInvalidOperation"),
+                                     QStringLiteral("Серые списки GTIN временно не поддерживаются")));
+        return;
     }
-    return tr::Tr(withErrorCode(QStringLiteral("lmchzGreyListError"), reply.responseObject()),
-                  QStringLiteral("Ошибка настройки серого списка GTIN"));
+    sendErrorNotification(tr::Tr(withErrorCode(QStringLiteral("lmchzGreyListError"), reply),
+                                 QStringLiteral("Ошибка настройки серого списка GTIN")));
+}
+
+bool LmchzClient::isAnswered(const http::Response& reply)
+{
+    constexpr int httpOk = 200;
+    const bool isComplete = !reply.isTimeout() && !reply.isNetworkError();
+    return reply.status() == httpOk && (isComplete || !reply.responseObject().isEmpty());
 }
 
 http::Response LmchzClient::post(Method method, const QJsonObject& body) const
@@ -190,9 +177,11 @@ QSharedPointer<RestClient> LmchzClient::createClient() const
 QUrl LmchzClient::getUrl(LmchzClient::Method method) const
 {
     const std::lock_guard lock(exchangeMutex);
+    const auto index = static_cast<size_t>(method);
     QUrl url(currentModule().url);
-    url.setPath(url.path(QUrl::FullyDecoded) + MethodPaths.at(static_cast<size_t>(method)),
-                QUrl::DecodedMode);
+    if (index < methodPaths.size()) {
+        url.setPath(url.path(QUrl::FullyDecoded) + methodPaths[index], QUrl::DecodedMode);
+    }
     return url;
 }
 
@@ -213,5 +202,6 @@ void LmchzClient::sendErrorNotification(const tr::Tr& text) const
     const events::ErrorNotification notification{Event(EActivityListener::ErrorNotification)};
     notification.setNotification(text);
     notification.setId(QStringLiteral("Lmchz"));
-    Singleton<ActivityNotifier>::instance()->sendEvent(notification.event());
+    exchangeMutex.runUnlocked(
+        [notification] { Singleton<ActivityNotifier>::instance()->sendEvent(notification.event()); });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <optional>
 
@@ -11,6 +12,7 @@
 #include <QUrl>
 
 #include "result/checkmarkingcodesresult.h"
+#include "sync/fairmutex.h"
 #include <network/restclient.h>
 #include <orvex/activitynotifier.h>
 #include <utils/markingcode.h>
@@ -32,12 +34,16 @@ enum class LmchzStatus : int {
 /// The client of the on-premises local marking modules. Several may be configured ("LMCHZ*" sections); each
 /// is known by its token, which is the API key under which checks for it arrive.
 ///
-/// Every exchange is with the current module, the one that the last successful getStatus() selected, and has
+/// Every request goes to the current module, the one that the last successful getStatus() selected, and has
 /// an HTTP client of its own. The settings are read once, at construction.
 ///
-/// Threads: any. One exchange at a time: init(), getStatus(), checkMarkingCodes() and toggleGreyListByToken()
-/// wait for each other, each for at most a few time-outs. Nothing throws: failures are in the returned
-/// values, in the log ("lmchz") and in host notifications (id "Lmchz").
+/// A reply counts when its HTTP status is 200 and it is complete or at least holds a readable JSON object; a
+/// 200 that was cut off before that is no answer.
+///
+/// Threads: any. One exchange at a time, in order of arrival: every operation waits for those that came
+/// before, each of which takes at most a few time-outs. takeTurn() makes one exchange of several calls.
+/// Nothing throws: failures are in the returned values, in the log ("lmchz") and in host notifications
+/// (id "Lmchz"), which are shown once the exchange is over.
 class LmchzClient
 {
 public:
@@ -49,15 +55,21 @@ public:
     LmchzClient();
     LmchzClient(const LmchzClient&) = delete;
     LmchzClient& operator=(const LmchzClient&) = delete;
-    virtual ~LmchzClient();
+    virtual ~LmchzClient() = default;
 
-    /// The module's status, a value of LmchzStatus. Makes the module current when `token` is known.
+    /// Waits for the exchanges that came before, for `limit` at most; the lock owns nothing when that has
+    /// passed. While it is kept, the calls of this thread are one exchange: nobody else makes another module
+    /// current.
+    [[nodiscard]] std::unique_lock<FairMutex> takeTurn(std::chrono::nanoseconds limit);
+
+    /// The module's status, a value of LmchzStatus, as its reply names it whatever the HTTP status. Makes the
+    /// module current when `token` is known.
     virtual int getStatus(const QString& token);
 
     /// Checks codes at the module of `token`. The result holds the requested codes only, as they were given,
     /// and of the module's reply only passedCodes, failedCodes, requestInfos and mrps; a code that the module
-    /// did not answer for is in none of them. When the module is not ready or does not answer with HTTP 200,
-    /// a copy of `onlineResult`.
+    /// did not answer for is in none of them. When the module is not ready or does not answer, a copy of
+    /// `onlineResult`.
     virtual CheckMarkingCodesResult checkMarkingCodes(const CheckMarkingCodesResult& onlineResult,
                                                       const QList<MarkingCode>& codes, const QString& token);
 
@@ -70,11 +82,13 @@ public:
 
     /// A new HTTP client for the current module.
     [[nodiscard]] QSharedPointer<RestClient> createClient() const;
-    /// URL of a method on the current module, the module's own path in front.
+    /// URL of a method on the current module, the module's own path in front; that path alone for a number
+    /// that is no method.
     [[nodiscard]] QUrl getUrl(LmchzClient::Method method) const;
     [[nodiscard]] QHash<QString, QString> getHeaders() const;
 
-    /// Logs the message and shows it to the cashier.
+    /// Logs the message and shows it to the cashier once this thread's exchange is over: listeners may wait
+    /// for a thread that wants a check.
     void sendErrorNotification(const tr::Tr& text) const;
 
 private:
@@ -91,18 +105,15 @@ private:
     [[nodiscard]] Module currentModule() const { return settings.value(currentToken); }
     /// Reads one section; true when it describes a module that is to be maintained.
     bool readSection(const QString& section);
-    /// What the cashier is to be told, once the exchange is over and its lock let go: listeners of a notice
-    /// may wait for a thread that wants a check.
-    using Trouble = std::optional<tr::Tr>;
-    Trouble maintainModule(const QString& token, const Module& module);
-    Trouble initModule(const QString& token, const Module& module);
-    Trouble toggleGreyList(const QString& token, bool enable);
+    [[nodiscard]] static bool isAnswered(const http::Response& reply);
+    void maintainModule(const QString& token, const Module& module);
+    void initModule(const QString& token, const Module& module);
     [[nodiscard]] http::Response post(Method method, const QJsonObject& body) const;
 
-    mutable std::recursive_mutex exchangeMutex;  // guards currentToken through a whole exchange
+    mutable FairMutex exchangeMutex;  // guards currentToken through a whole exchange
     QString currentToken;
     QMap<QString, Module> settings;  // by token
     Log4Qt::Logger* const logger;
-    ActivityNotifier::Registration
-        trigger;  // the last member: taken back before anything that init() uses is gone
+    // The last member: destroyed, and so taken back, before anything that init() uses.
+    ActivityNotifier::Registration trigger;
 };

@@ -4,17 +4,10 @@
 #include <QJsonObject>
 #include <QSet>
 
+#include "lmchz/messages.h"
 #include <log4qt/logger.h>
 
 namespace {
-
-/// A reply that was cut short is no answer, whatever its head said: its codes would be missing from the
-/// result.
-bool isAnswered(const http::Response& reply)
-{
-    constexpr int httpOk = 200;
-    return reply.status() == httpOk && !reply.isTimeout() && !reply.isNetworkError();
-}
 
 QJsonObject checkBody(const QList<MarkingCode>& codes)
 {
@@ -68,7 +61,7 @@ CheckMarkingCodesResult rekeyed(const CheckMarkingCodesResult& module, const QLi
     const QSet<MarkingCode> passed(module.passedCodes.cbegin(), module.passedCodes.cend());
     CheckMarkingCodesResult result;
     for (const MarkingCode& code : codes) {
-        const MarkingCode moduleCode = code.identity();
+        const MarkingCode moduleCode(code.cis());
         if (passed.contains(moduleCode)) {
             result.passedCodes.append(code);
         }
@@ -86,7 +79,7 @@ CheckMarkingCodesResult LmchzClient::checkMarkingCodes(const CheckMarkingCodesRe
 {
     const std::lock_guard lock(exchangeMutex);
     if (getStatus(token) != static_cast<int>(LmchzStatus::Ready)) {
-        logger->warn(QStringLiteral("Проверка через ЛМЧЗ недоступна"));
+        logger->warn(lmchz::messages::checkUnavailable);
         return onlineResult;
     }
     const http::Response reply = post(OutCheck, checkBody(codes));

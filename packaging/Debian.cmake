@@ -23,6 +23,7 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_HOST_PACKAGE_RECOMMENDS ca-certificates)  # for TLS; a shop may have an authority of its own
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS gnuplot-nox)  # for the pictures of "poshost story"
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
 
@@ -57,7 +58,8 @@ debian_package(tools SECTION utils DEPENDS host plugin
 and has it check codes, from the command line.
 .
 marksim plays the operator, its sites and local modules over HTTP and TLS,
-with faults on demand, for tests without a network.")
+with faults on demand, for tests without a network. A systemd unit and a
+Containerfile run it for a team.")
 debian_package(host SECTION libs
     SUMMARY "host libraries for point-of-sale plug-ins"
     TEXT "The open stand-in for the libraries of a point-of-sale application that the
@@ -71,6 +73,7 @@ debian_package(contracts SECTION libdevel DEPENDS sdk
     SUMMARY "development files of the marking plug-in"
     TEXT "What a host needs that asks for checks of marking codes and reads their
 results, or another plug-in that gives them: headers, static libraries, a
-CMake package (CrptService), a pkg-config module (crptservice) and a sample.")
+CMake package (CrptService), a pkg-config module (crptservice), a sample host
+and a sample plug-in.")
 
 include(CPack)

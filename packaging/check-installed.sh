@@ -31,16 +31,16 @@ expect() {
     fi
 }
 
-# as_documented BEGIN FROM TO...: runs the command that README.md has in its text and that begins so, with each
-# FROM of it replaced
+# as_documented DOCUMENT BEGIN FROM TO...: runs the command that the document has in its text and that begins so,
+# with each FROM of it replaced
 as_documented() {
-    local begin=$1 command readme
-    command=$(grep -o -m 1 "\`${begin}[^\`]*" "$root/README.md")
-    for readme in README.md README.ru.md; do
-        grep -qF "$command\`" "$root/$readme" || { say "$readme lacks $command\`" && exit 1; }
-    done
+    local document=$1 begin=$2 command
+    if ! command=$(grep -o -m 1 "\`${begin}[^\`]*" "$root/$document"); then
+        say "$document lacks \`$begin"
+        exit 1
+    fi
     command=${command#\`}
-    shift
+    shift 2
     while (($#)); do
         command=${command//"$1"/"$2"}
         shift 2
@@ -53,7 +53,7 @@ say "cmake --install lays out what the packages hold"
 for package in "$packages"/*.deb; do
     dpkg-deb -x "$package" "$work/unpacked"
 done
-as_documented 'cmake --install' build/release "$build" DIR "$work/installed"
+as_documented CONTRIBUTING.md 'cmake --install' build/release "$build" DIR "$work/installed"
 diff <(cd "$work/unpacked/usr" && find . | sort) <(cd "$work/installed" && find . | sort)
 prefix="$work/unpacked/usr"
 poshost="$prefix/bin/poshost"
@@ -72,7 +72,8 @@ for page in "$prefix"/share/man/{,ru/}man1/*; do
         exit 1
     fi
 done
-"$root/packaging/check-completion.sh" "$prefix/bin" "$prefix/share/bash-completion/completions/marksim"
+"$root/packaging/check-completion.sh" "$prefix/bin" "$prefix/share/bash-completion/completions/marksim" \
+    "$prefix/share/fish/vendor_completions.d/marksim.fish" "$prefix/share/zsh/vendor-completions/_poshost"
 
 stoplist="$prefix/share/doc/crptservice-dev/examples/stoplist"
 sale=(verify 0104602114050016215wDq 0104607026010011215rhT)
@@ -82,7 +83,30 @@ cmake --build "$work/stoplist" >/dev/null
 expect 1 'продажа заблокирована; «в стоп-листе магазина»' \
     "$poshost" --config "$stoplist/stoplist.ini" --plugin "$work/stoplist/libstoplist.so" "${sale[@]}"
 
-say "the same with pkg-config, from cmake --install --prefix"
+say "a host of one's own, beside the stand"
+cp -r "$prefix/share/doc/crptservice-dev/examples/host" "$work/host"
+cmake -S "$work/host" -B "$work/host/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/host/build" >/dev/null
+sed 's/^keys = .*/keys = of-nobody/' "$work/host/host.ini" >"$work/refused.ini"
+"$prefix/bin/marksim" --log-level debug --scenario "$work/host/stand.json" >"$work/ready.json" 2>"$work/stand.log" &
+stand=$!
+trap 'kill "$stand" 2>/dev/null || true' EXIT
+until [[ -s $work/ready.json ]]; do
+    kill -0 "$stand"
+    sleep 0.1
+done
+host=("$work/host/build/host" "$prefix"/lib/*/crptservice/libcrptservice.so)
+expect 0 'sold: RU-401301-AAA0277031' "${host[@]}" "$work/host/host.ini" RU-401301-AAA0277031
+expect 1 'refused: 0104602114050023215Hlpa' "${host[@]}" "$work/host/host.ini" $'0104602114050023215Hlpa+Bq/Cefu\x1d93Xxhu'
+expect 1 'ошибка токена' "${host[@]}" "$work/refused.ini" RU-401301-AAA0277031
+for request in /cdn/info /codes/check /api/v2/init; do
+    grep -q "$request" "$work/stand.log" || { say "the host has brought about no $request" && exit 1; }
+done
+kill "$stand"
+wait "$stand"
+expect 1 'the operator does not answer' "${host[@]}" "$work/host/host.ini" RU-401301-AAA0277031
+
+say "the plug-in of one's own with pkg-config, from cmake --install --prefix"
 modules=("$work"/installed/lib/*/pkgconfig)
 read -ra cflags < <(PKG_CONFIG_PATH=${modules[0]} pkg-config --cflags crptservice)
 read -ra libs < <(PKG_CONFIG_PATH=${modules[0]} pkg-config --libs crptservice)
@@ -95,6 +119,6 @@ expect 1 'прошли 1, отказано 1' \
 say "crptservice itself against the SDK, from a copy of the sources"
 mkdir "$work/tree"
 (cd "$root" && git -c safe.directory="$root" ls-files -z | xargs -0 cp --parents -t "$work/tree")
-(cd "$work/tree" && as_documented 'cmake --preset release' '<prefix>' "$prefix")
+(cd "$work/tree" && as_documented docs/host-developers.md 'cmake --preset release' '<prefix>' "$prefix")
 expect 1 'Кодов 11: прошли 8, отказано 3' "$poshost" --plugin "$work/tree/build/release/lib/libcrptservice.so" --stand verify
 say "all well"

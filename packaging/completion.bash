@@ -8,9 +8,11 @@ _crptservice_tools_values() {
     line=$(grep -E -m 1 -- "^  (-[a-z],)?$1 [A-Z]" <<<"$help") || return 1
     case $1 in
     --scenario)
-        # poshost takes the name of one that it ships.
-        [[ $line == *" FILE "* ]] || mapfile -t COMPREPLY < <(compgen -W "$("$program" scenarios 2>/dev/null | sed 's/ .*//')" -- "$current")
+        # Both programs ship the same ones; marksim takes a file, too.
+        mapfile -t COMPREPLY < <(compgen -W "$("${program/%marksim/poshost}" scenarios 2>/dev/null | sed 's/ .*//')" -- "$current")
         ;;
+    --only) mapfile -t COMPREPLY < <(compgen -W "trouble" -- "$current") ;;
+    --color) mapfile -t COMPREPLY < <(compgen -W "always never auto" -- "$current") ;;
     --service) mapfile -t COMPREPLY < <(compgen -W "crpt turon esm" -- "$current") ;;
     --log-level)
         local levels="trace debug info warn error fatal off"
@@ -18,9 +20,9 @@ _crptservice_tools_values() {
         mapfile -t COMPREPLY < <(compgen -W "$levels" -- "$current")
         ;;
     esac
-    if [[ $line == *" FILE "* ]]; then
-        compopt -o filenames 2>/dev/null
-        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    if [[ $line == *[\ \|]"FILE "* ]]; then
+        compopt -o filenames 2>/dev/null || true
+        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$current")
     fi
 }
 
@@ -44,6 +46,11 @@ _crptservice_tools() {
         fi
     done
     if [[ $previous == --* ]] && _crptservice_tools_values "$previous"; then
+        return 0
+    fi
+    if [[ $command == story && $current != -* ]]; then
+        compopt -o filenames 2>/dev/null || true
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return 0
     fi
     [[ -n $command || $current == -* ]] || words=$commands

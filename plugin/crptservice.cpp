@@ -1,18 +1,30 @@
 #include "plugin/crptservice.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QEvent>
 #include <QUrl>
 
 #include "contracts/initverifyservice.h"
 #include "crpt/crptclient.h"
 #include "lmchz/lmchzclient.h"
+#include "plugin/messages.h"
 #include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/eactivitylistener.h>
+
+namespace {
+
+Log4Qt::Logger* serviceLogger()
+{
+    return Log4Qt::LogManager::logger(QStringLiteral("crptservice"), QString());
+}
+
+}  // namespace
 
 CrptService::CrptService()
     : CrptService(utils::ForMock())
@@ -23,7 +35,7 @@ CrptService::CrptService()
 
 CrptService::CrptService(utils::ForMock /*tag*/)
     : thread(new QThread(this))
-    , logger(Log4Qt::LogManager::logger(QStringLiteral("crptservice"), QString()))
+    , logger(serviceLogger())
 {
 }
 
@@ -35,22 +47,28 @@ CrptService::~CrptService()
         QCoreApplication::removePostedEvents(crptClient.data(), QEvent::MetaCall);
     }
     thread->quit();
-    thread->wait();
+    if (!thread->wait(QDeadlineTimer(remindAfter))) {
+        logger->warn(plugin::messages::threadAwaited);
+        thread->wait();
+    }
     delete thread;
 }
 
 bool CrptService::init()
 {
     if (!isServiceUsed()) {
-        logger->warn(
-            QStringLiteral("В настоящий момент сервис верификации 'crpt' не используется ни одним плагином "
-                           "для проверок маркировок"));
+        logger->warn(plugin::messages::serviceUnused);
         return false;
     }
-    addTriggers();
-    startThread();
+    const bool isFirst = !std::exchange(isRegistered, true);
+    if (isFirst) {
+        addTriggers();
+        startThread();
+    }
     createLocalModuleClient();
-    listen();
+    if (isFirst) {
+        listen();
+    }
     return true;
 }
 
@@ -86,14 +104,15 @@ void CrptService::addTriggers()
 void CrptService::startThread()
 {
     if (crptClient) {
-        connect(thread, &QThread::started, crptClient.data(), &CrptClient::onStart);
+        connect(thread, &QThread::started, crptClient.data(), &CrptClient::onStart,
+                Qt::ConnectionType(Qt::AutoConnection | Qt::UniqueConnection));
     }
     connections << connect(
-        thread, &QThread::finished, thread,
-        [log = logger] { log->info(QStringLiteral("Работа CRPT остановлена")); }, Qt::DirectConnection);
+        thread, &QThread::finished, thread, [] { serviceLogger()->info(plugin::messages::threadEnds); },
+        Qt::DirectConnection);
     connections << connect(
-        thread, &QThread::destroyed, thread,
-        [log = logger] { log->info(QStringLiteral("Поток CRPT завершен")); }, Qt::DirectConnection);
+        thread, &QThread::destroyed, thread, [] { serviceLogger()->info(plugin::messages::threadGone); },
+        Qt::DirectConnection);
     thread->start(QThread::InheritPriority);
 }
 
@@ -122,20 +141,27 @@ void CrptService::listen()
 {
     auto* notifier = Singleton<ActivityNotifier>::instance();
     notifier->addListener(this, {EActivityListener::InitVerifyService});
-    keep(notifier->addTriggerAfter(EActivityListener::OnlineServicesRefresh, [this](const Event&) {
-        if (crptClient) {
-            QMetaObject::invokeMethod(crptClient.data(),
-                                      [client = crptClient.data()] { client->updateInfo(); });
-        }
-    }));
+    keep(notifier->addTriggerAfter(EActivityListener::OnlineServicesRefresh,
+                                   [this](const Event&) { queueUpdate(); }));
+}
+
+void CrptService::queueUpdate()
+{
+    if (!crptClient || isUpdateQueued.exchange(true)) {
+        return;
+    }
+    QMetaObject::invokeMethod(crptClient.data(), [this, client = crptClient.data()] {
+        isUpdateQueued = false;
+        client->updateInfo();
+    });
 }
 
 void CrptService::deinit()
 {
-    for (const QMetaObject::Connection& connection : std::as_const(connections)) {
+    for (const QMetaObject::Connection& connection : std::exchange(connections, {})) {
         disconnect(connection);
     }
-    connections.clear();
+    isRegistered = false;
     BasicPlugin::deinit();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <mutex>
 
 #include <QList>
@@ -49,7 +51,8 @@ public:
     void handleEvent(const Event& event) override;
 
     /// False, with a warning in the log, when no marking section of the configuration uses the service
-    /// "crpt".
+    /// "crpt". A second call without deinit() reads the settings of the local modules again and registers
+    /// nothing twice.
     bool init() override;
     void deinit() override;
 
@@ -78,16 +81,24 @@ protected:
     QThread* thread;                          // child of this object
     Log4Qt::Logger* logger;
     QList<QMetaObject::Connection> connections;  // of the log lines about the thread
+    /// A destruction that waits for the thread for longer says so in the log.
+    std::chrono::milliseconds remindAfter = std::chrono::seconds(5);
 
 private:
     [[nodiscard]] bool isServiceUsed() const;
     void addTriggers();
     void startThread();
-    [[nodiscard]] CheckMarkingCodesResult check(const control::args::marking::Verify& arguments) const;
     void createLocalModuleClient();
     void listen();
+    void queueUpdate();
+    [[nodiscard]] CheckMarkingCodesResult checkOnline(const control::args::marking::Verify& arguments) const;
+    void logEnd(const CheckMarkingCodesResult& online, const control::args::marking::Verify& arguments) const;
+    [[nodiscard]] CheckMarkingCodesResult withFallback(const CheckMarkingCodesResult& online,
+                                                       const control::args::marking::Verify& arguments) const;
     [[nodiscard]] QSharedPointer<LmchzClient> localModule() const;
 
-    mutable std::mutex
-        lmchzMutex;  // guards the lmchzClient pointer: init() sets it while triggers may run already
+    // Guards the lmchzClient pointer: init() sets it while triggers may run already.
+    mutable std::mutex lmchzMutex;
+    bool isRegistered = false;                 // with the host, by init()
+    std::atomic<bool> isUpdateQueued = false;  // in the client's thread: one that has not begun is enough
 };

@@ -1,30 +1,29 @@
 #include "plugin/crptservice.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "contracts/verify.h"
 #include "crpt/crptclient.h"
 #include "crpt/resultfitting.h"
 #include "lmchz/lmchzclient.h"
+#include "plugin/messages.h"
 #include <log4qt/logger.h>
 #include <orvex/dialog.h>
 #include <utils/tr.h>
 
+using control::args::marking::Verify;
 using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
 using std::chrono::seconds;
 
 namespace {
 
-/// Milliseconds, or the nearest value that they can hold for a limit in seconds out of their range.
+/// The nearest whole second that milliseconds can hold for a limit out of their range.
 milliseconds toMilliseconds(seconds limit)
 {
-    if (limit > std::chrono::floor<seconds>(milliseconds::max())) {
-        return milliseconds::max();
-    }
-    if (limit < std::chrono::ceil<seconds>(milliseconds::min())) {
-        return milliseconds::min();
-    }
-    return limit;
+    return std::clamp(limit, std::chrono::ceil<seconds>(milliseconds::min()),
+                      std::chrono::floor<seconds>(milliseconds::max()));
 }
 
 /// A display out of order is no reason to refuse goods: the check goes on without the indication.
@@ -37,6 +36,13 @@ SimpleProgress showProgress()
     } catch (...) {
         return {};
     }
+}
+
+/// The operator has given none: the local module may.
+bool isWithoutVerdict(const CheckMarkingCodesResult& result)
+{
+    return result.errorKind() == http::ErrorKind::SalePermitted ||
+           result.errorKind() == http::ErrorKind::Unreachable;
 }
 
 CheckMarkingCodesResult unreachable(const QList<MarkingCode>& codes)
@@ -52,47 +58,87 @@ CheckMarkingCodesResult unreachable(const QList<MarkingCode>& codes)
 
 EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
 {
-    const control::args::marking::Verify arguments(action, QString());
-    if (arguments.service() != control::args::marking::Verify::Crpt) {
+    const Verify arguments(action, QString());
+    if (arguments.service() != Verify::Crpt) {
         return EContext::NotServed;
     }
     const SimpleProgress progress = showProgress();
+    const CheckMarkingCodesResult online = checkOnline(arguments);
     try {
-        arguments.setVerifyResult(check(arguments));
+        arguments.setVerifyResult(withFallback(online, arguments));
     } catch (...) {
-        // Nothing may leave the plug-in, and goods without a verdict may not be sold.
-        logger->error(QStringLiteral("Проверка кодов маркировок прервана исключением"));
-        arguments.setVerifyResult(unreachable(arguments.markingCodes()));
+        logger->error(plugin::messages::offlineBroken);
+        arguments.setVerifyResult(online);
     }
+    logEnd(online, arguments);
     return EContext::Done;
 }
 
-CheckMarkingCodesResult CrptService::check(const control::args::marking::Verify& arguments) const
+/// A log out of order is no reason to refuse goods.
+void CrptService::logEnd(const CheckMarkingCodesResult& online, const Verify& arguments) const
 {
-    const QString apiKey = arguments.apiKey();
-    CheckMarkingCodesResult online = crptClient->checkMarkingCodes(
-        apiKey, arguments.markingCodes(), toMilliseconds(arguments.operationTimeout()),
-        toMilliseconds(arguments.requestTimeout()));
-    if (offlineCheckRequired(online, apiKey)) {
-        return offlineCheck(online, arguments.markingCodes(), apiKey);
+    namespace messages = plugin::messages;
+    if (!logger->isEnabledFor(Log4Qt::Level::Info)) {
+        return;
     }
-    return online;
+    try {
+        const CheckMarkingCodesResult result = arguments.verifyResult();
+        const bool isModules = isWithoutVerdict(online) && !isWithoutVerdict(result);
+        const QString address = result.url().toDisplayString(QUrl::RemoveUserInfo);
+        const QString reply = isModules ? messages::replyOfModule
+                              : address.isEmpty()
+                                  ? messages::noReply
+                                  : messages::replyOfSite.arg(QString::number(result.status()), address);
+        logger->info(messages::checkEnded, result.passedCodes.size(), result.failedCodes.size(),
+                     int(result.errorKind()), reply);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): nowhere to say so
+    }
+}
+
+/// Nothing may leave the plug-in, and goods without a verdict are not sold: what breaks off is as good as a
+/// network without a site.
+CheckMarkingCodesResult CrptService::checkOnline(const Verify& arguments) const
+{
+    try {
+        return crptClient->checkMarkingCodes(arguments.apiKey(), arguments.markingCodes(),
+                                             toMilliseconds(arguments.operationTimeout()),
+                                             toMilliseconds(arguments.requestTimeout()));
+    } catch (...) {
+        logger->error(plugin::messages::checkBroken);
+        return unreachable(arguments.markingCodes());
+    }
+}
+
+CheckMarkingCodesResult CrptService::withFallback(const CheckMarkingCodesResult& online,
+                                                  const Verify& arguments) const
+{
+    const auto module = localModule();
+    if (!module || !isWithoutVerdict(online)) {
+        return online;
+    }
+    constexpr auto maxWait = std::chrono::floor<milliseconds>(nanoseconds::max());
+    // Status and check are one exchange, during which nobody else may choose another module.
+    const auto turn = module->takeTurn(
+        std::clamp(toMilliseconds(arguments.operationTimeout()), CrptClient::minTimeLimit, maxWait));
+    if (!turn.owns_lock()) {
+        logger->warn(plugin::messages::moduleBusy);
+        return online;
+    }
+    return offlineCheckRequired(online, arguments.apiKey())
+               ? offlineCheck(online, arguments.markingCodes(), arguments.apiKey())
+               : online;
 }
 
 bool CrptService::offlineCheckRequired(const CheckMarkingCodesResult& result, const QString& apiKey) const
 {
     const auto module = localModule();
-    if (!module) {
-        return false;
-    }
-    if (result.errorKind() != http::ErrorKind::SalePermitted &&
-        result.errorKind() != http::ErrorKind::Unreachable) {
+    if (!module || !isWithoutVerdict(result)) {
         return false;
     }
     if (module->getStatus(apiKey) == static_cast<int>(LmchzStatus::Ready)) {
         return true;
     }
-    logger->warn(QStringLiteral("ЛМЧЗ не готов к работе"));
+    logger->warn(plugin::messages::moduleNotReady);
     return false;
 }
 
@@ -100,6 +146,6 @@ CheckMarkingCodesResult CrptService::offlineCheck(const CheckMarkingCodesResult&
                                                   const QList<MarkingCode>& codes,
                                                   const QString& apiKey) const
 {
-    logger->info(QStringLiteral("Проверка в режиме офлайн"));
+    logger->info(plugin::messages::offlineCheck);
     return localModule()->checkMarkingCodes(result, codes, apiKey);
 }

@@ -1,35 +1,25 @@
-#include <chrono>
-
-#include <QMetaType>
-
-#include "contracts/service.h"
-#include "crpt/crptclient.h"
-#include "result/checkmarkingcodesresult.h"
-#include <orvex/task.h>
-#include <utils/markingcode.h>
-#include <utils/tr.h>
+#include "contracts/metatypes.h"
 
 namespace {
 
 /// Qt's registry of meta-types keeps pointers to descriptions that lie in the library which registered them.
 /// Those of this library go with it, or the next load would follow a pointer into nowhere.
-template <class T>
-void forget()
-{
-    const QMetaType type = QMetaType::fromType<T>();
-    if (type.isRegistered() && QMetaType(type.id()).iface() == type.iface()) {
-        QMetaType::unregisterMetaType(type);
-    }
-}
-
-template <class... Types>
 struct ForgetAtUnload
 {
-    ~ForgetAtUnload() { (forget<Types>(), ...); }
+    ~ForgetAtUnload()
+    {
+        QList<QMetaType> types = contracts::metaTypes();
+        types.append(QMetaType::fromType<QIterable<QMetaSequence>>());  // what lists are converted to
+        for (const QMetaType& type : types) {
+            if (type.isRegistered() && QMetaType(type.id()).iface() == type.iface()) {
+                QMetaType::unregisterMetaType(type);
+            }
+        }
+    }
 };
 
-const ForgetAtUnload<CheckMarkingCodesResult, CrptClient::UpdateInfoStatus, MarkingCode, QList<MarkingCode>,
-                     QSharedPointer<BasicTask>, marking::Service, std::chrono::seconds, tr::Tr>
-    ForgetMetaTypes;
+// In this order: converters that the registration leaves behind are to be gone before their types.
+const ForgetAtUnload forgetMetaTypes;
+const bool areMetaTypesKnown = (contracts::registerMetaTypes(), true);
 
 }  // namespace

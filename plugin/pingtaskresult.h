@@ -7,7 +7,10 @@ class PingTaskResult : public TaskResult
 {
 public:
     /// "сервер доступен - true" or "... - false".
-    [[nodiscard]] QString toString() const override;
+    [[nodiscard]] QString toString() const override
+    {
+        return QStringLiteral("сервер доступен - %1").arg(QVariant(available).toString());
+    }
 
     bool available = false;
 };

@@ -1,46 +1,77 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
+#include <string>
 
 #include <QByteArray>
 #include <QList>
 #include <QString>
 
+#include "poshost/till/terminal.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
 namespace poshost {
 
-enum class Command { Verify, Cashier, Ping, Event, Scenarios, Doctor };
-
-/// What the command line asks for. Texts that were not given are empty.
+/// What the command line asks of every verb. Texts that were not given are empty.
 struct Options
 {
-    Command command = Command::Verify;
     QString configFile;
     QString pluginFile;
-    bool stand = false;
+    bool stand = false;  ///< also when a scenario was named
     QString scenario;
     QString logLevel;
+    Colours colours = Colours::Auto;
+    QList<QByteArray> codes;  ///< as typed; only verify has any
+};
 
-    bool json = false;
-    bool explain = false;
-    bool refund = false;
-    bool listKeys = false;  ///< of doctor: the keys alone
+/// What it asks of a check.
+struct CheckOptions
+{
     QString section;
-    QString apiKey;
+    QString apiKey;   ///< of --api-key
+    QString keyFile;  ///< of --key-file
     QString service;
     std::optional<std::chrono::seconds> requestTimeout;
     std::optional<std::chrono::seconds> operationTimeout;
-    QString codesFile;
-    QList<QByteArray> codes;  ///< as typed
-
-    QList<int> events;
+    bool refund = false;
 };
 
-/// Longest time limit that can be asked for.
-inline constexpr std::chrono::seconds longestTimeout{86400};
+/// Limit of the time limits that can be asked for.
+inline constexpr std::chrono::seconds maxTimeout{86400};
 
-/// The options of a command line. Nothing when it asked for the help or the version, which then has been
-/// printed. Throws Failure for a command line that is wrong.
-[[nodiscard]] std::optional<Options> parseCommandLine(int argc, const char* const* argv);
+/// Does a verb's work and returns the exit status. Throws FatalError.
+using Work = std::function<int(const Options&)>;
+
+/// The command line while it is put together. Each verb adds itself, with the options that it alone has.
+class CommandLine
+{
+public:
+    explicit CommandLine(CLI::App& app);
+
+    /// A verb that `work` is done for.
+    CLI::App* addVerb(const char* name, const char* help, Work work);
+
+    /// Reads the command line. Returns what its verb does; nothing when it asked for the help or the version,
+    /// which then has been printed. Throws FatalError for a command line that is wrong.
+    [[nodiscard]] std::function<int()> parse(int argc, const char* const* argv);
+
+private:
+    void readCodes(const std::vector<std::string>& behindDashes);
+
+    CLI::App& m_app;
+    Options m_options;
+    Work m_work;
+};
+
+/// An option with a text, which cannot be empty: to say nothing is to leave the option out.
+CLI::Option* addText(CLI::App& app, const char* name, QString& text, const char* type, const char* help);
+/// The options of a check.
+void addCheckOptions(CLI::App& verb, CheckOptions& options);
 
 }  // namespace poshost

@@ -8,13 +8,14 @@
 #include <langinfo.h>
 #include <unistd.h>
 
+#include <CLI/App.hpp>
 #include <QCoreApplication>
 
 #include "poshost/commandline.h"
-#include "poshost/commands.h"
-#include "poshost/exitstatus.h"
-#include "poshost/failure.h"
-#include "poshost/output.h"
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
+#include "poshost/till/signals.h"
+#include "poshost/verbs/verbs.h"
 
 namespace {
 
@@ -38,14 +39,28 @@ void useUtf8()
     }
 }
 
-int runAs(int argc, char** argv)
+int run(int argc, char** argv)
+{
+    CLI::App app(
+        "A console point-of-sale host: loads the marking plug-in as a till does and has it check codes.",
+        "poshost");
+    poshost::CommandLine line(app);
+    poshost::addVerbs(line);
+    const std::function<int()> work = line.parse(argc, argv);
+    if (!work) {
+        return poshost::exitstatus::Good;
+    }
+    const poshost::Signals signals;
+    return work();
+}
+
+int statusOf(int argc, char** argv)
 {
     try {
-        const auto options = poshost::parseCommandLine(argc, argv);
-        return options ? poshost::run(*options) : poshost::exitstatus::Good;
-    } catch (const poshost::Failure& failure) {
-        poshost::printNote(failure.line());
-        return failure.exitStatus();
+        return run(argc, argv);
+    } catch (const poshost::FatalError& error) {
+        poshost::printNote(error.line());
+        return error.exitStatus();
     } catch (const std::exception& exception) {
         poshost::printNote(QString::fromLocal8Bit(exception.what()));
         return poshost::exitstatus::Usage;
@@ -60,6 +75,8 @@ int main(int argc, char** argv)
     useUtf8();
     // A failed write is reported where it happens.
     (void)std::signal(SIGPIPE, SIG_IGN);
-    const QCoreApplication app(argc, argv);
-    return runAs(argc, argv);
+    QCoreApplication app(argc, argv);
+    QMetaObject::invokeMethod(
+        &app, [&] { QCoreApplication::exit(statusOf(argc, argv)); }, Qt::QueuedConnection);
+    return QCoreApplication::exec();
 }

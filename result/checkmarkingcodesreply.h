@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <optional>
 
 #include <QJsonObject>
@@ -13,19 +14,29 @@
 class ORVEX_EXPORT CheckMarkingCodesReply : public http::Response
 {
 public:
-    CheckMarkingCodesReply();
-    explicit CheckMarkingCodesReply(const http::Response& response);
+    CheckMarkingCodesReply() = default;
+    explicit CheckMarkingCodesReply(const http::Response& response)
+        : http::Response(response)
+    {
+    }
     /// A copy of `response` that carries `object` in place of the body's JSON object.
-    CheckMarkingCodesReply(const http::Response& response, const QJsonObject& object);
-    CheckMarkingCodesReply(const CheckMarkingCodesReply&);
-    CheckMarkingCodesReply(CheckMarkingCodesReply&&) noexcept;
-    CheckMarkingCodesReply& operator=(const CheckMarkingCodesReply&);
-    CheckMarkingCodesReply& operator=(CheckMarkingCodesReply&&) noexcept;
-    ~CheckMarkingCodesReply() override;
+    CheckMarkingCodesReply(const http::Response& response, const QJsonObject& object)
+        : http::Response(response)
+        , m_object(object)
+    {
+    }
 
-    [[nodiscard]] QJsonObject responseObject() const override;
-    /// Whether responseObject() is not that of the body.
-    [[nodiscard]] bool hasOwnObject() const { return m_object.has_value(); }
+    [[nodiscard]] QJsonObject responseObject() const override
+    {
+        return m_object ? *m_object : http::Response::responseObject();
+    }
+
+    /// Equal are replies that are alike in everything. The order has no meaning of its own.
+    [[nodiscard]] std::weak_ordering operator<=>(const CheckMarkingCodesReply& other) const;
+    [[nodiscard]] bool operator==(const CheckMarkingCodesReply& other) const
+    {
+        return std::is_eq(*this <=> other);
+    }
 
 private:
     std::optional<QJsonObject> m_object;

@@ -7,7 +7,7 @@
 namespace {
 
 /// Copies the values of the codes, which are in order, or the default where there is none. One way through
-/// all three: looking each code up takes several times as long in large maps.
+/// all three: to look each code up takes longer the larger the maps are.
 template <class Value>
 void copyValues(const QList<MarkingCode>& codes, const QMap<MarkingCode, Value>& from,
                 QMap<MarkingCode, Value>& to)
@@ -28,53 +28,39 @@ void copyValues(const QList<MarkingCode>& codes, const QMap<MarkingCode, Value>&
 
 }  // namespace
 
-CheckMarkingCodesResult::CheckMarkingCodesResult() = default;
-CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesResult&) = default;
-CheckMarkingCodesResult::CheckMarkingCodesResult(CheckMarkingCodesResult&&) noexcept = default;
-CheckMarkingCodesResult& CheckMarkingCodesResult::operator=(const CheckMarkingCodesResult&) = default;
-CheckMarkingCodesResult& CheckMarkingCodesResult::operator=(CheckMarkingCodesResult&&) noexcept = default;
-CheckMarkingCodesResult::~CheckMarkingCodesResult() = default;
-
 CheckMarkingCodesResult& CheckMarkingCodesResult::operator+=(const CheckMarkingCodesResult& other)
 {
     if (this == &other) {
         return *this += CheckMarkingCodesResult(other);
     }
     QSet<MarkingCode> passed(passedCodes.cbegin(), passedCodes.cend());
+    QSet<MarkingCode> forgiven;
     QList<MarkingCode> added;
-
     for (const MarkingCode& code : other.passedCodes) {
-        const MarkingCode byCis = code.identity();
-        failedCodes.remove(code);
-        failedCodes.remove(byCis);
-        if (passed.contains(code) || passed.contains(byCis)) {
-            continue;
+        const MarkingCode byCis(code.cis());
+        forgiven << code << byCis;
+        if (!passed.contains(code) && !passed.contains(byCis)) {
+            passedCodes.append(code);
+            passed.insert(code);
+            added.append(code);
         }
-        passedCodes.append(code);
-        passed.insert(code);
-        added.append(code);
     }
+    failedCodes.removeIf([&forgiven](const auto& failed) { return forgiven.contains(failed.key()); });
     for (auto failed = other.failedCodes.cbegin(); failed != other.failedCodes.cend(); ++failed) {
         const MarkingCode& code = failed.key();
-        const MarkingCode byCis = code.identity();
-        if (passed.contains(code) || passed.contains(byCis) || failedCodes.contains(code) ||
-            failedCodes.contains(byCis)) {
-            continue;
+        const MarkingCode byCis(code.cis());
+        if (!passed.contains(code) && !passed.contains(byCis) && !failedCodes.contains(code) &&
+            !failedCodes.contains(byCis)) {
+            failedCodes.insert(code, failed.value());
+            added.append(code);
         }
-        failedCodes.insert(code, failed.value());
-        added.append(code);
     }
-    copySideData(added, other);
+    std::sort(added.begin(), added.end());
+    copyValues(added, other.requestInfos, requestInfos);
+    copyValues(added, other.expireDates, expireDates);
+    copyValues(added, other.productWeights, productWeights);
+    copyValues(added, other.mrps, mrps);
     return *this;
-}
-
-void CheckMarkingCodesResult::copySideData(QList<MarkingCode>& codes, const CheckMarkingCodesResult& other)
-{
-    std::sort(codes.begin(), codes.end());
-    copyValues(codes, other.requestInfos, requestInfos);
-    copyValues(codes, other.expireDates, expireDates);
-    copyValues(codes, other.productWeights, productWeights);
-    copyValues(codes, other.mrps, mrps);
 }
 
 void CheckMarkingCodesResult::ignore(QFlags<EStatus> flags)
@@ -92,12 +78,8 @@ void CheckMarkingCodesResult::ignore(QFlags<EStatus> flags)
 
 bool CheckMarkingCodesResult::hasError(EStatus status) const
 {
-    for (const CodeStatus& failed : failedCodes) {
-        if (failed.status.testFlag(status)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(failedCodes.cbegin(), failedCodes.cend(),
+                       [status](const CodeStatus& failed) { return failed.status.testFlag(status); });
 }
 
 bool CheckMarkingCodesResult::isSuccess() const

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <compare>
 #include <optional>
-#include <tuple>
 
 #include <QDateTime>
 #include <QFlags>
@@ -20,7 +20,7 @@
 /// reply can be asked of the result.
 ///
 /// A value: copies are cheap. Threads: one at a time for one value; copies may be used in different threads.
-/// Nothing here fails or throws. Every operation is linear in the number of codes, or n log n.
+/// Nothing here fails or throws. Every operation is n log n in the number of codes, or better.
 class ORVEX_EXPORT CheckMarkingCodesResult : public CheckMarkingCodesReply
 {
 public:
@@ -44,6 +44,10 @@ public:
     };
     Q_DECLARE_FLAGS(Status, EStatus)
 
+    /// So many elements of a reply's "codes" are read, far more than any check asks for. What comes behind
+    /// them is left out, as if the reply did not mention it.
+    static constexpr qsizetype maxCodes = 100'000;
+
     /// Why one code failed.
     struct CodeStatus
     {
@@ -53,7 +57,8 @@ public:
         int errorCode = 0;   ///< the code's "errorCode"; the HTTP status for NotInReply and Unreachable
         QJsonObject object;  ///< the code's JSON object; the whole body for NotInReply and Unreachable
 
-        friend bool operator==(const CodeStatus&, const CodeStatus&) = default;
+        [[nodiscard]] std::weak_ordering operator<=>(const CodeStatus& other) const;
+        [[nodiscard]] bool operator==(const CodeStatus& other) const { return std::is_eq(*this <=> other); }
     };
 
     /// Identity of the request that checked a code; the same for all codes of one reply.
@@ -63,7 +68,9 @@ public:
         qint64 reqTimestamp = 0;  ///< as the reply gives it
         QString inst;
         QString version;
-        friend bool operator==(const RequestInfo&, const RequestInfo&) = default;
+
+        // NOLINTNEXTLINE(modernize-use-nullptr): nothing here is a pointer
+        friend std::weak_ordering operator<=>(const RequestInfo&, const RequestInfo&) = default;
     };
 
     /// Maximum retail price.
@@ -71,20 +78,17 @@ public:
     {
         qint32 groupId = 0;  ///< product group; 16 when the reply named none
         qint32 mrp = 0;      ///< in the reply's units
-        friend bool operator==(const MrpInfo&, const MrpInfo&) = default;
+
+        // NOLINTNEXTLINE(modernize-use-nullptr): nothing here is a pointer
+        friend std::weak_ordering operator<=>(const MrpInfo&, const MrpInfo&) = default;
     };
 
     /// An empty result: no reply, no codes, no verdict of its own.
-    CheckMarkingCodesResult();
-    /// Reads `reply`'s JSON object. Missing fields and fields of a wrong type read as their defaults; a reply
-    /// without codes gives a result without codes. The time that expiry dates are held against is that of
-    /// CurrentTime.
+    CheckMarkingCodesResult() = default;
+    /// Reads reply.responseObject(). Missing fields and fields of a wrong type read as their defaults, null
+    /// as false, 0 or an empty text; a reply without codes gives a result without codes. CurrentTime is asked
+    /// for the time at every expiry date that counts.
     explicit CheckMarkingCodesResult(const CheckMarkingCodesReply& reply);
-    CheckMarkingCodesResult(const CheckMarkingCodesResult&);
-    CheckMarkingCodesResult(CheckMarkingCodesResult&&) noexcept;
-    CheckMarkingCodesResult& operator=(const CheckMarkingCodesResult&);
-    CheckMarkingCodesResult& operator=(CheckMarkingCodesResult&&) noexcept;
-    ~CheckMarkingCodesResult() override;
 
     /// Merges `other`: a pass in either beats a failure, and of two failures this result's stands. Codes
     /// match as they are and by their cis(). Side data of the codes that come in are copied, with defaults
@@ -101,17 +105,12 @@ public:
     /// `success` when it is set, otherwise whether no code failed. True for a result without codes.
     [[nodiscard]] bool isSuccess() const;
 
-    /// Whether both say the same of the same codes and stem from the same reply.
-    friend bool operator==(const CheckMarkingCodesResult& a, const CheckMarkingCodesResult& b)
+    /// Equal are results that say the same of the same codes and stem from the same reply. The order has no
+    /// meaning of its own.
+    [[nodiscard]] std::weak_ordering operator<=>(const CheckMarkingCodesResult& other) const;
+    [[nodiscard]] bool operator==(const CheckMarkingCodesResult& other) const
     {
-        const auto reply = [](const CheckMarkingCodesResult& of) {
-            return std::tuple(of.status(), of.url(), of.body(), of.errorKind());
-        };
-        const auto content = [](const CheckMarkingCodesResult& of) {
-            return std::tie(of.passedCodes, of.failedCodes, of.requestInfos, of.success, of.expireDates,
-                            of.productWeights, of.mrps);
-        };
-        return reply(a) == reply(b) && content(a) == content(b);
+        return std::is_eq(*this <=> other);
     }
 
     QList<MarkingCode> passedCodes;  ///< in the order found; may hold a code twice
@@ -121,9 +120,6 @@ public:
     QMap<MarkingCode, QDateTime> expireDates;     ///< where given; invalid where the text is no date
     QMap<MarkingCode, int> productWeights;        ///< where given and positive
     QMap<MarkingCode, MrpInfo> mrps;              ///< where given and positive
-
-private:
-    void copySideData(QList<MarkingCode>& codes, const CheckMarkingCodesResult& other);
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(CheckMarkingCodesResult::Status)

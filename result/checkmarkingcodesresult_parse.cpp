@@ -1,97 +1,121 @@
 #include "result/checkmarkingcodesresult.h"
 
-#include <map>
-#include <utility>
+#include <algorithm>
 
 #include <QJsonArray>
 #include <QLatin1String>
 
-#include "result/replycontent.h"
 #include <utils/currenttime.h>
 
 namespace {
 
 using Result = CheckMarkingCodesResult;
 
-ReplyContent contentOf(const CheckMarkingCodesReply& reply)
+/// A field that sets a flag by one of its two values; missing or of another type, it sets none.
+struct FlagField
 {
-    if (!reply.hasOwnObject()) {
-        if (auto content = ReplyContent::fromPlainJson(reply.body())) {
-            return std::move(*content);
-        }
-    }
-    return ReplyContent::fromObject(reply.responseObject());
-}
-
-/// What the codes of a reply have besides their verdicts.
-struct SideData
-{
-    std::map<MarkingCode, Result::RequestInfo> requestInfos;
-    std::map<MarkingCode, QDateTime> expireDates;
-    std::map<MarkingCode, int> productWeights;
-    std::map<MarkingCode, Result::MrpInfo> mrps;
-
-    void keep(const ReplyEntry& entry, const Result::RequestInfo& request);
+    QLatin1String name;
+    Result::EStatus flag;
+    bool flaggedWhen;
 };
 
-/// Replies often have their codes in order: the end is where the next one goes. Half the comparisons of
-/// insert_or_assign().
-template <class Value>
-void put(std::map<MarkingCode, Value>& values, const MarkingCode& code, const Value& value)
-{
-    const auto before = values.size();
-    const auto place = values.emplace_hint(values.end(), code, value);
-    if (values.size() == before) {
-        place->second = value;
-    }
-}
-
-void SideData::keep(const ReplyEntry& entry, const Result::RequestInfo& request)
-{
-    if (entry.expireDate) {
-        put(expireDates, entry.code, *entry.expireDate);
-    }
-    if (entry.productWeight.value_or(0) > 0) {
-        put(productWeights, entry.code, *entry.productWeight);
-    }
-    if (entry.mrp > 0) {
-        put(mrps, entry.code, {entry.groupId, entry.mrp});
-    }
-    put(requestInfos, entry.code, request);
-}
-
-/// The time that expiry dates are held against, read when the first one is.
-class Now
-{
-public:
-    bool isBefore(const QDateTime& date)
-    {
-        if (!m_now) {
-            m_now = MockFactory<CurrentTime>::create()->currentDateTime();
-        }
-        return *m_now < date;
-    }
-
-private:
-    std::optional<QDateTime> m_now;
+constexpr FlagField blockedField = {QLatin1String("isBlocked"), Result::Blocked, true};
+constexpr FlagField grayZoneField = {QLatin1String("grayZone"), Result::GrayZoneNotRealizable, true};
+constexpr FlagField flagFields[] = {
+    blockedField,
+    {QLatin1String("isGreyGtin"), Result::GreyGtin, true},
+    {QLatin1String("found"), Result::NotFound, false},
+    {QLatin1String("realizable"), Result::NotRealizable, false},
+    {QLatin1String("utilised"), Result::NotUtilised, false},
+    {QLatin1String("valid"), Result::NotValid, false},
+    {QLatin1String("verified"), Result::NotVerified, false},
+    {QLatin1String("sold"), Result::Sold, true},
+    {QLatin1String("isOwner"), Result::NotOwner, false},
+    {QLatin1String("isTracking"), Result::NotTracking, false},
 };
 
-Result::Status statusOf(const ReplyEntry& entry, Now& now)
+/// Null is false.
+Result::Status flagOf(const QJsonObject& entry, const FlagField& field)
 {
-    if (entry.checkedOffline) {
-        return entry.flags & Result::Blocked;
+    const QJsonValue value = entry.value(field.name);
+    const bool isTold = value.isBool() || value.isNull();
+    return isTold && value.toBool() == field.flaggedWhen ? field.flag : Result::Status();
+}
+
+/// Nothing when it is missing, invalid when it is no date.
+std::optional<QDateTime> expireDateOf(const QJsonObject& entry)
+{
+    const QJsonValue date = entry.value(QLatin1String("expireDate"));
+    return date.isUndefined() ? std::optional<QDateTime>()
+                              : QDateTime::fromString(date.toString(), Qt::ISODateWithMs);
+}
+
+/// Nothing when it is missing.
+std::optional<int> productWeightOf(const QJsonObject& entry)
+{
+    const QJsonValue weight = entry.value(QLatin1String("productWeight"));
+    return weight.isUndefined() ? std::optional<int>() : weight.toInt();
+}
+
+Result::MrpInfo mrpOf(const QJsonObject& entry)
+{
+    constexpr int tobacco = 16;  // when the reply names no group
+    const int mrp = entry.value(QLatin1String("mrp")).toInt();
+    if (mrp <= 0) {
+        return {};
     }
-    Result::Status status = entry.flags;
-    if (entry.grayZone) {
-        status.setFlag(Result::GrayZoneNotRealizable, status.testFlag(Result::NotRealizable));
+    const QJsonArray groups = entry.value(QLatin1String("groupIds")).toArray();
+    return {groups.isEmpty() ? tobacco : groups.first().toInt(), mrp};
+}
+
+Result::Status statusOf(const QJsonObject& entry, const std::optional<QDateTime>& expireDate,
+                        const std::optional<int>& productWeight)
+{
+    if (entry.value(QLatin1String("isCheckedOffline")).toBool()) {
+        return flagOf(entry, blockedField);
     }
-    if (entry.expireDate) {
-        status.setFlag(Result::Expired, !now.isBefore(*entry.expireDate));
+    Result::Status status;
+    for (const FlagField& field : flagFields) {
+        status |= flagOf(entry, field);
     }
-    if (entry.productWeight) {
-        status.setFlag(Result::ZeroWeight, *entry.productWeight == 0);
+    if (status.testFlag(Result::NotRealizable)) {
+        status |= flagOf(entry, grayZoneField);
     }
+    if (expireDate) {
+        const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+        status.setFlag(Result::Expired, !(now < *expireDate));
+    }
+    status.setFlag(Result::ZeroWeight, productWeight == 0);
     return status;
+}
+
+void readEntry(Result& result, const QJsonObject& entry, const Result::RequestInfo& request)
+{
+    const QByteArray cis = entry.value(QLatin1String("cis")).toString().toUtf8();
+    const MarkingCode code(QString::fromLatin1(cis.toBase64()));
+    const std::optional<QDateTime> expireDate = expireDateOf(entry);
+    const std::optional<int> productWeight = productWeightOf(entry);
+    const Result::MrpInfo mrp = mrpOf(entry);
+
+    const Result::Status status = statusOf(entry, expireDate, productWeight);
+    const QString message = entry.value(QLatin1String("message")).toString();
+    if (!(status & ~Result::Status(Result::NotTracking)) && message.isEmpty()) {
+        result.passedCodes.append(code);
+    } else {
+        result.failedCodes.insert(result.failedCodes.cend(), code,
+                                  {status, message, entry.value(QLatin1String("ogvs")).toString(),
+                                   entry.value(QLatin1String("errorCode")).toInt(), entry});
+    }
+    if (expireDate) {
+        result.expireDates.insert(result.expireDates.cend(), code, *expireDate);
+    }
+    if (productWeight > 0) {
+        result.productWeights.insert(result.productWeights.cend(), code, *productWeight);
+    }
+    if (mrp.mrp > 0) {
+        result.mrps.insert(result.mrps.cend(), code, mrp);
+    }
+    result.requestInfos.insert(result.requestInfos.cend(), code, request);
 }
 
 }  // namespace
@@ -99,28 +123,14 @@ Result::Status statusOf(const ReplyEntry& entry, Now& now)
 CheckMarkingCodesResult::CheckMarkingCodesResult(const CheckMarkingCodesReply& reply)
     : CheckMarkingCodesReply(reply)
 {
-    const ReplyContent content = contentOf(reply);
-    std::optional<QJsonArray> objects;  // made only when a code fails
-    SideData sideData;
-    Now now;
-    passedCodes.reserve(qsizetype(content.entries.size()));
-    for (size_t i = 0; i < content.entries.size(); ++i) {
-        const ReplyEntry& entry = content.entries[i];
-        const Status status = statusOf(entry, now);
-        if (!(status & ~Status(NotTracking)) && entry.message.isEmpty()) {
-            passedCodes.append(entry.code);
-        } else {
-            if (!objects) {
-                objects = reply.responseObject().value(QLatin1String("codes")).toArray();
-            }
-            failedCodes.insert(
-                failedCodes.cend(), entry.code,
-                {status, entry.message, entry.ogvs, entry.errorCode, objects->at(qsizetype(i)).toObject()});
-        }
-        sideData.keep(entry, content.request);
+    const QJsonObject object = reply.responseObject();
+    const RequestInfo request = {object.value(QLatin1String("reqId")).toString(),
+                                 object.value(QLatin1String("reqTimestamp")).toInteger(),
+                                 object.value(QLatin1String("inst")).toString(),
+                                 object.value(QLatin1String("version")).toString()};
+    const QJsonArray entries = object.value(QLatin1String("codes")).toArray();
+    const qsizetype count = std::min<qsizetype>(entries.size(), maxCodes);
+    for (qsizetype i = 0; i < count; ++i) {
+        readEntry(*this, entries.at(i).toObject(), request);
     }
-    requestInfos = QMap(std::move(sideData.requestInfos));
-    expireDates = QMap(std::move(sideData.expireDates));
-    productWeights = QMap(std::move(sideData.productWeights));
-    mrps = QMap(std::move(sideData.mrps));
 }

@@ -1,26 +1,28 @@
 #pragma once
 
+#include <QMap>
+#include <QString>
+#include <QStringList>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace marksim {
 
-/// What the command line says. Counts that it leaves open come from the scenario, else from the defaults.
+/// What the command line says.
 struct Options
 {
-    std::optional<int> operators;
-    std::optional<int> sites;
-    std::optional<int> modules;
+    QMap<QString, int>
+        counts;  ///< by "operators", "sites", "modules"; missing: by the scenario, or the default
     std::string bind = "127.0.0.1";
     std::string adminBind = "127.0.0.1";
+    std::string publicAddress;  ///< host that is handed out; empty: the one that a port is bound to
     std::uint16_t adminPort = 0;
     bool page = false;
     bool tls = false;
     bool tlsModules = false;  ///< with `tls`: modules, too
-    std::string scenario;
+    std::string scenario;     ///< name of one that is packed, or a file
     std::string goods;
     std::vector<std::string> keys;
     bool dieWithParent = false;

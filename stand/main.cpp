@@ -1,8 +1,7 @@
-#include "commandline.h"
-#include "jsonreader.h"
-#include "stand.h"
+#include "stand/admin/adminapi.h"
+#include "stand/commandline.h"
+#include "stand/stand.h"
 
-#include <QJsonDocument>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <fcntl.h>
@@ -22,8 +21,9 @@ constexpr int wrongInput = 2;
 void occupyStandardStreams()
 {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-        if (fcntl(fd, F_GETFD) == -1)
+        if (fcntl(fd, F_GETFD) == -1) {
             (void)open("/dev/null", O_RDONLY);
+        }
     }
 }
 
@@ -36,9 +36,10 @@ bool dieWithParent()
 
 void print(const QJsonObject& object)
 {
-    std::cout << QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() << std::endl;
-    if (!std::cout)
+    std::cout << marksim::compactJson(object) << std::endl;
+    if (!std::cout) {
         throw std::runtime_error("standard output: the ready line cannot be written; send it somewhere else");
+    }
 }
 
 int run(const marksim::Options& options)
@@ -49,13 +50,20 @@ int run(const marksim::Options& options)
     boost::asio::io_context io(1);
     boost::asio::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
     signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
-    if (options.dieWithParent && !dieWithParent())
+    if (options.dieWithParent && !dieWithParent()) {
         return 0;
-    const marksim::Stand stand(io, options);
-    const auto ready = stand.ready();
+    }
+    if (!options.publicAddress.empty() && marksim::HostAddress{options.bind, {}}.isLoopback()) {
+        spdlog::warn("--public-address: the servers are bound to {}, others cannot reach them; give --bind",
+                     options.bind);
+    }
+    marksim::Stand stand(io, options);
+    const marksim::AdminApi admin(io, stand, options);
+    const auto ready = admin.ready();
     print(ready);
-    if (options.page)
+    if (options.page) {
         std::cerr << "marksim: the page is " << ready[QLatin1String("page")].toString().toStdString() << '\n';
+    }
     io.run();
     return 0;
 }
@@ -66,8 +74,9 @@ int main(int argc, char** argv)
 {
     occupyStandardStreams();
     const auto parsed = marksim::parseCommandLine(argc, argv);
-    if (const auto* status = std::get_if<int>(&parsed))
+    if (const auto* status = std::get_if<int>(&parsed)) {
         return *status;
+    }
     try {
         return run(std::get<marksim::Options>(parsed));
     } catch (const std::exception& error) {

@@ -1,4 +1,7 @@
-#include "simulatedserver.h"
+#include "stand/simulatedserver.h"
+
+#include "stand/faults/connectionfaults.h"
+#include "stand/http/upstream.h"
 
 #include <algorithm>
 #include <spdlog/spdlog.h>
@@ -7,123 +10,114 @@ namespace marksim {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr std::uint64_t largestRequestBody = 64UL * 1024 * 1024;
-
-Answer wrongVerb(const Route& route)
-{
-    auto answer = Answer::refusal(405, u"Method Not Allowed"_s);
-    answer.headers.emplace_back("Allow", route.verb);
-    return answer;
-}
-
-}  // namespace
-
 SimulatedServer::SimulatedServer(boost::asio::io_context& io, ServerAddress address, RequestLog& log,
                                  Listener::TlsContexts tls)
-    : address_(std::move(address))
-    , log_(log)
-    , tls_(tls != nullptr)
-    , listener_(io, address_.address, address_.port, QString::fromStdString(address_.name), *this,
-                std::move(tls))
+    : m_executor(io.get_executor())
+    , m_address(std::move(address))
+    , m_log(log)
+    , m_listener(io, m_address.address, m_address.port, m_address.name, *this, std::move(tls))
 {
 }
 
-std::string SimulatedServer::url() const
+void SimulatedServer::setBehaviours(const Behaviours& behaviours)
 {
-    return (tls_ ? "https://" : "http://") + listener_.authority() + address_.prefix;
+    m_behaviours = behaviours;
+    m_listener.setConnect(connectOf(behaviours));
 }
 
-void SimulatedServer::setBehaviours(std::vector<Behaviour> behaviours)
+void SimulatedServer::resetCounts()
 {
-    behaviours_.assign(std::move(behaviours));
-    followBehaviours();
+    m_requests = 0;
+    m_listener.resetAccepted();
 }
 
-void SimulatedServer::appendBehaviours(std::vector<Behaviour> behaviours)
+ConnectionPlan SimulatedServer::onAccept()
 {
-    behaviours_.append(std::move(behaviours));
-    followBehaviours();
+    return planConnection(takeForConnection(m_behaviours));
 }
 
-void SimulatedServer::prependBehaviours(std::vector<Behaviour> behaviours)
+const Route* SimulatedServer::findRoute(const std::string& path) const
 {
-    behaviours_.prepend(std::move(behaviours));
-    followBehaviours();
-}
-
-void SimulatedServer::removeBehaviours(const std::vector<Behaviour>& behaviours)
-{
-    behaviours_.remove(behaviours);
-    followBehaviours();
-}
-
-void SimulatedServer::followBehaviours()
-{
-    listener_.setDoor(behaviours_.door());
-}
-
-Behaviour SimulatedServer::welcome()
-{
-    return behaviours_.takeForConnection();
-}
-
-const Route* SimulatedServer::route(const Request& request) const
-{
-    if (!request.path.starts_with(address_.prefix))
-        return nullptr;
-    const auto path = std::string_view(request.path).substr(address_.prefix.size());
-    const auto routes = api_->routes();
-    const auto found =
-        std::find_if(routes.begin(), routes.end(), [path](const Route& known) { return known.path == path; });
+    const auto prefix = m_address.prefix.toStdString();
+    const auto& routes = m_api.routes;
+    const auto found = std::ranges::find_if(
+        routes, [&](const Route& route) { return path == prefix + std::string(route.path); });
     return found == routes.end() ? nullptr : &*found;
 }
 
-Answer SimulatedServer::regularAnswer(const Route* route, const Request& request, const Twist& twist)
+std::string SimulatedServer::targetBehindPrefix(const Request& request) const
 {
-    if (!route)
+    const std::string target(request.target());
+    const auto prefix = m_address.prefix.toStdString();
+    return target.starts_with(prefix) ? target.substr(prefix.size()) : target;
+}
+
+Answer SimulatedServer::usualAnswer(const Route* route, const Request& request, const CodeListEdit& edit)
+{
+    if (!route) {
         return Answer::refusal(404, u"Not Found"_s);
-    if (request.verb != route->verb)
-        return wrongVerb(*route);
-    if (auto refusal = api_->refusal(request))
+    }
+    if (request.method_string() != route->verb) {
+        auto answer = Answer::refusal(405, u"Method Not Allowed"_s);
+        answer.setHeader("Allow", std::string(route->verb));
+        return answer;
+    }
+    if (auto refusal = m_api.refusal(request)) {
         return *refusal;
-    return api_->answer(route->method, request, twist);
+    }
+    return route->answer(request, edit);
 }
 
-Exchange SimulatedServer::serve(const Request& request, const ConnectionInfo& connection)
+void SimulatedServer::serve(Request request, const ConnectionInfo& connection,
+                            std::function<void(Exchange)> answer)
 {
-    ++requests_;
-    const auto* known = route(request);
-    const auto method = known ? known->method : std::string_view();
-    const auto behaviour = behaviours_.takeForRequest(method);
-    auto answer =
-        behaviour.replacesAnswer() ? fixedAnswer(behaviour) : regularAnswer(known, request, behaviour.twist);
-    spdlog::debug("{}: {} {} -> {}", name(), request.verb, request.target, answer.status);
-    auto exchange = planExchange(std::move(answer), behaviour, request);
-    LoggedRequest entry;
-    entry.server = name();
-    entry.method = method;
-    entry.connection = connection.id;
-    entry.remotePort = connection.remotePort;
-    entry.request = request;
-    exchange.id = log_.add(std::move(entry));
-    return exchange;
+    ++m_requests;
+    const auto* route = findRoute(targetOf(request).path);
+    const auto method = route ? route->method : QLatin1String();
+    const auto behaviour = takeForRequest(m_behaviours, method);
+    const std::string what = std::string(request.method_string()) + ' ' + std::string(request.target());
+    const auto finish = [this, behaviour, what, form = ReplyForm::of(request),
+                         send = std::move(answer)](std::uint64_t id, Answer given) {
+        auto exchange = planExchange(std::move(given), behaviour, form);
+        exchange.id = id;
+        spdlog::debug("{}: {} -> {}", name().toStdString(), what, exchange.status);
+        send(std::move(exchange));
+    };
+    const auto enter = [&](Request entered) {
+        return m_log.add(
+            {.server = name(), .method = method, .connection = connection, .request = std::move(entered)});
+    };
+    if (replacesAnswer(behaviour)) {
+        return finish(enter(std::move(request)), Answer::refusal(200, reasonPhrase(200)));
+    }
+    if (const auto address = proxyOf(behaviour, m_behaviours, method); !address.empty()) {
+        const auto id = enter(request);
+        const auto target = targetBehindPrefix(request);
+        return passOn(m_executor, address, target, std::move(request),
+                      [finish, id](Answer given) { finish(id, std::move(given)); });
+    }
+    auto usual = usualAnswer(route, request, CodeListEdit(behaviour["answers"_L1].toObject()));
+    finish(enter(std::move(request)), std::move(usual));
 }
 
-void SimulatedServer::ended(std::uint64_t exchange, int status, Outcome outcome)
+void SimulatedServer::onEnd(std::uint64_t exchange, int status, Outcome outcome)
 {
-    log_.end(exchange, status, outcome);
+    m_log.end(exchange, status, outcome);
 }
 
-Answer SimulatedServer::refusal(int status, const QString& reason) const
+void SimulatedServer::onRefused(const ConnectionInfo& connection, Outcome outcome, const QString& reason)
 {
-    return Answer::refusal(status, reason);
+    m_log.add({.server = name(),
+               .method = {},
+               .connection = connection,
+               .request = {},
+               .outcome = outcome,
+               .reason = reason});
 }
 
-std::uint64_t SimulatedServer::largestBody() const
+Exchange SimulatedServer::refuse(int status, const QString& reason) const
 {
-    return largestRequestBody;
+    return planExchange(Answer::refusal(status, reason), {}, {.keepAlive = false});
 }
 
 }  // namespace marksim

@@ -1,23 +1,19 @@
 #pragma once
 
-#include "api.h"
-#include "behaviourlist.h"
-#include "listener.h"
-#include "requestlog.h"
-#include "service.h"
-
-#include <memory>
-#include <string>
+#include "stand/admin/requestlog.h"
+#include "stand/apis/api.h"
+#include "stand/faults/behaviours.h"
+#include "stand/http/listener.h"
 
 namespace marksim {
 
 /// Where a simulated server lives.
 struct ServerAddress
 {
-    std::string name;     ///< "site-1"
-    std::string address;  ///< to bind to
+    QString name;  ///< "site-1"
+    HostAddress address;
     std::uint16_t port = 0;
-    std::string prefix;  ///< path in front of all methods, empty or with a leading "/"
+    QString prefix;  ///< path in front of all methods, empty or with a leading "/"
 };
 
 /// An operator host, a CDN site or a local module on a port of its own: an interface with a list of
@@ -30,39 +26,40 @@ public:
     SimulatedServer(boost::asio::io_context& io, ServerAddress address, RequestLog& log,
                     Listener::TlsContexts tls);
 
-    [[nodiscard]] const std::string& name() const { return address_.name; }
-    [[nodiscard]] std::string url() const;
-    [[nodiscard]] const std::string& prefix() const { return address_.prefix; }
+    [[nodiscard]] const QString& name() const { return m_address.name; }
+    [[nodiscard]] QString url() const { return m_listener.url() + m_address.prefix; }
+    [[nodiscard]] const QString& prefix() const { return m_address.prefix; }
     /// What the server answers from now on.
-    void setApi(std::unique_ptr<Api> api) { api_ = std::move(api); }
-    [[nodiscard]] const Listener& listener() const { return listener_; }
-    [[nodiscard]] std::uint64_t requests() const { return requests_; }
+    void setApi(Api api) { m_api = std::move(api); }
+    [[nodiscard]] const Listener& listener() const { return m_listener; }
+    [[nodiscard]] qint64 requests() const { return m_requests; }
+    /// Connections and requests are counted from here on.
+    void resetCounts();
 
-    [[nodiscard]] const BehaviourList& behaviours() const { return behaviours_; }
-    void setBehaviours(std::vector<Behaviour> behaviours);
-    void appendBehaviours(std::vector<Behaviour> behaviours);
-    void prependBehaviours(std::vector<Behaviour> behaviours);
-    /// As BehaviourList::remove().
-    void removeBehaviours(const std::vector<Behaviour>& behaviours);
+    [[nodiscard]] const Behaviours& behaviours() const { return m_behaviours; }
+    /// In force at once.
+    void setBehaviours(const Behaviours& behaviours);
 
-    Behaviour welcome() override;
-    Exchange serve(const Request& request, const ConnectionInfo& connection) override;
-    void ended(std::uint64_t exchange, int status, Outcome outcome) override;
-    [[nodiscard]] Answer refusal(int status, const QString& reason) const override;
-    [[nodiscard]] std::uint64_t largestBody() const override;
+    ConnectionPlan onAccept() override;
+    void serve(Request request, const ConnectionInfo& connection,
+               std::function<void(Exchange)> answer) override;
+    void onEnd(std::uint64_t exchange, int status, Outcome outcome) override;
+    void onRefused(const ConnectionInfo& connection, Outcome outcome, const QString& reason) override;
+    [[nodiscard]] Exchange refuse(int status, const QString& reason) const override;
+    [[nodiscard]] std::uint64_t maxBodyBytes() const override { return 64UL * 1024 * 1024; }
 
 private:
-    [[nodiscard]] const Route* route(const Request& request) const;
-    [[nodiscard]] Answer regularAnswer(const Route* route, const Request& request, const Twist& twist);
-    void followBehaviours();
+    [[nodiscard]] const Route* findRoute(const std::string& path) const;
+    [[nodiscard]] std::string targetBehindPrefix(const Request& request) const;
+    [[nodiscard]] Answer usualAnswer(const Route* route, const Request& request, const CodeListEdit& edit);
 
-    ServerAddress address_;
-    std::unique_ptr<Api> api_;
-    RequestLog& log_;
-    bool tls_;
-    BehaviourList behaviours_;
-    std::uint64_t requests_ = 0;
-    Listener listener_;
+    boost::asio::any_io_executor m_executor;
+    ServerAddress m_address;
+    Api m_api;
+    RequestLog& m_log;
+    Behaviours m_behaviours;
+    qint64 m_requests = 0;
+    Listener m_listener;
 };
 
 }  // namespace marksim

@@ -1,325 +1,231 @@
-#include "stand.h"
+#include "stand/stand.h"
 
-#include "jsonreader.h"
-#include "siteapi.h"
+#include "stand/scenario/scenario.h"
+#include "stand/scenario/schema.h"
 
-#include <QFile>
 #include <algorithm>
-#include <array>
-#include <iterator>
 
 namespace marksim {
 namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr int defaultOperators = 1;
-constexpr int defaultSites = 3;
-constexpr int defaultModules = 1;
-
-// In the order of Stand::Role.
-constexpr std::array nouns = {"operator", "site", "module"};
-constexpr std::array groups = {"operators", "sites", "modules"};
-
 /// Keys have the form of the operator's; the first ones are accepted when nobody names others.
-std::string defaultKey(int number)
+QString defaultKey(int number)
 {
-    return u"c5a1f0de-7b42-4e8a-9d3f-%1"_s.arg(number, 12, 10, QChar(u'0')).toStdString();
-}
-
-Goods loadGoods(const std::string& path)
-{
-    if (path.empty())
-        return Goods::builtIn();
-    const auto name = QString::fromStdString(path);
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly))
-        throw InputError(u"%1: cannot be read (%2)"_s.arg(name, file.errorString()));
-    return Goods::fromJson(file.readAll(), name);
-}
-
-int countOf(std::optional<int> ordered, std::optional<int> planned, int otherwise)
-{
-    return ordered.value_or(planned.value_or(otherwise));
-}
-
-QString text(const std::string& string)
-{
-    return QString::fromStdString(string);
+    return u"c5a1f0de-7b42-4e8a-9d3f-%1"_s.arg(number, 12, 10, QChar(u'0'));
 }
 
 }  // namespace
 
-Stand::Stand(boost::asio::io_context& io, const Options& options)
-    : io_(io)
-    , options_(options)
-    , packedGoods_(loadGoods(options.goods))
+const RoleNames& namesOf(Role role)
 {
-    auto scenario = options.scenario.empty() ? Scenario() : Scenario::fromFile(options.scenario);
-    if (options.tls || scenario.tls.value_or(false))
-        certificates_ = std::make_unique<Certificates>(options.bind);
-    addServers(Role::Operator, countOf(options.operators, scenario.operators, defaultOperators), scenario);
-    addServers(Role::Site, countOf(options.sites, scenario.sites, defaultSites), scenario);
-    addServers(Role::Module, countOf(options.modules, scenario.modules, defaultModules), scenario);
-    takeOver(std::move(scenario), text(options.scenario));
-    admin_ = std::make_unique<AdminApi>(*this);
-    adminListener_ = std::make_unique<Listener>(io_, options.adminBind, options.adminPort, u"admin port"_s,
-                                                *admin_, nullptr);
+    static const std::map<Role, RoleNames> names = {{Role::Operator, {u"operator"_s, u"operators"_s, 1}},
+                                                    {Role::Site, {u"site"_s, u"sites"_s, 3}},
+                                                    {Role::Module, {u"module"_s, u"modules"_s, 1}}};
+    return names.at(role);
 }
 
-void Stand::addServers(Role role, int count, const Scenario& scenario)
+Stand::Stand(boost::asio::io_context& io, const Options& options)
+    : m_io(io)
+    , m_options(options)
+    , m_address(HostAddress::of(options.bind, options.publicAddress))
+    , m_packedGoods(Goods::fromFile(QString::fromStdString(options.goods)))
 {
+    checkFaultsAreDescribed();
+    const auto nameOrPath = QString::fromStdString(options.scenario);
+    const auto* shipped = findShipped(nameOrPath);
+    const auto scenario = shipped                ? shipped->stand
+                          : nameOrPath.isEmpty() ? QJsonObject()
+                                                 : readScenario(nameOrPath);
+    if (options.tls || scenario["tls"_L1].toBool()) {
+        m_certificates = std::make_unique<Certificates>(std::vector{m_address.bind, m_address.host});
+    }
+    for (const auto role : {Role::Operator, Role::Site, Role::Module}) {
+        addServers(role, scenario);
+    }
+    start(scenario, nameOrPath);
+    m_playing = shipped ? shipped->name : QString();
+}
+
+void Stand::addServers(Role role, const QJsonObject& scenario)
+{
+    const auto& [name, group, usualCount] = namesOf(role);
+    const auto count = m_options.counts.value(group, scenario[group].toInt(usualCount));
     Listener::TlsContexts tls;
-    if (certificates_ && (role != Role::Module || options_.tlsModules))
-        tls = [this](Certificate kind) -> auto&
+    if (m_certificates && (role != Role::Module || m_options.tlsModules)) {
+        tls = [this](const QString& certificate) -> auto&
         {
-            return certificates_->context(kind);
+            return m_certificates->context(certificate);
         };
+    }
     for (int number = 1; number <= count; ++number) {
-        const auto name =
-            std::string(nouns.at(static_cast<std::size_t>(role))) + '-' + std::to_string(number);
-        const auto planned = scenario.servers.find(name);
-        const auto setup = planned == scenario.servers.end() ? ServerSetup() : planned->second;
-        servers_.push_back(
+        const auto serverName = u"%1-%2"_s.arg(name).arg(number);
+        const auto setup = scenario["servers"_L1][serverName];
+        const auto port = static_cast<std::uint16_t>(setup["port"_L1].toInt());
+        m_servers.push_back(
             {role, number,
              std::make_unique<SimulatedServer>(
-                 io_, ServerAddress{name, options_.bind, setup.port, setup.prefix}, log_, tls)});
+                 m_io, ServerAddress{serverName, m_address, port, setup["prefix"_L1].toString()}, m_log,
+                 tls)});
     }
 }
 
 int Stand::count(Role role) const
 {
-    return static_cast<int>(std::count_if(servers_.begin(), servers_.end(),
-                                          [role](const Entry& entry) { return entry.role == role; }));
+    return static_cast<int>(
+        std::ranges::count_if(m_servers, [role](const Entry& entry) { return entry.role == role; }));
 }
 
-void Stand::play(Scenario scenario, const QString& name)
-{
-    checkSameServers(scenario);
-    leaveOutSurplus(scenario);
-    takeOver(std::move(scenario), u"body"_s);
-    playing_ = name;
-}
-
-void Stand::leaveOutSurplus(Scenario& scenario) const
-{
-    const std::array counts = {scenario.operators, scenario.sites, scenario.modules};
-    const auto inPlay = [&counts](const Entry& entry) {
-        return entry.number <= counts.at(static_cast<std::size_t>(entry.role)).value_or(mostServers);
-    };
-    QStringList sites;
-    for (const auto& entry : servers_) {
-        if (!inPlay(entry))
-            scenario.servers[entry.server->name()].behaviours = {
-                Behaviour::fromJson(QJsonObject{{"connect"_L1, u"refuse"_s}}, {})};
-        else if (entry.role == Role::Site)
-            sites << text(entry.server->name());
-    }
-    for (const auto& entry : servers_) {
-        if (entry.role != Role::Operator)
-            continue;
-        auto& lists = scenario.servers[entry.server->name()].lists;
-        lists = lists.value_or(sites);
-    }
-}
-
-void Stand::takeOver(Scenario scenario, const QString& where)
+void Stand::start(const QJsonObject& scenario, const QString& where)
 {
     checkNames(scenario, where);
-    scenario_ = std::move(scenario);
-    keys_ = options_.keys.empty() ? scenario_.keys : options_.keys;
-    const int defaults = keys_.empty() ? std::max(1, count(Role::Module)) : 0;
-    for (int number = 1; number <= defaults; ++number)
-        keys_.push_back(defaultKey(number));
+    m_scenario = scenario;
+    m_keys.clear();
+    for (const auto& key : m_options.keys) {
+        m_keys << QString::fromStdString(key);
+    }
+    if (m_keys.isEmpty()) {
+        m_keys = scenario["keys"_L1].toVariant().toStringList();
+    }
+    const int defaults = m_keys.isEmpty() ? std::max(1, count(Role::Module)) : 0;
+    for (int number = 1; number <= defaults; ++number) {
+        m_keys << defaultKey(number);
+    }
     reset();
 }
 
-std::unique_ptr<Api> Stand::makeApi(Role role, const std::string& name, int number)
+Api Stand::makeApi(const Entry& entry)
 {
-    if (role == Role::Operator)
-        return std::make_unique<OperatorApi>(keysOf(name), [this, name] { return listedSites(name); });
-    if (role == Role::Site)
-        return std::make_unique<SiteApi>(keysOf(name), goods_);
-    auto module = std::make_unique<ModuleApi>(moduleSetup(name, number), goods_);
-    modules_[name] = module.get();
-    return module;
-}
-
-ModuleSetup Stand::moduleSetup(const std::string& name, int number) const
-{
-    const auto& planned = setupOf(name);
-    const auto index = static_cast<std::size_t>(number - 1);
-    ModuleSetup setup;
-    setup.user = planned.user.value_or(u"admin"_s);
-    setup.password = planned.password.value_or(u"admin"_s);
-    setup.token = planned.token.value_or(text(index < keys_.size() ? keys_[index] : defaultKey(number)));
-    setup.state = planned.state.value_or(setup.state);
-    setup.readyAfter = planned.readyAfter.value_or(setup.readyAfter);
-    for (const auto& good : planned.goods)
-        setup.goods.put(good);
-    return setup;
-}
-
-std::vector<std::string> Stand::keysOf(const std::string& name) const
-{
-    return setupOf(name).keys.value_or(keys_);
-}
-
-QStringList Stand::listedSites(const std::string& operatorName) const
-{
-    const auto planned = setupOf(operatorName).lists;
-    QStringList sites;
-    for (const auto& entry : servers_) {
-        if (entry.role == Role::Site && !planned)
-            sites << text(entry.server->url());
+    const auto& name = entry.server->name();
+    const auto setup = setupOf(name);
+    const auto keys = setup["keys"_L1].isUndefined() ? m_keys : setup["keys"_L1].toVariant().toStringList();
+    if (entry.role == Role::Operator) {
+        return operatorApi(keys, [this, name] { return listedSites(name); });
     }
-    for (const auto& name : planned.value_or(QStringList())) {
-        const auto found = find(name.toStdString());
-        sites << (found.size() == 1 ? text(found.front()->url()) : name);
+    if (entry.role == Role::Site) {
+        return siteApi(keys, m_goods);
+    }
+    m_modules[name] = std::make_unique<ModuleApi>(moduleSetup(entry), m_goods);
+    return m_modules[name]->api();
+}
+
+ModuleSetup Stand::moduleSetup(const Entry& entry) const
+{
+    const auto setup = setupOf(entry.server->name());
+    const auto token = m_keys.value(entry.number - 1, defaultKey(entry.number));
+    Goods goods;
+    goods.putAll(setup["goods"_L1]);
+    return {setup["user"_L1].toString(u"admin"_s),
+            setup["password"_L1].toString(u"admin"_s),
+            setup["token"_L1].toString(token),
+            setup["state"_L1].toString(u"ready"_s),
+            std::chrono::milliseconds(setup["readyAfterMs"_L1].toInt(1000)),
+            goods};
+}
+
+QStringList Stand::listedSites(const QString& operatorName) const
+{
+    const auto setup = setupOf(operatorName);
+    QStringList sites;
+    if (setup["lists"_L1].isUndefined()) {
+        for (const auto* site : find(u"sites"_s)) {
+            sites << site->url();
+        }
+    }
+    const auto names = setup["lists"_L1].toVariant().toStringList();
+    for (const auto& name : names) {
+        const auto found = find(name);
+        sites << (found.size() == 1 ? found.front()->url() : name);
     }
     return sites;
 }
 
-const ServerSetup& Stand::setupOf(const std::string& name) const
+/// What the scenario says of one server or group.
+QJsonValue Stand::setupOf(const QString& name) const
 {
-    static const ServerSetup nothing;
-    const auto found = scenario_.servers.find(name);
-    return found == scenario_.servers.end() ? nothing : found->second;
+    return m_scenario["servers"_L1][name];
 }
 
-void Stand::checkNames(const Scenario& scenario, const QString& where) const
+QList<SimulatedServer*> Stand::find(const QString& name) const
 {
-    for (const auto& [name, setup] : scenario.servers) {
-        if (find(name).empty() && name.find('-') != std::string::npos)
-            throw InputError(
-                u"%1.servers.%2: there is no such server; raise the count of servers of its kind"_s.arg(
-                    where, text(name)));
-    }
-}
-
-QString Stand::missing(const Scenario& scenario) const
-{
-    QStringList options;
-    const auto needCount = [&](Role role, std::optional<int> wanted) {
-        if (wanted.value_or(0) > count(role))
-            options
-                << u"--%1 %2"_s.arg(QLatin1String(groups.at(static_cast<std::size_t>(role)))).arg(*wanted);
-    };
-    needCount(Role::Operator, scenario.operators);
-    needCount(Role::Site, scenario.sites);
-    needCount(Role::Module, scenario.modules);
-    if (scenario.tls.value_or(isTls()) != isTls())
-        options << (isTls() ? u"no --tls"_s : u"--tls"_s);
-    return options.join(u' ');
-}
-
-void Stand::checkSameServers(const Scenario& scenario) const
-{
-    if (const auto options = missing(scenario); !options.isEmpty())
-        throw InputError(
-            u"body: the scenario needs other servers than those that run; start marksim with %1"_s.arg(
-                options));
-    for (const auto* server : find("all")) {
-        const auto planned = scenario.servers.find(server->name());
-        if (planned == scenario.servers.end())
-            continue;
-        const auto port = planned->second.port;
-        if ((port != 0 && port != server->listener().port()) || planned->second.prefix != server->prefix())
-            throw InputError(
-                u"body.servers.%1: a running server keeps its port and prefix"_s.arg(text(server->name())));
-    }
-}
-
-std::vector<SimulatedServer*> Stand::find(const std::string& name) const
-{
-    std::vector<SimulatedServer*> found;
-    for (const auto& entry : servers_) {
-        if (name == "all" || name == entry.server->name() ||
-            name == groups.at(static_cast<std::size_t>(entry.role)))
-            found.push_back(entry.server.get());
+    QList<SimulatedServer*> found;
+    for (const auto& [role, number, server] : m_servers) {
+        if (name == u"all" || name == server->name() || name == namesOf(role).group) {
+            found << server.get();
+        }
     }
     return found;
 }
 
-ModuleApi* Stand::module(const std::string& name) const
+ModuleApi* Stand::module(const QString& name) const
 {
-    const auto found = modules_.find(name);
-    return found == modules_.end() ? nullptr : found->second;
+    const auto found = m_modules.find(name);
+    return found == m_modules.end() ? nullptr : found->second.get();
 }
 
 void Stand::reset()
 {
-    goods_ = packedGoods_;
-    for (const auto& good : scenario_.goods)
-        goods_.put(good);
-    for (const auto& entry : servers_) {
-        const auto& name = entry.server->name();
-        entry.server->setApi(makeApi(entry.role, name, entry.number));
-        auto behaviours = setupOf(name).behaviours;
-        for (const auto* group : {groups.at(static_cast<std::size_t>(entry.role)), "all"})
-            std::ranges::copy(setupOf(group).behaviours, std::back_inserter(behaviours));
-        entry.server->setBehaviours(std::move(behaviours));
+    m_goods = m_packedGoods;
+    m_goods.putAll(m_scenario["goods"_L1]);
+    for (const auto& entry : m_servers) {
+        auto& server = *entry.server;
+        server.resetCounts();
+        server.setApi(makeApi(entry));
+        Behaviours behaviours;
+        for (const auto& name : {server.name(), namesOf(entry.role).group, u"all"_s}) {
+            behaviours += readBehaviours(setupOf(name)["behaviours"_L1], name);
+        }
+        server.setBehaviours(behaviours);
     }
-    log_.clear();
-}
-
-QJsonObject Stand::moduleStatus(const std::string& name) const
-{
-    return modules_.at(name)->toJson();
+    m_log.clear();
 }
 
 QJsonArray Stand::describe(Role role) const
 {
     QJsonArray list;
-    for (const auto& entry : servers_) {
-        if (entry.role != role)
-            continue;
-        QJsonObject server{{"name"_L1, text(entry.server->name())}, {"url"_L1, text(entry.server->url())}};
+    for (const auto* server : find(namesOf(role).group)) {
+        QJsonObject described{{"name"_L1, server->name()}, {"url"_L1, server->url()}};
         if (role == Role::Module) {
-            const auto status = moduleStatus(entry.server->name());
-            for (const auto key : {"user"_L1, "password"_L1, "token"_L1})
-                server[key] = status[key];
+            const auto status = module(server->name())->toJson();
+            for (const auto key : {"user"_L1, "password"_L1, "token"_L1}) {
+                described[key] = status[key];
+            }
         }
-        list.append(server);
+        list.append(described);
     }
     return list;
 }
 
-QJsonObject Stand::ready() const
+QJsonObject Stand::addresses() const
 {
-    const auto admin = "http://" + adminListener_->authority();
-    QJsonArray keys;
-    for (const auto& key : keys_)
-        keys.append(text(key));
     return {{"ready"_L1, true},
-            {"admin"_L1, text(admin)},
-            {"page"_L1, hasPage() ? QJsonValue(text(admin + '/')) : QJsonValue()},
             {"operators"_L1, describe(Role::Operator)},
             {"sites"_L1, describe(Role::Site)},
             {"modules"_L1, describe(Role::Module)},
-            {"keys"_L1, keys},
-            {"caFile"_L1, certificates_ ? QJsonValue(text(certificates_->caFile())) : QJsonValue()},
-            {"goods"_L1, goods_.all().size()}};
+            {"keys"_L1, QJsonArray::fromStringList(m_keys)},
+            {"caFile"_L1, m_certificates ? QJsonValue(m_certificates->caFile()) : QJsonValue()},
+            {"goods"_L1, m_goods.all().size()}};
 }
 
 QJsonObject Stand::state() const
 {
     QJsonArray servers;
-    for (const auto& entry : servers_) {
-        const auto& server = *entry.server;
-        QJsonObject described{{"name"_L1, text(server.name())},
-                              {"url"_L1, text(server.url())},
-                              {"open"_L1, server.listener().isOpen()},
-                              {"connections"_L1, static_cast<qint64>(server.listener().accepted())},
-                              {"requests"_L1, static_cast<qint64>(server.requests())},
-                              {"behaviours"_L1, server.behaviours().toJson()}};
-        if (entry.role == Role::Module)
-            described["module"_L1] = moduleStatus(server.name());
+    for (const auto& [role, number, server] : m_servers) {
+        QJsonObject described{{"name"_L1, server->name()},
+                              {"url"_L1, server->url()},
+                              {"open"_L1, server->listener().isOpen()},
+                              {"connections"_L1, server->listener().accepted()},
+                              {"requests"_L1, server->requests()},
+                              {"behaviours"_L1, toJson(server->behaviours())}};
+        if (role == Role::Module) {
+            described["module"_L1] = module(server->name())->toJson();
+        }
         servers.append(described);
     }
-    auto state = ready();
-    state["scenario"_L1] = playing_.isEmpty() ? QJsonValue() : playing_;
-    state["tls"_L1] = isTls();
+    auto state = addresses();
+    state["scenario"_L1] = m_playing.isEmpty() ? QJsonValue() : m_playing;
+    state["tls"_L1] = m_certificates != nullptr;
     state["version"_L1] = QStringLiteral(MARKSIM_VERSION);
     state["servers"_L1] = servers;
     return state;

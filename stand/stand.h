@@ -1,14 +1,11 @@
 #pragma once
 
-#include "adminapi.h"
-#include "certificates.h"
-#include "commandline.h"
-#include "goods.h"
-#include "moduleapi.h"
-#include "operatorapi.h"
-#include "requestlog.h"
-#include "scenario.h"
-#include "simulatedserver.h"
+#include "stand/admin/requestlog.h"
+#include "stand/apis/moduleapi.h"
+#include "stand/commandline.h"
+#include "stand/goods/goods.h"
+#include "stand/http/certificates.h"
+#include "stand/simulatedserver.h"
 
 #include <boost/asio/io_context.hpp>
 #include <map>
@@ -17,55 +14,47 @@
 
 namespace marksim {
 
-/// All simulated servers with what they share, and the admin port. Everything runs in the thread of run().
+enum class Role { Operator, Site, Module };
+
+struct RoleNames
+{
+    QString server;  ///< "site" of "site-1"
+    QString group;   ///< "sites"
+    int usualCount;
+};
+
+[[nodiscard]] const RoleNames& namesOf(Role role);
+
+/// All simulated servers with what they share. Everything runs in the thread of run().
 class Stand
 {
 public:
     /// Takes all ports and opens them. Throws InputError.
     Stand(boost::asio::io_context& io, const Options& options);
 
-    /// What is printed when ready: all addresses and credentials.
-    [[nodiscard]] QJsonObject ready() const;
-    /// The same with the state of every server.
+    /// All addresses and credentials, in the form of the ready line.
+    [[nodiscard]] QJsonObject addresses() const;
+    /// Scenario, TLS, version and the state of every server.
     [[nodiscard]] QJsonObject state() const;
 
     /// One server by its name, several by that of a group; none for an unknown name.
-    [[nodiscard]] std::vector<SimulatedServer*> find(const std::string& name) const;
+    [[nodiscard]] QList<SimulatedServer*> find(const QString& name) const;
     /// Null when there is no such module.
-    [[nodiscard]] ModuleApi* module(const std::string& name) const;
+    [[nodiscard]] ModuleApi* module(const QString& name) const;
+    [[nodiscard]] Goods& goods() { return m_goods; }
+    [[nodiscard]] RequestLog& log() { return m_log; }
 
-    [[nodiscard]] bool hasPage() const { return options_.page; }
-    [[nodiscard]] Goods& goods() { return goods_; }
-    [[nodiscard]] RequestLog& log() { return log_; }
-
-    /// Back to the start of the scenario: keys, behaviours, goods, modules, an empty log. Ports stay.
+    /// Back to the start of the scenario: behaviours, goods, modules, counts, an empty log. Ports stay.
     void reset();
-    /// What a start for `scenario` would have to say in options, "--sites 5 --tls"; empty when play() will
-    /// do.
-    [[nodiscard]] QString missing(const Scenario& scenario) const;
-    /// Goes over to another scenario as if it had been there from the start; servers beyond its counts refuse
-    /// connections, and nobody lists those sites. `name` is told by state(). Throws InputError, with nothing
-    /// changed, when it needs other servers than those that run.
-    void play(Scenario scenario, const QString& name);
+    /// What a start for a valid scenario would have to say in options, "--sites 5 --tls"; empty when play()
+    /// will do.
+    [[nodiscard]] QString missing(const QJsonObject& scenario) const;
+    /// Goes over to another valid scenario as if it had been there from the start; servers beyond its counts
+    /// refuse connections, and nobody lists those sites. `name` is told by state(). Throws InputError, with
+    /// nothing changed, when it needs other servers than those that run.
+    void play(QJsonObject scenario, const QString& name);
 
 private:
-    enum class Role { Operator, Site, Module };
-
-    void addServers(Role role, int count, const Scenario& scenario);
-    [[nodiscard]] std::unique_ptr<Api> makeApi(Role role, const std::string& name, int number);
-    [[nodiscard]] ModuleSetup moduleSetup(const std::string& name, int number) const;
-    [[nodiscard]] std::vector<std::string> keysOf(const std::string& name) const;
-    [[nodiscard]] QStringList listedSites(const std::string& operatorName) const;
-    [[nodiscard]] const ServerSetup& setupOf(const std::string& name) const;
-    [[nodiscard]] QJsonArray describe(Role role) const;
-    [[nodiscard]] QJsonObject moduleStatus(const std::string& name) const;
-    void takeOver(Scenario scenario, const QString& where);
-    void checkNames(const Scenario& scenario, const QString& where) const;
-    void checkSameServers(const Scenario& scenario) const;
-    void leaveOutSurplus(Scenario& scenario) const;
-    [[nodiscard]] int count(Role role) const;
-    [[nodiscard]] bool isTls() const { return certificates_ != nullptr; }
-
     struct Entry
     {
         Role role;
@@ -73,19 +62,30 @@ private:
         std::unique_ptr<SimulatedServer> server;
     };
 
-    boost::asio::io_context& io_;
-    Options options_;
-    Scenario scenario_;
-    QString playing_;  ///< its name, empty for one that has none
-    std::vector<std::string> keys_;
-    const Goods packedGoods_;
-    Goods goods_;
-    std::unique_ptr<Certificates> certificates_;
-    RequestLog log_;
-    std::vector<Entry> servers_;
-    std::map<std::string, ModuleApi*> modules_;
-    std::unique_ptr<AdminApi> admin_;
-    std::unique_ptr<Listener> adminListener_;
+    void addServers(Role role, const QJsonObject& scenario);
+    [[nodiscard]] Api makeApi(const Entry& entry);
+    [[nodiscard]] ModuleSetup moduleSetup(const Entry& entry) const;
+    [[nodiscard]] QStringList listedSites(const QString& operatorName) const;
+    [[nodiscard]] QJsonValue setupOf(const QString& name) const;
+    [[nodiscard]] QJsonArray describe(Role role) const;
+    void start(const QJsonObject& scenario, const QString& where);
+    void checkNames(const QJsonObject& scenario, const QString& where) const;
+    void checkSameServers(const QJsonObject& scenario) const;
+    void closeSurplus(QJsonObject& scenario) const;
+    [[nodiscard]] int count(Role role) const;
+
+    boost::asio::io_context& m_io;
+    Options m_options;
+    HostAddress m_address;
+    QJsonObject m_scenario;
+    QString m_playing;  ///< its name, empty for one that has none
+    QStringList m_keys;
+    const Goods m_packedGoods;
+    Goods m_goods;
+    std::unique_ptr<Certificates> m_certificates;  ///< null without TLS
+    RequestLog m_log;
+    std::vector<Entry> m_servers;
+    std::map<QString, std::unique_ptr<ModuleApi>> m_modules;
 };
 
 }  // namespace marksim

@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <map>
-#include <numeric>
 
-#include "benchmarks/benchmarks.h"
-#include "benchmarks/plugin/barerequest.h"
+#include "benchmarks/figure.h"
+#include "benchmarks/plugin/bareclient.h"
 #include "benchmarks/plugin/servers.h"
 #include "benchmarks/plugin/till.h"
 #include "benchmarks/result/replies.h"
@@ -12,140 +11,83 @@ namespace bench {
 
 namespace {
 
-constexpr int SiteCount = 6;
+constexpr int siteCount = 6;
 
-/// Times of one system, in microseconds.
+/// Times of one system, in microseconds: the check that meets the fault, and those that follow.
 struct Times
 {
-    std::vector<double> first, next;
+    std::vector<double> first, following;
 };
 
-double timeOf(const std::function<void()>& work)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
-}
-
-void record(Times& times, const std::function<double()>& check)
+void measure(Times& times, const std::function<double()>& check)
 {
     times.first.push_back(check());
     for (int i = 0; i < 8; ++i) {
-        times.next.push_back(check());
+        times.following.push_back(check());
     }
 }
 
-/// Every order of so many things has its round, and after the last one the first again.
-std::vector<size_t> orderOf(size_t things, int round)
-{
-    std::vector<size_t> order(things);
-    std::iota(order.begin(), order.end(), 0);
-    for (int i = 0; i < round; ++i) {
-        std::next_permutation(order.begin(), order.end());
-    }
-    return order;
-}
-
-/// One cell once: each system starts afresh, meets the fault, and goes on.
+/// Each system starts afresh, meets the fault and goes on. Another one is first in every round: it matters
+/// who comes first after the fault.
 void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QString, Times>& times)
 {
     const QList<MarkingCode> codes = codesOf(1);
-    const QByteArray body = Till::bodyOf(codes);
+    const QByteArray body = BareClient::bodyOf(codes);
     const LoadBalancer nginx(Balancer::Nginx, sites), haproxy(Balancer::HaProxy, sites);
-    std::vector<QByteArray> urls;
-    urls.reserve(static_cast<size_t>(sites.count()));
+    std::vector<QString> urls;
+    urls.reserve(size_t(sites.count()));
     for (int site = 0; site < sites.count(); ++site) {
-        urls.push_back(sites.checkUrl(site).toUtf8());
+        urls.push_back(sites.checkUrl(site));
     }
     BareClient toNginx, toHaproxy, toSites;
-    Till till(sites.operatorUrl());
-    for (int warm = 0; warm < 2; ++warm) {  // a till that has been in use
+    Till till(sites);
+    for (int warmUp = 0; warmUp < 2; ++warmUp) {
         till.check(codes);
         toSites.walk(urls, body);
-        toNginx.get(nginx.ownUrl());
-        toHaproxy.get(haproxy.ownUrl());
+        toNginx.post(nginx.ownUrl(), body);
+        toHaproxy.post(haproxy.ownUrl(), body);
     }
     sites.spoil(fault, dead);
-    // In every order: it matters who is first after the fault, and how busy the one before was.
+    const auto post = [&body](BareClient& client, const QString& url) {
+        return [&client, &body, url] { return microseconds([&] { client.post(url, body); }); };
+    };
     std::vector<std::function<void()>> turns = {
-        [&] { record(times["plug-in"], [&] { return till.check(codes); }); },
-        [&] {
-            record(times["nginx"], [&] { return timeOf([&] { toNginx.post(nginx.checkUrl(), body); }); });
-        },
-        [&] {
-            record(times["haproxy"],
-                   [&] { return timeOf([&] { toHaproxy.post(haproxy.checkUrl(), body); }); });
-        }};
-    if (fault != Sites::Fault::Silence) {  // the same limits would be waited for, eight more times
-        turns.emplace_back([&] { times["walk"].first.push_back(timeOf([&] { toSites.walk(urls, body); })); });
-    }
-    for (const size_t turn : orderOf(turns.size(), round)) {
-        turns[turn]();
+        [&] { measure(times["plug-in"], [&] { return till.check(codes); }); },
+        [&] { measure(times["nginx"], post(toNginx, nginx.checkUrl())); },
+        [&] { measure(times["HAProxy"], post(toHaproxy, haproxy.checkUrl())); },
+        [&] { times["libcurl"].first.push_back(microseconds([&] { toSites.walk(urls, body); })); }};
+    std::rotate(turns.begin(), turns.begin() + round % static_cast<int>(turns.size()), turns.end());
+    for (const auto& turn : turns) {
+        turn();
     }
     sites.repair();
-}
-
-Row rowAgainst(const QString& what, double ours, double other)
-{
-    Row row;
-    row.what = what;
-    row.unit = "ms";
-    row.ours = ours / 1000;
-    row.other = other / 1000;
-    return row;
-}
-
-Row rowOf(const QString& what, double ours, double nginx, double haproxy)
-{
-    Row row = rowAgainst(what, ours, std::min(nginx, haproxy));
-    row.goal = 1.0;
-    row.note = QStringLiteral("nginx %1 ms, HAProxy %2 ms")
-                   .arg(nginx / 1000, 0, 'g', 3)
-                   .arg(haproxy / 1000, 0, 'g', 3);
-    return row;
 }
 
 }  // namespace
 
 Figure measureFailover()
 {
-    Figure figure{"failover",
-                  "Time to a verdict while sites are dead, against the faster of two load balancers",
-                  "plug-in",
-                  "load balancer",
-                  {}};
-    struct Kind
-    {
-        Sites::Fault fault;
-        QString name;
-        int rounds;
-    };
-    Sites sites(SiteCount);
+    Figure figure{"A check of one code while sites are dead, against load balancers and a bare libcurl walk",
+                  "plug-in", "other"};
+    Sites sites(siteCount);
     sites.setReply(replyFor(codesOf(1)));
-    std::map<QString, Times> calm;
-    for (int round = 0; round < 12; ++round) {
-        play(sites, Sites::Fault::Answer500, 0, round, calm);
-    }
-    for (const Kind& kind :
-         {Kind{Sites::Fault::Refuse, "refuse", 48}, Kind{Sites::Fault::Answer500, "say 500", 48},
-          Kind{Sites::Fault::Silence, "are silent", 1}}) {
+    const std::tuple<Sites::Fault, const char*, int> faults[] = {{Sites::Fault::Refuse, "refuse", 24},
+                                                                 {Sites::Fault::Answer500, "say 500", 24},
+                                                                 {Sites::Fault::Silence, "are silent", 1}};
+    for (const auto& [fault, name, rounds] : faults) {
         for (const int dead : {1, 2, 5}) {
             std::map<QString, Times> times;
-            for (int round = 0; round < kind.rounds; ++round) {
-                play(sites, kind.fault, dead, round, times);
+            for (int round = 0; round < rounds; ++round) {
+                play(sites, fault, dead, round, times);
             }
-            const QString what = QStringLiteral("%1 of 6 %2, ").arg(dead).arg(kind.name);
-            figure.rows.push_back(rowOf(what + "first check", median(times["plug-in"].first),
-                                        median(times["nginx"].first), median(times["haproxy"].first)));
-            figure.rows.push_back(rowOf(what + "next checks", median(times["plug-in"].next),
-                                        median(times["nginx"].next), median(times["haproxy"].next)));
-            figure.rows.push_back(rowAgainst(what + "next against calm", median(times["plug-in"].next),
-                                             median(calm["plug-in"].next)));
-            if (!times["walk"].first.empty()) {
-                figure.rows.push_back(rowAgainst(what + "first against a bare walk",
-                                                 median(times["plug-in"].first),
-                                                 median(times["walk"].first)));
+            const QString what = QStringLiteral("%1 of 6 %2, ").arg(dead).arg(name);
+            const Times& ours = times["plug-in"];
+            for (const char* other : {"nginx", "HAProxy"}) {
+                figure.rows.push_back({what + "following checks, " + other, median(ours.following),
+                                       median(times[other].following), 1.0});
             }
+            figure.rows.push_back(
+                {what + "first check, libcurl", median(ours.first), median(times["libcurl"].first), 1.25});
         }
     }
     return figure;

@@ -4,36 +4,33 @@
 #include <stdexcept>
 #include <thread>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTcpServer>
+#include <QTcpSocket>
 
 namespace bench {
 
 namespace {
 
-sockaddr_in loopback(int port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    return address;
-}
-
 bool isOpen(int port)
 {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = loopback(port);
-    const bool open = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    ::close(fd);
-    return open;
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
+    return socket.waitForConnected();
+}
+
+/// A port that is free at this moment.
+int freePort()
+{
+    QTcpServer server;
+    if (!server.listen(QHostAddress::LocalHost)) {
+        throw std::runtime_error("no free port");
+    }
+    return server.serverPort();
 }
 
 void write(const QString& path, const QByteArray& content)
@@ -63,19 +60,6 @@ QString nginxConfiguration(const QString& folder, int number, const QString& htt
 
 }  // namespace
 
-int freePort()
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = loopback(0);
-    socklen_t size = sizeof address;
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-        throw std::runtime_error("no free port");
-    }
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
 Server::Server(const QString& program, const QStringList& arguments, int port)
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
@@ -94,21 +78,18 @@ Server::Server(const QString& program, const QStringList& arguments, int port)
 
 Server::~Server()
 {
-    thaw();
     m_process.kill();
     m_process.waitForFinished();
 }
 
-void Server::signal(bool run)
+void Server::freeze()
 {
-    if (m_process.processId() > 0) {
-        ::kill(static_cast<pid_t>(m_process.processId()), run ? SIGCONT : SIGSTOP);
-    }
+    ::kill(static_cast<pid_t>(m_process.processId()), SIGSTOP);
 }
 
-Sites::Sites(int count)
-    : m_servers(static_cast<size_t>(count))
-    , m_frozen(static_cast<size_t>(count), false)
+Sites::Sites(int count, Speed speed)
+    : m_speed(speed)
+    , m_servers(static_cast<size_t>(count))
 {
     QJsonArray hosts;
     for (int site = 0; site < count; ++site) {
@@ -118,16 +99,42 @@ Sites::Sites(int count)
     write(m_folder.filePath("info.json"),
           QJsonDocument(QJsonObject{{"code", 0}, {"description", "ok"}, {"hosts", hosts}}).toJson());
     setReply("{}");
+    if (speed == Speed::EncryptedAfter10Ms) {
+        QProcess openssl;  // quiet
+        openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
+                                  "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout",
+                                  m_folder.filePath("key.pem"), "-out", caFile()});
+        openssl.waitForFinished();
+    }
     for (int site = 0; site < count; ++site) {
         start(site);
     }
 }
 
+QString Sites::caFile() const
+{
+    return m_speed == Speed::EncryptedAfter10Ms ? m_folder.filePath("certificate.pem") : QString();
+}
+
+QString Sites::url(int site) const
+{
+    return (m_speed == Speed::AtOnce ? "http://127.0.0.1:" : "https://127.0.0.1:") +
+           QString::number(port(site));
+}
+
 void Sites::start(int site)
 {
+    const bool isSlow = m_speed == Speed::EncryptedAfter10Ms;
+    const QString encryption = QStringLiteral(" ssl;\n    ssl_certificate %1/certificate.pem;\n"
+                                              "    ssl_certificate_key %1/key.pem")
+                                   .arg(m_folder.path());
+    const QString delay =
+        QStringLiteral("    location = %1 {\n      echo_read_request_body; echo_sleep 0.010;\n"
+                       "      echo_exec /answer; }\n")
+            .arg(checkPath);
     const QString configuration = m_folder.filePath(QString::number(site) + ".conf");
     const QString http =
-        QStringLiteral("  server {\n    listen 127.0.0.1:%1;\n"
+        QStringLiteral("  server {\n    listen 127.0.0.1:%1%6;\n%7"
                        "    location = /api/v4/true-api/cdn/info { alias %2/info.json; }\n"
                        "    location = /api/v4/true-api/cdn/health/check {\n"
                        "      echo_sleep %3; echo '{\"code\":0,\"description\":\"ok\",\"avgTimeMs\":1}'; }\n"
@@ -138,8 +145,9 @@ void Sites::start(int site)
             .arg(m_ports[static_cast<size_t>(site)])
             .arg(m_folder.path())
             .arg(0.001 + 0.015 * site)
-            .arg(CheckPath)
-            .arg(site);
+            .arg(isSlow ? "/answer" : checkPath)
+            .arg(site)
+            .arg(isSlow ? encryption : QString(), isSlow ? delay : QString());
     write(configuration, nginxConfiguration(m_folder.path(), site, http).toUtf8());
     m_servers[static_cast<size_t>(site)] =
         std::make_unique<Server>("nginx", QStringList{"-c", configuration}, port(site));
@@ -149,9 +157,9 @@ void Sites::setReply(const QByteArray& reply)
 {
     write(m_folder.filePath("reply.json"), reply);
     // A POST is answered with the file by way of the path that it is sent to, which has to be there.
-    const QString path = m_folder.path() + CheckPath;
-    QDir().mkpath(path.section('/', 0, -2));
-    write(path, "{}");
+    QDir(m_folder.path()).mkpath(QString(checkPath).section('/', 1, -2));
+    write(m_folder.path() + checkPath, "{}");
+    write(m_folder.filePath("answer"), "{}");
 }
 
 void Sites::spoil(Fault fault, int count)
@@ -166,7 +174,6 @@ void Sites::spoil(Fault fault, int count)
             break;
         case Fault::Silence:
             m_servers[site]->freeze();
-            m_frozen[site] = true;
             break;
         }
     }
@@ -174,15 +181,10 @@ void Sites::spoil(Fault fault, int count)
 
 void Sites::repair()
 {
-    for (size_t site = 0; site < m_servers.size(); ++site) {
+    for (int site = 0; site < count(); ++site) {
         QFile::remove(m_folder.filePath("spoiled-" + QString::number(site)));
-        if (m_frozen[site]) {
-            m_servers[site]->thaw();
-            m_frozen[site] = false;
-        }
-        if (!m_servers[site]) {
-            start(static_cast<int>(site));
-        }
+        m_servers[static_cast<size_t>(site)].reset();
+        start(site);
     }
 }
 
@@ -231,7 +233,7 @@ LoadBalancer::LoadBalancer(Balancer kind, const Sites& sites)
 
 QString LoadBalancer::checkUrl() const
 {
-    return "http://127.0.0.1:" + QString::number(m_port) + Sites::CheckPath;
+    return "http://127.0.0.1:" + QString::number(m_port) + Sites::checkPath;
 }
 
 QString LoadBalancer::ownUrl() const

@@ -20,12 +20,9 @@ public:
     Server& operator=(const Server&) = delete;
 
     /// Stops it where it is, as a machine that hangs: connections are accepted by the system, nobody answers.
-    void freeze() { signal(false); }
-    void thaw() { signal(true); }
+    void freeze();
 
 private:
-    void signal(bool run);
-
     QProcess m_process;
 };
 
@@ -34,13 +31,18 @@ class Sites
 {
 public:
     enum class Fault { Refuse, Answer500, Silence };
+    enum class Speed { AtOnce, EncryptedAfter10Ms };
 
     /// The list of sites names all of them; the probe of each takes some milliseconds more than that of the
     /// one before, so that a client which measures them keeps their order.
-    explicit Sites(int count);
+    explicit Sites(int count, Speed speed = Speed::AtOnce);
+
+    [[nodiscard]] Speed speed() const { return m_speed; }
+    /// PEM file with the certificate of the sites that encrypt; empty for others.
+    [[nodiscard]] QString caFile() const;
 
     [[nodiscard]] QString operatorUrl() const { return url(0); }
-    [[nodiscard]] QString checkUrl(int site) const { return url(site) + CheckPath; }
+    [[nodiscard]] QString checkUrl(int site) const { return url(site) + checkPath; }
     [[nodiscard]] int port(int site) const { return m_ports[static_cast<size_t>(site)]; }
     [[nodiscard]] int count() const { return static_cast<int>(m_ports.size()); }
 
@@ -52,16 +54,16 @@ public:
     /// All are well again.
     void repair();
 
-    static constexpr auto CheckPath = "/api/v4/true-api/codes/check";
+    static constexpr auto checkPath = "/api/v4/true-api/codes/check";
 
 private:
     void start(int site);
-    [[nodiscard]] QString url(int site) const { return "http://127.0.0.1:" + QString::number(port(site)); }
+    [[nodiscard]] QString url(int site) const;
 
+    const Speed m_speed;
     QTemporaryDir m_folder;
     std::vector<int> m_ports;
     std::vector<std::unique_ptr<Server>> m_servers;
-    std::vector<bool> m_frozen;
 };
 
 /// A load balancer in front of the sites, set up to fail over as they would be.
@@ -81,8 +83,5 @@ private:
     int m_port = 0;
     std::unique_ptr<Server> m_server;
 };
-
-/// A port that is free at this moment.
-[[nodiscard]] int freePort();
 
 }  // namespace bench

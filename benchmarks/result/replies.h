@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 
+#include "result/checkmarkingcodesresult.h"
 #include <utils/markingcode.h>
 
 namespace bench {
@@ -15,5 +16,9 @@ namespace bench {
 [[nodiscard]] QByteArray replyFor(const QList<MarkingCode>& codes);
 /// The same, but it refuses them.
 [[nodiscard]] QByteArray refusalFor(const QList<MarkingCode>& codes);
+
+/// A complete reply with status 200.
+[[nodiscard]] http::Response responseOf(const QByteArray& body);
+[[nodiscard]] CheckMarkingCodesResult resultOf(const QByteArray& body);
 
 }  // namespace bench

@@ -1,52 +1,121 @@
 #include <config/config.h>
 
-#include <algorithm>
-#include <array>
 #include <mutex>
-#include <optional>
 #include <shared_mutex>
 #include <utility>
 
-// Texts are UTF-8 throughout: the parts that convert to wide characters, and Debian's library with them, are
-// not wanted.
-#define SI_NO_CONVERSION
-#define SI_IMPLEMENTATION
-#include <SimpleIni.h>
 #include <fnmatch.h>
 #include <locale.h>
 
 #include <QFile>
-
-#include <config/inilines.h>
+#include <QHash>
+#include <QStringDecoder>
 
 template class Singleton<Config>;
 
 namespace {
 
-struct Key
+constexpr auto byteOrderMark = "\xEF\xBB\xBF";
+
+/// What a file or the host has set, in that order. A key is "<section>:<name>": a section's name may hold
+/// colons, that of a setting may not.
+struct Settings
 {
-    QByteArray section;
-    QByteArray name;
+    void addSection(const QString& section)
+    {
+        if (!sections.contains(section)) {
+            sections.append(section);
+        }
+    }
+    void set(const QString& key, const QString& value)
+    {
+        if (!values.contains(key)) {
+            keys.append(key);
+        }
+        values.insert(key, value);
+    }
+
+    QStringList sections;
+    QStringList keys;
+    QHash<QString, QString> values;
+    QHash<QString, QList<int>> lines;  ///< of the file, by key, and by "<section>:" for the section itself
 };
 
-/// Empty when `key` has no colon. A section's name may hold colons, a key's name may not.
-std::optional<Key> split(const QString& key)
+/// Without the blanks around it: others, such as a vertical tab, belong to the text.
+QStringView withoutBlanks(QStringView text)
 {
-    const qsizetype colon = key.lastIndexOf(u':');
-    if (colon < 0) {
-        return std::nullopt;
+    const auto isBlank = [](QChar c) { return c == u' ' || c == u'\t'; };
+    while (!text.isEmpty() && isBlank(text.front())) {
+        text = text.sliced(1);
     }
-    return Key{key.first(colon).toUtf8(), key.sliced(colon + 1).toUtf8()};
+    while (!text.isEmpty() && isBlank(text.back())) {
+        text.chop(1);
+    }
+    return text;
 }
 
-QStringList inFileOrder(CSimpleIniCaseA::TNamesDepend names)
+bool isComment(QStringView line)
 {
-    names.sort(CSimpleIniCaseA::Entry::LoadOrder());
-    QStringList texts;
-    for (const auto& name : names) {
-        texts.append(QString::fromUtf8(name.pItem));
+    return line.isEmpty() || line.front() == u';' || line.front() == u'#';
+}
+
+/// Each of these adds what a line says; they give what is wrong with it, in Russian, or nothing.
+QString addSection(QStringView line, int number, Settings& settings, QString& section)
+{
+    const qsizetype end = line.indexOf(u']');
+    if (end < 0) {
+        return QStringLiteral("нет \"]\" в конце имени секции");
     }
-    return texts;
+    section = withoutBlanks(line.sliced(1, end - 1)).toString();
+    if (section.isEmpty()) {
+        return QStringLiteral("у секции нет имени");
+    }
+    if (!isComment(withoutBlanks(line.sliced(end + 1)))) {
+        return QStringLiteral("лишний текст после имени секции");
+    }
+    settings.addSection(section);
+    settings.lines[section + u':'].append(number);
+    return {};
+}
+
+QString addSetting(QStringView line, int number, Settings& settings, const QString& section)
+{
+    const qsizetype end = line.indexOf(u'=');
+    if (end < 0) {
+        return QStringLiteral("строка не является ни секцией, ни параметром, ни комментарием");
+    }
+    const QStringView name = withoutBlanks(line.first(end));
+    if (name.isEmpty()) {
+        return QStringLiteral("у параметра нет имени");
+    }
+    if (name.contains(u':')) {  // nobody could ask for it
+        return QStringLiteral("двоеточие в имени параметра");
+    }
+    if (section.isEmpty()) {
+        return QStringLiteral("параметр стоит до первой секции");
+    }
+    const QString key = section + u':' + name.toString();
+    settings.set(key, withoutBlanks(line.sliced(end + 1)).toString());
+    settings.lines[key].append(number);
+    return {};
+}
+
+QString addLine(const QByteArray& bytes, int number, Settings& settings, QString& section)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder(bytes);
+    if (bytes.contains('\0') || decoder.hasError()) {
+        return QStringLiteral("текст не в кодировке UTF-8");
+    }
+    const QStringView line = withoutBlanks(text);
+    if (isComment(line)) {
+        return {};
+    }
+    if (bytes.contains(byteOrderMark)) {  // what holds it is not what it looks like
+        return QStringLiteral("метка порядка байтов (BOM) не в начале файла");
+    }
+    return line.front() == u'[' ? addSection(line, number, settings, section)
+                                : addSetting(line, number, settings, section);
 }
 
 /// fnmatch() in UTF-8 whatever the locale of the process, so that "?" is one character.
@@ -61,40 +130,42 @@ bool matches(const QByteArray& pattern, const QByteArray& name)
     return match;
 }
 
-bool fail(QString* error, const QString& text)
+/// Takes in the lines of the file. What is wrong with it, or nothing.
+QString read(QFile& file, Settings& settings)
 {
-    if (error != nullptr) {
-        *error = text;
+    QByteArray text;
+    if (file.open(QIODevice::ReadOnly)) {
+        text = file.readAll();
     }
-    return false;
+    if (file.error() != QFile::NoError) {
+        return QStringLiteral(" %1").arg(file.errorString());
+    }
+    if (text.startsWith(byteOrderMark)) {
+        text.remove(0, 3);
+    }
+    QString section;
+    int number = 0;
+    for (const QByteArray& line : text.replace("\r\n", "\n").replace('\r', '\n').split('\n')) {
+        ++number;
+        if (const QString fault = addLine(line, number, settings, section); !fault.isEmpty()) {
+            return QStringLiteral("%1: %2").arg(QString::number(number), fault);
+        }
+    }
+    return {};
 }
 
 }  // namespace
 
 struct Config::State
 {
-    std::shared_mutex mutex;
-    /// In place of a fresh reading: SimpleIni adds to what it holds.
-    std::unique_ptr<CSimpleIniCaseA> ini = newIni();
-
-    static std::unique_ptr<CSimpleIniCaseA> newIni()
+    QString value(const QString& key, const QString& fallback = {})
     {
-        auto fresh =
-            std::make_unique<CSimpleIniCaseA>(/*utf8*/ true, /*multiKey*/ false, /*multiLine*/ false);
-        fresh->SetQuotes(false);
-        return fresh;
-    }
-
-    std::optional<QString> value(const QString& key)
-    {
-        const auto parts = split(key);
-        if (!parts) {
-            return std::nullopt;
-        }
         const std::shared_lock lock(mutex);
-        const char* found = ini->GetValue(parts->section.constData(), parts->name.constData());
-        return found == nullptr ? std::nullopt : std::optional(QString::fromUtf8(found));
+        return settings.values.value(key, fallback);
     }
+
+    std::shared_mutex mutex;
+    Settings settings;
 };
 
 Config::Config()
@@ -104,104 +175,99 @@ Config::Config()
 
 Config::~Config() = default;
 
-bool Config::load(const QString& file, QString* error)
+bool Config::load(const QString& path, QString* error)
 {
-    QFile source(file);
-    if (!source.open(QIODevice::ReadOnly)) {
-        return fail(error, QStringLiteral("%1: %2").arg(file, source.errorString()));
-    }
-    QByteArray text = source.readAll();
-    if (source.error() != QFile::NoError) {
-        return fail(error, QStringLiteral("%1: %2").arg(file, source.errorString()));
-    }
-    if (text.startsWith("\xEF\xBB\xBF")) {
-        text.remove(0, 3);
-    }
-    if (const QString fault = faultOfIni(text); !fault.isEmpty()) {
-        return fail(error, QStringLiteral("%1:%2").arg(file, fault));
-    }
-    auto fresh = State::newIni();
-    if (fresh->LoadData(text.constData(), size_t(text.size())) < 0) {
-        return fail(error, QStringLiteral("%1: недостаточно памяти").arg(file));
+    QFile file(path);
+    Settings settings;
+    if (const QString fault = read(file, settings); !fault.isEmpty()) {
+        if (error != nullptr) {
+            *error = path + u':' + fault;
+        }
+        return false;
     }
     const std::unique_lock lock(m_state->mutex);
-    m_state->ini.swap(fresh);
+    m_state->settings = std::move(settings);
     return true;
 }
 
 void Config::setValue(const QString& key, const QString& value)
 {
-    if (const auto parts = split(key)) {
-        const std::unique_lock lock(m_state->mutex);
-        m_state->ini->SetValue(parts->section.constData(), parts->name.constData(),
-                               value.toUtf8().constData());
+    const qsizetype colon = key.lastIndexOf(u':');
+    if (colon < 0) {
+        return;
     }
+    const std::unique_lock lock(m_state->mutex);
+    m_state->settings.addSection(key.first(colon));
+    // Copies of the characters: literals lie in a plug-in library that may be unloaded.
+    m_state->settings.set(QStringView(key).toString(), QStringView(value).toString());
 }
 
 void Config::clear()
 {
-    auto fresh = State::newIni();
     const std::unique_lock lock(m_state->mutex);
-    m_state->ini.swap(fresh);
+    m_state->settings = {};
 }
 
 QStringList Config::sections(const QString& wildcard) const
 {
-    CSimpleIniCaseA::TNamesDepend names;
-    const std::shared_lock lock(m_state->mutex);
-    m_state->ini->GetAllSections(names);
-    QStringList matching = inFileOrder(std::move(names));
     const QByteArray pattern = wildcard.toUtf8();
+    const std::shared_lock lock(m_state->mutex);
+    QStringList matching = m_state->settings.sections;
     matching.removeIf([&](const QString& name) { return !matches(pattern, name.toUtf8()); });
     return matching;
 }
 
 QStringList Config::keys(const QString& section) const
 {
-    CSimpleIniCaseA::TNamesDepend names;
+    QStringList names;
     const std::shared_lock lock(m_state->mutex);
-    m_state->ini->GetAllKeys(section.toUtf8().constData(), names);
-    return inFileOrder(std::move(names));
+    for (const QString& key : m_state->settings.keys) {
+        const qsizetype colon = key.lastIndexOf(u':');
+        if (key.first(colon) == section) {
+            names.append(key.sliced(colon + 1));
+        }
+    }
+    return names;
 }
 
 bool Config::contains(const QString& key) const
 {
-    return m_state->value(key).has_value();
+    const std::shared_lock lock(m_state->mutex);
+    return m_state->settings.values.contains(key);
+}
+
+QList<int> Config::lines(const QString& section, const QString& key) const
+{
+    const std::shared_lock lock(m_state->mutex);
+    return m_state->settings.lines.value(section + u':' + key);
 }
 
 QString Config::getString(const QString& key, const QString& fallback) const
 {
-    return m_state->value(key).value_or(fallback);
+    return m_state->value(key, fallback);
 }
 
 int Config::getInt(const QString& key, int fallback) const
 {
     bool isNumber = false;
-    const int number = m_state->value(key).value_or(QString()).toInt(&isNumber);
+    const int number = m_state->value(key).toInt(&isNumber);
     return isNumber ? number : fallback;
 }
 
 bool Config::getBool(const QString& key, bool fallback) const
 {
-    static constexpr std::array trueWords = {u"true", u"yes", u"on", u"1"};
-    static constexpr std::array falseWords = {u"false", u"no", u"off", u"0"};
-    const QString value = m_state->value(key).value_or(QString());
-    const auto isValue = [&](const char16_t* word) {
-        return value.compare(QStringView(word), Qt::CaseInsensitive) == 0;
-    };
-    if (std::any_of(trueWords.begin(), trueWords.end(), isValue)) {
-        return true;
-    }
-    if (std::any_of(falseWords.begin(), falseWords.end(), isValue)) {
-        return false;
-    }
-    return fallback;
+    // Never destroyed, like the settings.
+    static const auto* const words = new QHash<QString, bool>{
+        {QStringLiteral("true"), true},   {QStringLiteral("yes"), true}, {QStringLiteral("on"), true},
+        {QStringLiteral("1"), true},      {QStringLiteral("no"), false}, {QStringLiteral("off"), false},
+        {QStringLiteral("false"), false}, {QStringLiteral("0"), false}};
+    return words->value(m_state->value(key).toCaseFolded(), fallback);
 }
 
 QStringList Config::getList(const QString& key) const
 {
     QStringList parts;
-    for (const QString& part : m_state->value(key).value_or(QString()).split(u',')) {
+    for (const QString& part : m_state->value(key).split(u',')) {
         if (const QString trimmed = part.trimmed(); !trimmed.isEmpty()) {
             parts.append(trimmed);
         }

@@ -1,64 +1,83 @@
 #include <log4qt/logmanager.h>
 
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 
-#include <log4qt/logoutput.h>
-#include <spdlog/logger.h>
+#include <QFile>
+#include <QHash>
+
+#include <log4qt/linequeue.h>
+#include <log4qt/secretmask.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <utils/observerslot.h>
+#include <utils/printable.h>
 
 namespace Log4Qt {
 
 namespace {
 
-/// The loggers by name. Never destroyed, so that their pointers stay valid to the very end of the process.
-struct Loggers
+/// Throws spdlog::spdlog_ex when the file cannot be opened.
+LineQueue::Sink openSink(const LogSettings& settings)
 {
-    std::mutex mutex;
-    spdlog::level::level_enum written = LogOutput::spdlogLevel(LogSettings{}.level);
-    spdlog::level::level_enum watched = spdlog::level::off;
-    struct Entry
-    {
-        std::shared_ptr<spdlog::logger> sink;
-        std::unique_ptr<Logger> logger;
-    };
-    std::map<QString, Entry> byName;
-
-    [[nodiscard]] spdlog::level::level_enum level() const { return std::min(written, watched); }
-    void applyLevel()
-    {
-        for (auto& [name, entry] : byName) {
-            entry.sink->set_level(level());
-        }
+    LineQueue::Sink sink;
+    if (settings.file.isEmpty()) {
+        sink = std::make_shared<spdlog::sinks::stderr_color_sink_mt>(spdlog::color_mode::automatic);
+    } else {
+        sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(
+            QFile::encodeName(settings.file).toStdString());
     }
+    sink->set_pattern(settings.pattern.toStdString());
+    return sink;
+}
+
+spdlog::level::level_enum spdlogLevel(Level level)
+{
+    static_assert(int(Level::Trace) == spdlog::level::trace && int(Level::Warn) == spdlog::level::warn &&
+                  int(Level::Fatal) == spdlog::level::critical && int(Level::Off) == spdlog::level::off);
+    return static_cast<spdlog::level::level_enum>(level);
+}
+
+/// Where the lines of all loggers go.
+struct Output
+{
+    SecretMask mask;
+    std::atomic<bool> showsSecrets = false;
+    std::atomic<Level> writtenFrom = LogSettings{}.level;
+    std::atomic<Level> watchedFrom = Level::Off;
+    LineQueue queue{openSink({})};
+    std::mutex settingsMutex;
+    LogSettings settings;  // in force
+    ObserverSlot<LogRecord> watcher;
 };
 
-Loggers& loggers()
+/// Never destroyed: lines may be logged until the process is gone.
+Output& output()
 {
-    static auto* const all = new Loggers;
-    return *all;
+    static auto* const instance = new Output;
+    return *instance;
 }
 
 }  // namespace
 
 Logger* LogManager::logger(const QString& name)
 {
-    Loggers& all = loggers();
-    const std::lock_guard lock(all.mutex);
-    const auto known = all.byName.find(name);
-    if (known != all.byName.end()) {
-        return known->second.logger.get();
+    // Never destroyed, so that the pointers stay valid to the very end of the process.
+    static auto* const mutex = new std::mutex;
+    static auto* const loggers = new std::map<QString, Logger>;
+    const std::lock_guard lock(*mutex);
+    const auto known = loggers->find(name);
+    if (known != loggers->end()) {
+        return &known->second;
     }
     // A copy of the characters: a name that is a literal lies in a plug-in library that may be unloaded.
     const QString owned(name.constData(), name.size());
-    Loggers::Entry& entry = all.byName[owned];
-    entry.sink = LogOutput::instance().createLogger(owned);
-    entry.sink->set_level(all.level());
-    entry.logger = std::make_unique<Logger>(owned, entry.sink);
-    return entry.logger.get();
+    return &loggers->try_emplace(owned, owned).first->second;
 }
 
 Logger* LogManager::logger(const QString& name, const QString& second)
@@ -68,52 +87,80 @@ Logger* LogManager::logger(const QString& name, const QString& second)
 
 bool LogManager::configure(const LogSettings& settings, QString* error)
 {
-    Loggers& all = loggers();
-    const std::lock_guard lock(all.mutex);
-    if (!LogOutput::instance().configure(settings, error)) {
+    try {
+        const std::lock_guard lock(output().settingsMutex);
+        output().queue.setSink(openSink(settings));
+        output().settings = settings;
+        output().writtenFrom = settings.level;
+        output().showsSecrets = settings.secrets;
+        return true;
+    } catch (const spdlog::spdlog_ex& e) {
+        if (error != nullptr) {
+            *error = QStringLiteral("Не удалось открыть файл журнала %1 (%2)")
+                         .arg(settings.file, QString::fromLocal8Bit(e.what()));
+        }
         return false;
     }
-    all.written = LogOutput::spdlogLevel(settings.level);
-    all.applyLevel();
-    return true;
+}
+
+bool LogManager::reopen(QString* error)
+{
+    std::unique_lock lock(output().settingsMutex);
+    const LogSettings settings = output().settings;
+    lock.unlock();
+    return settings.file.isEmpty() || configure(settings, error);
+}
+
+bool LogManager::flush(std::chrono::milliseconds limit)
+{
+    return output().queue.flush(limit);
 }
 
 void LogManager::addSecret(const QString& secret)
 {
-    LogOutput::instance().addSecret(secret);
+    output().mask.add(secret);
 }
 
 void LogManager::setWatcher(std::function<void(const LogRecord&)> watcher, Level from)
 {
-    {
-        Loggers& all = loggers();
-        const std::lock_guard lock(all.mutex);
-        all.watched = LogOutput::spdlogLevel(watcher ? from : Level::Off);
-        all.applyLevel();
+    output().watchedFrom = watcher ? from : Level::Off;
+    output().watcher.set(std::move(watcher));
+}
+
+bool LogManager::isEnabledFor(Level level)
+{
+    return level != Level::Off && level >= std::min(output().writtenFrom.load(), output().watchedFrom.load());
+}
+
+void LogManager::write(Level level, const QString& name, const QString& text) noexcept
+{
+    try {
+        Output& out = output();
+        const QString line = utils::printable(out.showsSecrets ? text : out.mask.masked(text));
+        if (level >= out.writtenFrom) {
+            const std::string logger = name.toStdString();
+            const std::string payload = line.toStdString();
+            out.queue.add({logger, spdlogLevel(level), payload});
+        }
+        if (out.watcher.isSet()) {
+            out.watcher.tell({level, name, line});
+        }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): logging must never be what fails
     }
-    LogOutput::instance().watcher().set(std::move(watcher));
 }
 
 bool LogManager::levelFromName(const QString& name, Level* level)
 {
-    static constexpr std::array<std::pair<QStringView, Level>, 8> names = {{
-        {u"trace", Level::Trace},
-        {u"debug", Level::Debug},
-        {u"info", Level::Info},
-        {u"warn", Level::Warn},
-        {u"warning", Level::Warn},
-        {u"error", Level::Error},
-        {u"fatal", Level::Fatal},
-        {u"off", Level::Off},
-    }};
-    const auto known = std::find_if(names.begin(), names.end(), [&](const auto& entry) {
-        return entry.first.compare(name, Qt::CaseInsensitive) == 0;
-    });
-    if (known == names.end()) {
-        return false;
+    static const QHash<QString, Level> levels = {
+        {QStringLiteral("trace"), Level::Trace}, {QStringLiteral("debug"), Level::Debug},
+        {QStringLiteral("info"), Level::Info},   {QStringLiteral("warn"), Level::Warn},
+        {QStringLiteral("error"), Level::Error}, {QStringLiteral("warning"), Level::Warn},
+        {QStringLiteral("fatal"), Level::Fatal}, {QStringLiteral("off"), Level::Off}};
+    const auto known = levels.constFind(name.toCaseFolded());
+    if (known != levels.cend()) {
+        *level = *known;
     }
-    *level = known->second;
-    return true;
+    return known != levels.cend();
 }
 
 }  // namespace Log4Qt

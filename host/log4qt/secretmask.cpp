@@ -1,7 +1,6 @@
 #include <log4qt/secretmask.h>
 
 #include <algorithm>
-#include <array>
 
 #include <QStringView>
 
@@ -9,28 +8,14 @@ namespace Log4Qt {
 
 namespace {
 
-constexpr qsizetype ShortestSecret = 4;
-constexpr qsizetype HiddenWholeUpTo = 8;
-constexpr qsizetype ReadableEnd = 4;
-constexpr qsizetype MostSecrets = 256;
-
-struct SecretHeader
-{
-    QStringView name;
-    bool ownerMayFollow;
-};
-constexpr std::array secretHeaders = {SecretHeader{u"X-API-KEY", true},
-                                      SecretHeader{u"Authorization", false}};
+constexpr qsizetype minSecretSize = 4;
+constexpr qsizetype maxWhollyHidden = 8;
+constexpr qsizetype readableEnd = 4;
 
 void hide(QString& text, qsizetype start, qsizetype length)
 {
-    const qsizetype hidden = length <= HiddenWholeUpTo ? length : length - ReadableEnd;
+    const qsizetype hidden = length <= maxWhollyHidden ? length : length - readableEnd;
     std::fill_n(text.begin() + start, hidden, QChar(u'*'));
-}
-
-bool standsBetweenNameAndValue(QChar c)
-{
-    return c == u' ' || c == u'\t' || c == u':' || c == u'=' || c == u'"' || c == u'\'' || c == u',';
 }
 
 /// `value` without a closing " (owner)"; the owner's name may itself hold balanced parentheses.
@@ -50,23 +35,64 @@ QStringView withoutOwner(QStringView value)
     return value;
 }
 
-/// Hides in `masked` what follows the header's name in each line of `text`.
-void hideHeader(const SecretHeader& header, QStringView text, QString& masked)
+/// Hides in `masked` what follows the header's `name` in `text`.
+void hideHeader(QStringView name, bool ownerMayFollow, QStringView text, QString& masked)
 {
-    qsizetype at = text.indexOf(header.name, 0, Qt::CaseInsensitive);
-    while (at >= 0) {
-        qsizetype start = at + header.name.size();
-        while (start < text.size() && standsBetweenNameAndValue(text[start])) {
-            ++start;
+    static constexpr QStringView between = u" \t:=\"',";
+    qsizetype start = text.indexOf(name, 0, Qt::CaseInsensitive);
+    if (start < 0) {
+        return;
+    }
+    start += name.size();
+    while (start < text.size() && between.contains(text[start])) {
+        ++start;
+    }
+    const QStringView value = text.sliced(start);
+    hide(masked, start, (ownerMayFollow ? withoutOwner(value) : value).size());
+}
+
+/// How an address is written: plainly, or percent-encoded as a part of another one.
+struct AddressForm
+{
+    QStringView start;
+    QStringView userEnd;
+    QStringView hostEnd;
+};
+
+/// What stands between "//" and the path, as far as there are no blanks in it.
+QStringView authority(QStringView rest, QStringView hostEnd)
+{
+    const auto end =
+        std::find_if(rest.begin(), rest.end(), [](QChar c) { return c.isSpace() || c == u'?' || c == u'#'; });
+    const QStringView word = rest.first(end - rest.begin());
+    const qsizetype path = word.indexOf(hostEnd, 0, Qt::CaseInsensitive);
+    return path < 0 ? word : word.first(path);
+}
+
+/// Whether `host` ends within a password that holds a blank or a slash: no port follows its colon.
+bool isCutInPassword(QStringView host)
+{
+    QStringView port = host.sliced(host.lastIndexOf(u':') + 1);
+    while (!port.isEmpty() && !port.back().isLetterOrNumber()) {
+        port.chop(1);  // the text around the address
+    }
+    return host.contains(u':') && !host.startsWith(u'[') &&
+           !std::all_of(port.begin(), port.end(), [](QChar c) { return c.isDigit(); });
+}
+
+/// Hides in `masked` user and password of every address in `text`.
+void hideUserInfo(const AddressForm& form, QStringView text, QString& masked)
+{
+    qsizetype at = text.indexOf(form.start, 0, Qt::CaseInsensitive);
+    for (; at >= 0; at = text.indexOf(form.start, at + 1, Qt::CaseInsensitive)) {
+        const qsizetype start = at + form.start.size();
+        const QStringView rest = text.sliced(start);
+        const QStringView host = authority(rest, form.hostEnd);
+        qsizetype end = host.lastIndexOf(form.userEnd);
+        if (end < 0 && isCutInPassword(host)) {
+            end = rest.indexOf(form.userEnd);
         }
-        qsizetype end = start;
-        while (end < text.size() && text[end] != u'\n' && text[end] != u'\r') {
-            ++end;
-        }
-        QStringView value = text.sliced(start, end - start).trimmed();
-        value = header.ownerMayFollow ? withoutOwner(value) : value;
-        hide(masked, start, value.size());
-        at = text.indexOf(header.name, end, Qt::CaseInsensitive);
+        std::fill_n(masked.begin() + start, std::max(end, qsizetype(0)), QChar(u'*'));
     }
 }
 
@@ -81,34 +107,32 @@ void hideSecret(const QString& secret, const QString& text, QString& masked)
 
 void SecretMask::add(const QString& secret)
 {
-    if (secret.size() < ShortestSecret || secrets()->contains(secret)) {
+    if (secret.size() < minSecretSize || secrets().contains(secret)) {
         return;
     }
     const std::lock_guard lock(m_secretsMutex);
-    auto changed = std::make_shared<QStringList>(*m_secrets);
+    QStringList changed = m_secrets;
     // A copy of the characters: a secret that is a literal lies in a library that may be unloaded.
-    changed->append(QString(secret.constData(), secret.size()));
-    if (changed->size() > MostSecrets) {
-        changed->removeFirst();
-    }
-    m_secrets = std::move(changed);
+    changed.append(QString(secret.constData(), secret.size()));
+    m_secrets.swap(changed);
 }
 
 QString SecretMask::masked(const QString& text) const
 {
     // Everything is looked for in the text as it came, so that one secret inside another is still found.
     QString masked = text;
-    const auto known = secrets();  // kept: another thread may be adding one
-    for (const QString& secret : *known) {
+    const QStringList known = secrets();
+    for (const QString& secret : known) {
         hideSecret(secret, text, masked);
     }
-    for (const SecretHeader& header : secretHeaders) {
-        hideHeader(header, text, masked);
-    }
+    hideHeader(u"X-API-KEY", true, text, masked);
+    hideHeader(u"Authorization", false, text, masked);
+    hideUserInfo({u"//", u"@", u"/"}, text, masked);
+    hideUserInfo({u"%2F%2F", u"%40", u"%2F"}, text, masked);
     return masked;
 }
 
-std::shared_ptr<const QStringList> SecretMask::secrets() const
+QStringList SecretMask::secrets() const
 {
     const std::lock_guard lock(m_secretsMutex);
     return m_secrets;

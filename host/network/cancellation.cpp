@@ -1,43 +1,53 @@
 #include <network/cancellation.h>
 
-Cancellation& Cancellation::instance()
+#include <mutex>
+#include <vector>
+
+namespace {
+
+struct State
 {
-    // Never destroyed: a thread may still be in an exchange while the process ends.
-    static auto* const cancellation = new Cancellation;
-    return *cancellation;
+    std::mutex mutex;  // guards what follows
+    bool isCanceled = false;
+    std::vector<CancellationWatch*> running;
+};
+
+/// Never destroyed: a thread may still be in an exchange while the process ends.
+State& state()
+{
+    static auto* const state = new State;
+    return *state;
 }
 
-void Cancellation::set(bool cancel)
+}  // namespace
+
+void cancelExchanges(bool cancel)
 {
-    const std::lock_guard lock(m_runningMutex);
-    m_canceled = cancel;
-    if (!cancel) {
-        return;
-    }
-    ++m_round;
-    for (CURLM* multi : m_running) {
-        curl_multi_wakeup(multi);
+    const std::lock_guard lock(state().mutex);
+    state().isCanceled = cancel;
+    for (CancellationWatch* watch : state().running) {
+        if (cancel) {
+            watch->cancel();
+        }
     }
 }
 
-Cancellation::Watch::Watch(CURLM* multi)
+CancellationWatch::CancellationWatch(CURLM* multi)
     : m_multi(multi)
 {
-    Cancellation& all = instance();
-    const std::lock_guard lock(all.m_runningMutex);
-    m_round = all.m_round;
-    all.m_running.push_back(multi);
+    const std::lock_guard lock(state().mutex);
+    m_isCanceled = state().isCanceled;
+    state().running.push_back(this);
 }
 
-Cancellation::Watch::~Watch()
+CancellationWatch::~CancellationWatch()
 {
-    Cancellation& all = instance();
-    const std::lock_guard lock(all.m_runningMutex);
-    std::erase(all.m_running, m_multi);
+    const std::lock_guard lock(state().mutex);
+    std::erase(state().running, this);
 }
 
-bool Cancellation::Watch::isCanceled() const
+void CancellationWatch::cancel()
 {
-    const Cancellation& all = instance();
-    return all.m_canceled || all.m_round != m_round;
+    m_isCanceled = true;
+    curl_multi_wakeup(m_multi);
 }

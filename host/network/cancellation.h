@@ -1,43 +1,27 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
-#include <mutex>
-#include <vector>
 
 #include <curl/curl.h>
 
-/// Lets one thread end the exchanges that others are waiting for, in the whole process. Internal to the
-/// library. Threads: any.
-class Cancellation
+/// Ends every exchange of the process, the running ones and those begun until the next call with false.
+/// Internal to the library. Threads: any.
+void cancelExchanges(bool cancel);
+
+/// One exchange at work on `multi`, from its begin to its end: asks whether it is to end early.
+class CancellationWatch
 {
 public:
-    static Cancellation& instance();
+    explicit CancellationWatch(CURLM* multi);
+    CancellationWatch(const CancellationWatch&) = delete;
+    CancellationWatch& operator=(const CancellationWatch&) = delete;
+    ~CancellationWatch();
 
-    /// True ends the running exchanges and those begun until the next call with false.
-    void set(bool cancel);
-
-    /// One exchange at work on `multi`, from its begin to its end: asks whether it is to end early.
-    class Watch
-    {
-    public:
-        explicit Watch(CURLM* multi);
-        Watch(const Watch&) = delete;
-        Watch& operator=(const Watch&) = delete;
-        ~Watch();
-
-        [[nodiscard]] bool isCanceled() const;
-
-    private:
-        CURLM* m_multi;
-        std::uint64_t m_round;
-    };
+    [[nodiscard]] bool isCanceled() const { return m_isCanceled; }
+    void cancel();
 
 private:
-    std::atomic<bool> m_canceled = false;
-    /// Counts the calls of set(true), so that one that is withdrawn at once still ends what was running.
-    std::atomic<std::uint64_t> m_round = 0;
-
-    std::mutex m_runningMutex;
-    std::vector<CURLM*> m_running;
+    CURLM* m_multi;
+    /// Stays set when the cancellation is withdrawn at once.
+    std::atomic<bool> m_isCanceled;
 };

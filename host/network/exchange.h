@@ -1,121 +1,81 @@
 #pragma once
 
-#include <chrono>
-#include <memory>
-
-#include <curl/curl.h>
-
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QString>
+#include <QUrl>
 
+#include <network/connections.h>
 #include <network/exchangerecord.h>
 #include <network/failure.h>
-#include <network/requestheaders.h>
 
-/// One HTTP connection and the exchanges over it, one after another. Internal to the library. Threads: one at
-/// a time.
+/// One HTTP exchange, used once. Internal to the library. Threads: one at a time.
 class Exchange
 {
 public:
-    struct Settings
-    {
-        /// PEM file with the trusted certificates; empty for the system's.
-        QString caFile;
-        /// URL of a proxy; empty for none.
-        QString proxy;
-        size_t maxReplyBytes = 0;
-    };
     struct Request
     {
         bool post = false;
-        /// Not null; as it is until the exchange has ended.
-        CURLU* url = nullptr;
+        const QUrl& url;
+        /// How messages name the other side, in the dative.
+        QString target;
         QByteArray body;
         const QHash<QString, QString>& headers;
-        /// Limit of the whole exchange, whole milliseconds; zero for none.
-        std::chrono::milliseconds limit{};
-        /// Fill in Result::detail.
-        bool detailed = false;
-        /// Fill in Result::transport.
+        /// Limit of the whole exchange.
+        QDeadlineTimer deadline;
+        size_t maxReplyBytes = 0;
+        /// Fill in the whole record; otherwise its transport holds no more than Transport::detail.
         bool watched = false;
     };
-    struct Result
-    {
-        Failure failure = Failure::None;
-        /// 0 when no status line came.
-        int status = 0;
-        QByteArray body{};
-        /// libcurl's own words for a failure, for the log.
-        QString detail{};
-        http::Transport transport{};
-    };
 
-    explicit Exchange(const Settings& settings);
+    /// The connections and what the request refers to must outlive the exchange.
+    Exchange(Connections& connections, Request request);
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
-    ~Exchange();
 
-    [[nodiscard]] Result run(const Request& request);
+    [[nodiscard]] http::ExchangeRecord run();
 
 private:
-    struct CleanUpEasy
-    {
-        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-    };
-    using Easy = std::unique_ptr<CURL, CleanUpEasy>;
-    struct CleanUpMulti
-    {
-        void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-    };
-    /// What a handle has been told of its last exchange and keeps for one of the same kind.
-    struct Kind
-    {
-        bool post = false, body = false, close = false, watched = false;
-
-        bool operator==(const Kind& other) const = default;
-    };
-    /// What the transfer itself ended in, before it is judged.
-    struct Ending
-    {
-        CURLcode code = CURLE_OK;
-        bool canceled = false;
-    };
-
     static size_t onBody(char* bytes, size_t size, size_t count, void* exchange);
     static size_t onHeader(char* bytes, size_t size, size_t count, void* exchange);
+    static int onProgress(void* exchange, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
 
-    void applySettings(const Settings& settings);
-    void takeHandle(const Kind& kind);
-    void prepareSpare();
-    void applyKind();
-    [[nodiscard]] Ending transfer();
-    [[nodiscard]] CURLcode transferCode();
-    [[nodiscard]] Failure judge(const Ending& ending, bool limitReached) const;
-    [[nodiscard]] long info(CURLINFO what) const;
-    [[nodiscard]] qsizetype announcedLength() const;
-    [[nodiscard]] std::chrono::microseconds time(CURLINFO what) const;
-    [[nodiscard]] http::Transport transport(CURLcode code) const;
-    [[nodiscard]] QString peer() const;
-    [[nodiscard]] http::Stage stage(CURLcode code) const;
-    [[nodiscard]] QDateTime serverTime() const;
-    [[nodiscard]] QDateTime certificateEnd() const;
+    [[nodiscard]] const Failure* prepare();
+    void applyRequest();
+    [[nodiscard]] const Failure* transfer();
+    [[nodiscard]] const Failure* judge() const;
+    [[nodiscard]] http::Response response(const Failure* failure) const;
 
-    /// Holds the open connections. A transfer is driven through it rather than by curl_easy_perform(), which
-    /// nothing can wake.
-    std::unique_ptr<CURLM, CleanUpMulti> m_multi;
-    Easy m_prototype;  ///< has the settings; copied for a fresh handle
-    Easy m_easy;       ///< of this exchange, or the last one
-    Kind m_kind;       ///< what m_easy has been told
-    Easy m_used;       ///< that of the exchange before, to be let go when nobody waits
-    Easy m_spare;      ///< a fresh one for the next exchange
-    RequestHeaders m_headers;
-    QByteArray m_requestBody;
-    QByteArray m_replyBody;
-    size_t m_maxReplyBytes;
+    Connections& m_connections;
+    const Request m_request;
+    CurlList m_headers;
+    CurlEasy m_easy;
+    CURLcode m_code = CURLE_OK;  ///< what the transfer ended in
+    QByteArray m_body;
     size_t m_headBytes = 0;
     bool m_headEnded = false;
     bool m_tooLarge = false;
-    bool m_proxied;
+    bool m_leftover = false;  ///< bytes behind the reply are decrypted already
     char m_error[CURL_ERROR_SIZE] = {};
 };
+
+/// The header lines of a request as libcurl takes them: `headers`, and a "Content-Type" of JSON for a body
+/// that has none. Null when a name is no HTTP token or a value holds CR, LF or NUL. Values of headers that
+/// carry credentials become secrets of the log (exchange_headers.cpp).
+[[nodiscard]] CurlList headerLines(const QHash<QString, QString>& headers, bool hasBody);
+
+/// The headers ask for the connection to be closed after the reply.
+[[nodiscard]] bool asksToClose(const QHash<QString, QString>& headers);
+
+/// One of the things that `easy` knows, of the type that libcurl gives it in; zero or null without a handle.
+template <class Value>
+[[nodiscard]] Value info(CURL* easy, CURLINFO what)
+{
+    Value value{};
+    curl_easy_getinfo(easy, what, &value);
+    return value;
+}
+
+/// What `easy` knows of its exchange, which ended in `code`; without Transport::detail (exchange_record.cpp).
+[[nodiscard]] http::Transport transportOf(CURL* easy, CURLcode code);

@@ -10,79 +10,70 @@ QDateTime utc(const char* text)
     return seconds < 0 ? QDateTime() : QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
 }
 
-}  // namespace
-
-std::chrono::microseconds Exchange::time(CURLINFO what) const
+std::chrono::microseconds time(CURL* easy, CURLINFO what)
 {
-    curl_off_t value = 0;
-    curl_easy_getinfo(m_easy.get(), what, &value);
-    return std::chrono::microseconds(value);
+    return std::chrono::microseconds(info<curl_off_t>(easy, what));
 }
 
-QString Exchange::peer() const
+QString peer(CURL* easy)
 {
-    char* address = nullptr;
-    curl_easy_getinfo(m_easy.get(), CURLINFO_PRIMARY_IP, &address);
-    if (address == nullptr || *address == '\0') {
+    const QString host = QString::fromLatin1(info<const char*>(easy, CURLINFO_PRIMARY_IP));
+    if (host.isEmpty()) {
         return {};
     }
-    const QString host = QString::fromLatin1(address);
-    const QString port = QString::number(info(CURLINFO_PRIMARY_PORT));
+    const QString port = QString::number(info<long>(easy, CURLINFO_PRIMARY_PORT));
     return (host.contains(u':') ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2")).arg(host, port);
 }
 
-http::Transport Exchange::transport(CURLcode code) const
-{
-    constexpr int unspecified = 1;  // before anything was looked at, and for a wrong name
-    http::Transport seen;
-    seen.stage = stage(code);
-    seen.peer = peer();
-    seen.resolved = time(CURLINFO_NAMELOOKUP_TIME_T);
-    seen.connected = time(CURLINFO_CONNECT_TIME_T);
-    seen.secured = time(CURLINFO_APPCONNECT_TIME_T);
-    seen.serverTime = serverTime();
-    seen.certificateEnd = certificateEnd();
-    seen.detail = QString::fromUtf8(m_error);
-    const int fault = int(info(CURLINFO_SSL_VERIFYRESULT));
-    seen.certificateFault = fault == unspecified ? 0 : fault;
-    return seen;
-}
-
-http::Stage Exchange::stage(CURLcode code) const
+http::Stage stage(CURL* easy, CURLcode code)
 {
     if (code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY ||
-        time(CURLINFO_NAMELOOKUP_TIME_T).count() == 0) {
+        time(easy, CURLINFO_NAMELOOKUP_TIME_T).count() == 0) {
         return http::Stage::LookUp;
     }
-    if (peer().isEmpty()) {
+    if (peer(easy).isEmpty()) {
         return http::Stage::Connect;
     }
     // libcurl takes the time of the connection when TLS is agreed on as well.
-    return time(CURLINFO_CONNECT_TIME_T).count() == 0 || time(CURLINFO_PRETRANSFER_TIME_T).count() == 0
-               ? http::Stage::Handshake
-               : http::Stage::Talk;
+    const bool isTalk = time(easy, CURLINFO_CONNECT_TIME_T).count() != 0 &&
+                        time(easy, CURLINFO_PRETRANSFER_TIME_T).count() != 0;
+    return isTalk ? http::Stage::Talk : http::Stage::Handshake;
 }
 
-QDateTime Exchange::serverTime() const
+QDateTime serverTime(CURL* easy)
 {
     curl_header* header = nullptr;
-    const bool found = curl_easy_header(m_easy.get(), "Date", 0, CURLH_HEADER, -1, &header) == CURLHE_OK;
+    const bool found = curl_easy_header(easy, "Date", 0, CURLH_HEADER, -1, &header) == CURLHE_OK;
     return found ? utc(header->value) : QDateTime();
 }
 
-QDateTime Exchange::certificateEnd() const
+/// The server's own certificate comes first in the chain.
+QDateTime certificateEnd(CURL* easy)
 {
     static constexpr std::string_view name = "Expire date:";
-    curl_certinfo* chain = nullptr;
-    if (curl_easy_getinfo(m_easy.get(), CURLINFO_CERTINFO, &chain) != CURLE_OK || chain == nullptr ||
-        chain->num_of_certs < 1) {
-        return {};
-    }
-    // The server's own comes first.
-    for (const curl_slist* line = chain->certinfo[0]; line != nullptr; line = line->next) {
-        if (const std::string_view text(line->data); text.starts_with(name)) {
+    const auto* chain = info<const curl_certinfo*>(easy, CURLINFO_CERTINFO);
+    const bool hasOne = chain != nullptr && chain->num_of_certs > 0;
+    for (const curl_slist* line = hasOne ? chain->certinfo[0] : nullptr; line != nullptr; line = line->next) {
+        if (std::string_view(line->data).starts_with(name)) {
             return utc(line->data + name.size());
         }
     }
     return {};
+}
+
+}  // namespace
+
+http::Transport transportOf(CURL* easy, CURLcode code)
+{
+    constexpr int unspecified = 1;  // before anything was looked at, and for a wrong name
+    const int fault = int(info<long>(easy, CURLINFO_SSL_VERIFYRESULT));
+    return {.stage = stage(easy, code),
+            .detail = {},
+            .peer = peer(easy),
+            .resolved = time(easy, CURLINFO_NAMELOOKUP_TIME_T),
+            .connected = time(easy, CURLINFO_CONNECT_TIME_T),
+            .secured = time(easy, CURLINFO_APPCONNECT_TIME_T),
+            .serverTime = serverTime(easy),
+            .certificateEnd = certificateEnd(easy),
+            .certificateFault = fault == unspecified ? 0 : fault};
 }

@@ -6,6 +6,26 @@
 
 namespace http {
 
+namespace {
+
+/// Whether the JSON of `body` takes at most about nine times its size in memory. That of millions of numbers
+/// or of small objects takes up to sixty times. A reply to ten thousand codes is read whatever its entries
+/// are: short ones make it small, long ones are not dense.
+bool isWorthParsing(const QByteArray& body)
+{
+    constexpr qsizetype alwaysParsed = qsizetype{2} * 1024 * 1024;
+    constexpr qsizetype containerBytes = 400;  // of an array or an object, about
+    constexpr qsizetype valueBytes = 32;
+    constexpr qsizetype maxGrowth = 9;
+    if (body.size() <= alwaysParsed) {
+        return true;
+    }
+    const qsizetype containers = body.count('{') + body.count('[');
+    return containers * containerBytes + body.count(',') * valueBytes <= maxGrowth * body.size();
+}
+
+}  // namespace
+
 /// A body and the object parsed from it; shared between copies, which may live in different threads.
 struct Response::Body
 {
@@ -18,13 +38,6 @@ struct Response::Body
     std::once_flag parsed;
     QJsonObject object;
 };
-
-Response::Response() = default;
-Response::Response(const Response&) = default;
-Response::Response(Response&&) noexcept = default;
-Response& Response::operator=(const Response&) = default;
-Response& Response::operator=(Response&&) noexcept = default;
-Response::~Response() = default;
 
 const QByteArray& Response::body() const
 {
@@ -42,8 +55,11 @@ QJsonObject Response::responseObject() const
     if (!m_body) {
         return {};
     }
-    std::call_once(m_body->parsed,
-                   [this] { m_body->object = QJsonDocument::fromJson(m_body->bytes).object(); });
+    std::call_once(m_body->parsed, [this] {
+        if (isWorthParsing(m_body->bytes)) {
+            m_body->object = QJsonDocument::fromJson(m_body->bytes).object();
+        }
+    });
     return m_body->object;
 }
 

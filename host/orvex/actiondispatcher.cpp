@@ -1,13 +1,10 @@
 #include <orvex/actiondispatcher.h>
 
 #include <algorithm>
-#include <exception>
-#include <mutex>
-#include <shared_mutex>
+#include <atomic>
 #include <tuple>
-#include <vector>
 
-#include <log4qt/logmanager.h>
+#include <orvex/callgate.h>
 
 template class Singleton<ActionDispatcher>;
 
@@ -16,33 +13,23 @@ namespace {
 struct Entry
 {
     const BasicPlugin* owner;
-    ActionTrigger trigger;
-    bool enabled;
+    EContext::Code context;
+    control::EActionType type;
+    std::tuple<ActionTrigger::Order, ActionTrigger::Priority> rank;
+    CallGate<ActionTrigger::Function> gate;
+    std::atomic<bool> isEnabled = true;
 };
-
-EContext::Result call(const ActionTrigger& trigger, const control::Action& action)
-{
-    const auto logger = [] { return Log4Qt::LogManager::logger(QStringLiteral("orvex")); };
-    const int type = static_cast<int>(action.getType());
-    try {
-        return trigger.function()(action);
-    } catch (const std::exception& exception) {
-        logger()->error(QStringLiteral("Триггер действия %1 завершился исключением: %2"), type,
-                        QString::fromUtf8(exception.what()));
-    } catch (...) {
-        logger()->error(QStringLiteral("Триггер действия %1 завершился исключением"), type);
-    }
-    return EContext::NotServed;
-}
 
 }  // namespace
 
 struct ActionDispatcher::State
 {
-    // Held shared while triggers run and alone while triggers come and go: a trigger that is being called
-    // stays.
-    std::shared_mutex mutex;
-    std::vector<Entry> entries;
+    [[nodiscard]] auto of(const BasicPlugin* owner) const
+    {
+        return entries.matching([owner](const Entry& entry) { return entry.owner == owner; });
+    }
+
+    CallList<Entry> entries;
 };
 
 ActionDispatcher::ActionDispatcher()
@@ -54,37 +41,41 @@ ActionDispatcher::~ActionDispatcher() = default;
 
 void ActionDispatcher::addTrigger(const BasicPlugin* owner, const ActionTrigger& trigger)
 {
-    const auto rank = [](const ActionTrigger& t) { return std::tuple(t.order(), t.priority()); };
-    const std::lock_guard lock(m_state->mutex);
-    const auto place = std::upper_bound(
-        m_state->entries.begin(), m_state->entries.end(), rank(trigger),
-        [&](const auto& wanted, const Entry& entry) { return wanted < rank(entry.trigger); });
-    m_state->entries.insert(place, {owner, trigger, true});
+    const QString name = QStringLiteral("Триггер действия %1").arg(int(trigger.actionType()));
+    m_state->entries.add(std::shared_ptr<Entry>(new Entry{.owner = owner,
+                                                          .context = trigger.context(),
+                                                          .type = trigger.actionType(),
+                                                          .rank = {trigger.order(), trigger.priority()},
+                                                          .gate = {name, trigger.function()}}));
 }
 
 void ActionDispatcher::removeTriggers(const BasicPlugin* owner)
 {
-    const std::lock_guard lock(m_state->mutex);
-    std::erase_if(m_state->entries, [owner](const Entry& entry) { return entry.owner == owner; });
+    for (const auto& entry : m_state->of(owner)) {
+        entry->gate.close();
+    }
 }
 
 void ActionDispatcher::setEnabled(const BasicPlugin* owner, bool enabled)
 {
-    const std::lock_guard lock(m_state->mutex);
-    for (Entry& entry : m_state->entries) {
-        if (entry.owner == owner) {
-            entry.enabled = enabled;
-        }
+    for (const auto& entry : m_state->of(owner)) {
+        entry->isEnabled = enabled;
     }
 }
 
 QList<EContext::Result> ActionDispatcher::perform(const control::Action& action)
 {
+    auto entries = m_state->entries.matching([type = action.getType()](const Entry& entry) {
+        return entry.type == type && entry.context == EContext::Any;
+    });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const auto& a, const auto& b) { return a->rank < b->rank; });
     QList<EContext::Result> results;
-    const std::shared_lock lock(m_state->mutex);
-    for (const Entry& entry : m_state->entries) {
-        if (entry.enabled && entry.trigger.actionType() == action.getType()) {
-            results.append(call(entry.trigger, action));
+    for (const auto& entry : entries) {
+        auto result = EContext::NotServed;
+        const auto call = [&](const ActionTrigger::Function& trigger) { result = trigger(action); };
+        if (entry->isEnabled && entry->gate.call(call)) {
+            results.append(result);
         }
     }
     return results;

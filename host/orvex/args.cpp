@@ -3,7 +3,7 @@
 namespace control::args {
 
 namespace {
-const auto PluginName = QStringLiteral("pluginName");
+const auto pluginNameKey = QStringLiteral("pluginName");
 }
 
 Basic::Basic(const Action& action)
@@ -17,12 +17,12 @@ Plugin::~Plugin() = default;
 
 QString Plugin::pluginName() const
 {
-    return read<QString>(PluginName);
+    return read<QString>(pluginNameKey);
 }
 
 void Plugin::setPluginName(const QString& name) const
 {
-    write(PluginName, name);
+    write(pluginNameKey, name);
 }
 
 }  // namespace control::args

@@ -7,43 +7,33 @@ template class MockFactory<Dialog>;
 
 namespace {
 
-struct Shared
-{
-    std::mutex mutex;
-    Dialog::Presenter presenter;
-};
-
-Shared& shared()
-{
-    static Shared instance;
-    return instance;
-}
+std::mutex presenterMutex;
+Dialog::Presenter shownBy;  // guarded by it
 
 }  // namespace
 
 SimpleProgress::SimpleProgress(std::function<void()> close)
     : m_shown(nullptr, [close = std::move(close)](void*) {
-        if (close) {
-            close();
+        try {
+            if (close) {
+                close();
+            }
+        } catch (...) {  // the window is the host's; a check goes on without it
         }
     })
 {
 }
 
-Dialog::~Dialog() = default;
-
 SimpleProgress Dialog::showProgress(const tr::Tr& title, const tr::Tr& text)
 {
-    Presenter presenter;
-    {
-        const std::lock_guard lock(shared().mutex);
-        presenter = shared().presenter;
-    }
+    std::unique_lock lock(presenterMutex);
+    const Presenter presenter = shownBy;
+    lock.unlock();
     return presenter ? SimpleProgress(presenter(title, text)) : SimpleProgress();
 }
 
 void Dialog::setPresenter(Presenter presenter)
 {
-    const std::lock_guard lock(shared().mutex);
-    shared().presenter = std::move(presenter);
+    const std::lock_guard lock(presenterMutex);
+    shownBy = std::move(presenter);
 }

@@ -3,8 +3,8 @@
 namespace events {
 
 namespace {
-const auto Notification = QStringLiteral("notification");
-const auto Id = QStringLiteral("id");
+const auto notificationKey = QStringLiteral("notification");
+const auto idKey = QStringLiteral("id");
 }  // namespace
 
 Wrapper::Wrapper(const Event& event)
@@ -17,22 +17,22 @@ ErrorNotification::~ErrorNotification() = default;
 
 tr::Tr ErrorNotification::notification() const
 {
-    return read<tr::Tr>(Notification);
+    return read<tr::Tr>(notificationKey);
 }
 
 void ErrorNotification::setNotification(const tr::Tr& text) const
 {
-    write(Notification, text);
+    write(notificationKey, text);
 }
 
 QString ErrorNotification::id() const
 {
-    return read<QString>(Id);
+    return read<QString>(idKey);
 }
 
 void ErrorNotification::setId(const QString& id) const
 {
-    write(Id, id);
+    write(idKey, id);
 }
 
 }  // namespace events

@@ -1,9 +1,8 @@
 #include <orvex/task.h>
 
-#include <exception>
 #include <utility>
 
-#include <log4qt/logmanager.h>
+#include <orvex/callgate.h>
 
 template class Singleton<TaskManager>;
 
@@ -12,8 +11,6 @@ TaskResult::TaskResult(QMap<QString, QVariant> resultValues, tr::Tr resultText)
     , text(std::move(resultText))
 {
 }
-
-TaskResult::~TaskResult() = default;
 
 QString TaskResult::toString() const
 {
@@ -34,16 +31,11 @@ QSharedPointer<TaskResult> CustomTask::run()
 
 std::future<QSharedPointer<TaskResult>> TaskManager::start(const QSharedPointer<BasicTask>& task)
 {
-    return std::async(std::launch::async, [task]() -> QSharedPointer<TaskResult> {
-        const auto* logger = Log4Qt::LogManager::logger(QStringLiteral("taskmanager"));
-        try {
-            return task ? task->run() : QSharedPointer<TaskResult>();
-        } catch (const std::exception& exception) {
-            logger->error(QStringLiteral("Задача завершилась исключением: %1"),
-                          QString::fromUtf8(exception.what()));
-        } catch (...) {
-            logger->error(QStringLiteral("Задача завершилась исключением"));
-        }
-        return {};
+    return std::async(std::launch::async, [task] {
+        QSharedPointer<TaskResult> result;
+        logExceptions(Log4Qt::LogManager::logger(QStringLiteral("taskmanager")),
+                      QStringLiteral("Задача завершилась исключением"),
+                      [&] { result = task ? task->run() : nullptr; });
+        return result;
     });
 }

@@ -4,8 +4,6 @@
 
 template class MockFactory<CurrentTime>;
 
-CurrentTime::~CurrentTime() = default;
-
 QDateTime CurrentTime::currentDateTime() const
 {
     return QDateTime::currentDateTimeUtc();

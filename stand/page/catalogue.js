@@ -21,6 +21,7 @@ export const catalogue = [
   {id: 'silent', group: 'time', base: {silent: true}},
   {id: 'drip', group: 'time', fields: [{path: 'drip.bytes', kind: 'number', value: 1, min: 1, max: 1000000}, ms('drip.everyMs', 50)]},
 
+  {id: 'proxy', group: 'reply', fields: [{path: 'proxy', kind: 'text', value: 'https://markirovka.example'}]},
   {id: 'status', group: 'reply', fields: [{path: 'status', kind: 'number', value: 503, min: 200, max: 999}]},
   {id: 'cross-border', group: 'reply', base: {status: 503, body: {code: 5000, description: 'service unavailable'}}},
   {id: 'cut', group: 'reply', fields: [

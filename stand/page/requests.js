@@ -4,8 +4,8 @@ import * as api from './api.js';
 import {byId, fill, h, visible} from './dom.js';
 import {onLanguage, t} from './texts.js';
 
-const most = 200;
-const longestText = 20000;
+const maxRequests = 200;
+const maxText = 20000;
 const clock = {hour: '2-digit', minute: '2-digit', second: '2-digit', fractionalSecondDigits: 3};
 let order;
 let known = new Map();  // by number: {entry, item}
@@ -17,28 +17,30 @@ const server = () => byId('request-server').value;
 
 function outcome(entry) {
   const answered = entry.outcome === 'answered';
+  const duration = entry.durationMs === null ? '' : t('request.duration', {ms: entry.durationMs});
   const kind = entry.outcome === 'pending' ? 'pending' : answered && entry.status < 300 ? 'well' : answered && entry.status < 500 ? 'faulty' : 'closed';
-  const text = [entry.status || '', answered ? '' : t(`outcome.${entry.outcome}`)].filter(Boolean).join(' · ');
+  const text = [entry.status || '', answered ? '' : t(`outcome.${entry.outcome}`), duration].filter(Boolean).join(' · ');
   return [kind, text];
 }
 
 const time = (entry) => new Date(entry.time).toLocaleTimeString('en-GB', clock);
 
 function clipped(text) {
-  const shown = text.length > longestText ? text.slice(0, longestText) : text;
-  const note = text.length > longestText ? h('p', {class: 'hint'}, t('request.clipped', {shown: longestText, all: text.length})) : null;
+  const shown = text.length > maxText ? text.slice(0, maxText) : text;
+  const note = text.length > maxText ? h('p', {class: 'hint'}, t('request.clipped', {shown: maxText, all: text.length})) : null;
   return [h('pre', {tabindex: 0}, visible(shown)), note];
 }
 
 function pretty(body) {
   try {
-    return body.length > longestText ? body : JSON.stringify(JSON.parse(body), null, 2);
+    return body.length > maxText ? body : JSON.stringify(JSON.parse(body), null, 2);
   } catch {
     return body;
   }
 }
 
 function details(entry) {
+  if (!entry.method) return [h('p', {class: 'hint'}, visible(entry.reason ?? t('request.refused.why')))];
   return [
     h('h4', {}, t('request.line')), ...clipped(`${entry.method} ${entry.path}`),
     h('h4', {}, t('request.headers')), ...clipped(entry.headers.map(([name, value]) => `${name}: ${value}`).join('\n')),
@@ -57,7 +59,7 @@ async function opened(event, seq) {
 }
 
 function item(entry) {
-  const method = entry.api || t('request.unknown');
+  const method = entry.api || t(entry.method ? 'request.unknown' : 'request.refused');
   return h('li', {'data-seq': entry.seq},
     h('details', {ontoggle: (event) => opened(event, entry.seq)},
       h('summary', {},
@@ -94,7 +96,7 @@ function forget() {
 }
 
 function trim() {
-  while (known.size > most) {
+  while (known.size > maxRequests) {
     const [seq, row] = known.entries().next().value;
     row.item.remove();
     known.delete(seq);
@@ -121,7 +123,7 @@ export async function refresh() {
   if (paused) return;
   const number = ++asked;
   const from = since();
-  const query = {since: from, last: most, brief: 1, ...(server() ? {server: server()} : {})};
+  const query = {since: from, last: maxRequests, brief: 1, connections: 1, ...(server() ? {server: server()} : {})};
   const reply = await api.getRequests(query);
   if (number !== asked) return;
   const first = reply.requests[0]?.seq ?? reply.next;
@@ -130,7 +132,7 @@ export async function refresh() {
     forget();
     return refresh();
   }
-  left ||= reply.forgotten > 0 || (reply.requests.length === most && first > from);
+  left ||= reply.forgotten > 0 || (reply.requests.length === maxRequests && first > from);
   for (const entry of reply.requests) take(entry);
   next = reply.next;
   trim();

@@ -1,9 +1,7 @@
 // What the page says, in both languages. A text that depends on a number is built so that it needs no plural.
 
-import {en} from './english.js';
-import {ru} from './russian.js';
-
-const languages = {en, ru};
+const languages = ['en', 'ru'];
+const texts = await (await fetch('texts.json')).json();
 const listeners = [];
 let current = 'en';
 
@@ -25,7 +23,7 @@ function remember(language) {
 
 /** The text of `key`, with {name} replaced; the key itself, or `otherwise`, when there is none. */
 export function t(key, values = {}, otherwise = key) {
-  const text = languages[current][key] ?? otherwise;
+  const text = texts[key]?.[current] ?? otherwise;
   return text.replace(/\{(\w+)\}/g, (all, name) => values[name] ?? all);
 }
 
@@ -57,5 +55,5 @@ export function startLanguage() {
       choose(button.dataset.language);
     });
   const wishes = [remembered(), ...navigator.languages].map((wish) => wish?.slice(0, 2));
-  choose(wishes.find((wish) => Object.hasOwn(languages, wish ?? '')) ?? 'en');
+  choose(wishes.find((wish) => languages.includes(wish)) ?? 'en');
 }

@@ -1,3 +1,5 @@
+#include <array>
+
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
 #include "tests/doubles/printers.h"
@@ -8,93 +10,114 @@ using control::Action;
 using control::args::marking::Verify;
 using events::marking::InitVerifyService;
 using std::chrono::seconds;
-using testing::ElementsAre;
 
 namespace {
 
-struct VerifyArguments : testing::Test
+struct Views : testing::Test
 {
     const Action action{control::EActionType::VerifyMarking};
-    const Verify view{action, ""};
+    const Verify verify{action, ""};
+    const Event event{EActivityListener::InitVerifyService};
+    const InitVerifyService init{event};
 };
 
-TEST(ServiceName, IsKnownInAnyLetterCaseAndAsAWholeOnly)
+using VerifyArguments = Views;
+using InitEvent = Views;
+
+template <class View>
+constexpr std::array<int, 4> numbers{View::NoService, View::Crpt, View::Turon, View::Esm};
+
+TEST_F(Views, KnowServicesInAnyLetterCaseAndAsAWholeOnly)
 {
     const std::pair<const char*, int> cases[] = {{"crpt", 1}, {"CRPT", 1},  {"Turon", 2}, {"eSm", 3},
                                                  {"", 0},     {"crpts", 0}, {" crpt", 0}, {"1", 0}};
     for (const auto& [name, service] : cases) {
-        EXPECT_EQ(int(marking::serviceFromText(name)), service) << name;
+        verify.setService(name);
+        init.setService(name);
+        EXPECT_EQ(verify.service(), service) << name;
+        EXPECT_EQ(init.service(), service) << name;
+        EXPECT_EQ(action.value("service"), QVariant::fromValue(Verify::Service(service))) << name;
+        EXPECT_EQ(event.value("service"), QVariant::fromValue(InitVerifyService::Service(service))) << name;
     }
+    EXPECT_EQ(numbers<Verify>, (std::array{0, 1, 2, 3}));
+    EXPECT_EQ(numbers<InitVerifyService>, numbers<Verify>);
+    EXPECT_STREQ(action.value("service").typeName(), "control::args::marking::Verify::Service");
+    EXPECT_STREQ(event.value("service").typeName(), "events::marking::InitVerifyService::Service");
 }
 
-TEST_F(VerifyArguments, ReadAsDefaultsWhenMissingOrNotConvertible)
+TEST_F(Views, WriteAndReadSectionsInLowerCase)
 {
-    const auto expectDefaults = [this] {
-        EXPECT_EQ(view.service(), Verify::NoService);
-        EXPECT_EQ(view.productCode(), "");
-        EXPECT_EQ(view.markingCode(), MarkingCode());
-        EXPECT_TRUE(view.markingCodes().isEmpty());
-        EXPECT_FALSE(view.refund());
-        EXPECT_TRUE(view.verifyResult().isSuccess());
-        EXPECT_EQ(view.requestTimeout() + view.operationTimeout(), seconds(0));
-    };
-    expectDefaults();
-    for (const char* key : {"service", "markingCode", "markingCodes", "refund", "verifyResult",
-                            "requestTimeout", "operationTimeout", "productCode"}) {
-        action.insert(key, QVariant::fromValue(QList<int>{1}));
-    }
-    expectDefaults();
+    verify.setSection("MarkedGoods_1");
+    init.setSection("Motp МАРКИ");
+    EXPECT_EQ(action.value("section"), QVariant("markedgoods_1"));
+    EXPECT_EQ(event.value("section"), QVariant("motp марки"));
+    action.insert("section", QByteArray("DraftBeer"));
+    event.insert("section", "MOOT");
+    EXPECT_EQ(verify.section(), "draftbeer");
+    EXPECT_EQ(init.section(), "moot");
 }
 
-TEST_F(VerifyArguments, AreConvertedFromOtherTypes)
+/// Expects `write` to store `value` under its key, and `read` to give what stands there.
+template <class View, class Values, class Value, class Written>
+void expectField(const View& view, const Values& values, const char* key, void (View::*write)(Written) const,
+                 Value (View::*read)() const, const Value& value)
+{
+    EXPECT_EQ((view.*read)(), Value()) << key << " is missing";
+    values.insert(key, QVariant::fromValue(QMap<QString, int>()));
+    EXPECT_EQ((view.*read)(), Value()) << key << " cannot be converted";
+    (view.*write)(value);
+    EXPECT_EQ(values.value(key), QVariant::fromValue(value)) << key;
+    EXPECT_EQ((view.*read)(), value) << key;
+}
+
+TEST_F(VerifyArguments, StandUnderTheirKeysInTheirTypes)
+{
+    CheckMarkingCodesResult result;
+    result.success = false;
+    using V = Verify;
+    const MarkingCode code("A");
+    const auto text = [this](const char* key, auto write, auto read) {
+        expectField(verify, action, key, write, read, QString("value of ") + key);
+    };
+    text("productCode", &V::setProductCode, &V::productCode);
+    text("packageCode", &V::setPackageCode, &V::packageCode);
+    text("commitentTin", &V::setCommitentTin, &V::commitentTin);
+    text("apiKey", &V::setApiKey, &V::apiKey);
+    expectField(verify, action, "markingCode", &V::setMarkingCode, &V::markingCode, code);
+    expectField(verify, action, "markingCodes", &V::setMarkingCodes, &V::markingCodes, {code, code});
+    expectField(verify, action, "refund", &V::setRefund, &V::refund, true);
+    expectField(verify, action, "verifyResult", &V::setVerifyResult, &V::verifyResult, result);
+    expectField(verify, action, "requestTimeout", &V::setRequestTimeout, &V::requestTimeout, seconds(3));
+    expectField(verify, action, "operationTimeout", &V::setOperationTimeout, &V::operationTimeout,
+                seconds(4));
+}
+
+TEST_F(InitEvent, HasItsFieldsUnderTheirKeysInTheirTypes)
+{
+    using Init = InitVerifyService;
+    const auto text = [this](const char* key, auto write, auto read) {
+        expectField(init, event, key, write, read, QString("value of ") + key);
+    };
+    text("address", &Init::setAddress, &Init::address);
+    text("login", &Init::setLogin, &Init::login);
+    text("password", &Init::setPassword, &Init::password);
+    text("owner", &Init::setOwner, &Init::owner);
+    expectField(init, event, "hosts", &Init::setHosts, &Init::hosts, {"a", "b"});
+    expectField(init, event, "keys", &Init::setKeys, &Init::keys, {"k"});
+}
+
+TEST_F(Views, ConvertWhatCanBeConverted)
 {
     action.insert("refund", "true");
     action.insert("service", 1);
-    action.insert("section", QByteArray("Motp МАРКИ"));
-    EXPECT_TRUE(view.refund());
-    EXPECT_EQ(view.service(), Verify::Crpt);
-    EXPECT_EQ(view.section(), "motp марки");
-}
-
-TEST_F(VerifyArguments, AreStoredUnderTheirKeysAndTypes)
-{
-    view.setSection("MarkedGoods_1");
-    view.setMarkingCodes({MarkingCode("A"), MarkingCode("B")});
-    view.setRequestTimeout(seconds(3));
-    view.setMarkingCode(MarkingCode("C"));
-    CheckMarkingCodesResult result;
-    result.success = false;
-    view.setVerifyResult(result);
-    EXPECT_EQ(action.value("section").toString(), "markedgoods_1");
-    EXPECT_EQ(action.value("markingCodes").value<QList<MarkingCode>>().size(), 2);
-    EXPECT_EQ(action.value("requestTimeout").value<seconds>(), seconds(3));
-    EXPECT_EQ(action.value("markingCode").value<MarkingCode>(), MarkingCode("C"));
-    EXPECT_FALSE(Verify(action, "").verifyResult().isSuccess());
-}
-
-/// Writes a text by a view, and expects it under its key and by the view.
-template <class View, class Values>
-void expectStored(const View& view, const Values& values, const char* key,
-                  void (View::*write)(const QString&) const, QString (View::*read)() const)
-{
-    (view.*write)(QString("value of ") + key);
-    EXPECT_EQ(values.value(key).toString(), QString("value of ") + key);
-    EXPECT_EQ((view.*read)(), QString("value of ") + key);
-}
-
-TEST_F(VerifyArguments, AreTextsUnderTheirKeysUnchanged)
-{
-    expectStored(view, action, "productCode", &Verify::setProductCode, &Verify::productCode);
-    expectStored(view, action, "packageCode", &Verify::setPackageCode, &Verify::packageCode);
-    expectStored(view, action, "commitentTin", &Verify::setCommitentTin, &Verify::commitentTin);
-    expectStored(view, action, "apiKey", &Verify::setApiKey, &Verify::apiKey);
-    using Init = InitVerifyService;
-    const Event event{EActivityListener::InitVerifyService};
-    const Init init{event};
-    expectStored(init, event, "address", &Init::setAddress, &Init::address);
-    expectStored(init, event, "login", &Init::setLogin, &Init::login);
-    expectStored(init, event, "password", &Init::setPassword, &Init::password);
-    expectStored(init, event, "owner", &Init::setOwner, &Init::owner);
+    event.insert("service", 2);
+    event.insert("hosts", QVariantList{"a", "b"});
+    event.insert("keys", "one");
+    EXPECT_TRUE(verify.refund());
+    EXPECT_EQ(verify.service(), Verify::Crpt);
+    EXPECT_EQ(init.service(), InitVerifyService::Turon);
+    EXPECT_EQ(init.hosts(), (QList<QString>{"a", "b"}));
+    EXPECT_EQ(init.keys(), QList<QString>{"one"});
 }
 
 TEST_F(VerifyArguments, TakeTheServiceOfTheConstructorOnlyWhenThereIsNone)
@@ -102,24 +125,6 @@ TEST_F(VerifyArguments, TakeTheServiceOfTheConstructorOnlyWhenThereIsNone)
     EXPECT_FALSE(action.contains("service"));
     EXPECT_EQ(Verify(action, "Crpt").service(), Verify::Crpt);
     EXPECT_EQ(Verify(action, "turon").service(), Verify::Crpt);
-}
-
-TEST(InitEvent, ReadsAsDefaultsOrConvertsWhatItCan)
-{
-    const Event event{EActivityListener::InitVerifyService};
-    const InitVerifyService view{event};
-    for (const char* key : {"service", "hosts", "address"}) {
-        event.insert(key, QVariant::fromValue(QMap<QString, int>()));
-    }
-    EXPECT_EQ(view.service(), InitVerifyService::NoService);
-    EXPECT_TRUE(view.hosts().isEmpty());
-    EXPECT_EQ(view.address(), "");
-    event.insert("section", "MiXed");
-    event.insert("hosts", QVariantList{"a", "b"});
-    event.insert("keys", "one");
-    EXPECT_EQ(view.section(), "mixed");
-    EXPECT_THAT(view.hosts(), ElementsAre("a", "b"));
-    EXPECT_THAT(view.keys(), ElementsAre("one"));
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include <orvex/activitynotifier.h>
 #include <orvex/baseactivitylistener.h>
+#include <orvex/eactivitylistener.h>
+#include <orvex/events.h>
 
 #include "tests/crpt/crptclienttest.h"
 
@@ -13,136 +15,282 @@ using std::chrono::seconds;
 
 namespace {
 
-constexpr seconds Patience(30);  // a bound for a test that fails, not a pace
+constexpr seconds testLimit(20);  // a bound for a test that fails, not a pace
 
 /// Something that one thread announces and another waits for.
 using Moment = std::counting_semaphore<>;
 
-using ClientInSeveralThreads = CrptClientTest;
-
-TEST_F(ClientInSeveralThreads, UpdatesWhileACheckHasRunOutOfSites)
+class ClientInSeveralThreads : public CrptClientTest
 {
-    for (const bool walking : {true, false}) {
-        startWithSites(walking ? QStringList("s1") : QStringList());
-        Moment updating(0), waiting(0);
-        std::future<Status> update;
-        const auto updateInAnotherThread = [this] {
-            return std::async(std::launch::async, [this] { return client->updateInfo(); });
-        };
-        relist({"s2"});
-        info({[&](const SentRequest&) {
-            updating.release();
-            EXPECT_TRUE(waiting.try_acquire_for(Patience)) << "for the check to wait for this update";
-            return lists({"s2"})({});
-        }});
-        check("s1", {[&](const SentRequest&) {
-                  update = updateInAnotherThread();
-                  EXPECT_TRUE(updating.try_acquire_for(Patience));
-                  return reply(500);
-              }});
-        check("s2", {says(200, Ok)});
-        clock.onSleep = [&] {
-            waiting.release();
-            EXPECT_EQ(update.wait_for(Patience), std::future_status::ready) << "while the check waits";
-        };
-        if (!walking) {
-            update = updateInAnotherThread();
-            EXPECT_TRUE(updating.try_acquire_for(Patience));
-        }
-        const auto begin = clock.monotonic();
-        EXPECT_EQ(request().status(), 200);
-        EXPECT_EQ(update.get(), Status::Finished);
-        EXPECT_EQ(http.take().back().url.host(), "s2");
-        EXPECT_GE(clock.monotonic() - begin, milliseconds(100));
+protected:
+    std::future<http::Response> requestElsewhere(milliseconds limit = milliseconds::max())
+    {
+        return std::async(std::launch::async, [this, limit] { return request(limit); });
     }
+    /// What a site gives that has the code as sold, to a request that still has time.
+    static Answer soldInTime()
+    {
+        return [](const SentRequest& sent) {
+            return sent.left > milliseconds(0) ? reply(200, sold) : timedOut();
+        };
+    }
+    static bool comes(Moment& moment) { return moment.try_acquire_for(testLimit); }
+    template <class Result>
+    static bool ends(const std::future<Result>& future, milliseconds limit = testLimit)
+    {
+        return future.wait_for(limit) == std::future_status::ready;
+    }
+
+    static inline const QJsonObject sold = {{"code", 0}, {"description", "ok"}, {"codes", "sold"}};
+};
+
+TEST_F(ClientInSeveralThreads, ASearchOfAnotherCheckCostsNoBudgetWhateverItTakes)
+{
+    startWithSites({});
+    relist({"s1"});
+    check("s1", {soldInTime()});
+    Moment searching(0), waiting(0);
+    std::future<http::Response> first;
+    info({[&](const SentRequest&) {
+        searching.release();
+        EXPECT_TRUE(comes(waiting));
+        clock.advance(seconds(3));
+        return lists({"s1"})({});
+    }});
+    clock.onSleep = [&] {
+        waiting.release();
+        EXPECT_TRUE(ends(first));
+    };
+    first = requestElsewhere(seconds(2));
+    ASSERT_TRUE(comes(searching));
+    EXPECT_EQ(request(seconds(2)).status(), 200) << "of the check that waited";
+    EXPECT_EQ(first.get().status(), 200) << "of the check that searched";
 }
 
-TEST_F(ClientInSeveralThreads, CountsTheWaitForAnotherChecksWalkIntoTheBudget)
+TEST_F(ClientInSeveralThreads, TheFailoverOfAnotherCheckCostsBudgetItsListUpdateIncluded)
 {
     startWithSites({"s1"});
     std::future<http::Response> second;
     Moment begun(0);
     check("s1", {[&](const SentRequest&) {
-                     clock.onLook = [&] { begun.release(); };
-                     second = std::async(std::launch::async, [this] { return request(seconds(10)); });
-                     EXPECT_TRUE(begun.try_acquire_for(Patience));
-                     clock.advance(seconds(4));
-                     return reply(200, Ok);
-                 },
-                 [&](const SentRequest&) {
-                     clock.advance(seconds(7));
-                     return timedOut();
-                 },
-                 says(200, Ok)});
+              clock.onLook = [&] { begun.release(); };
+              second = requestElsewhere(seconds(10));
+              EXPECT_TRUE(comes(begun));
+              std::this_thread::sleep_for(milliseconds(20));
+              return reply(500);
+          }});
+    relist({"s2"});
+    info({[&](const SentRequest&) {
+        clock.advance(seconds(11));
+        return lists({"s2"})({});
+    }});
+    check("s2", {says(200, Ok), soldInTime()});
     EXPECT_EQ(request().status(), 200);
-    const http::Response late = second.get();
-    clock.onLook = {};
-    EXPECT_EQ(late.status(), 0) << "nobody else may be asked any more";
-    EXPECT_EQ(late.errorKind(), ErrorKind::SalePermitted);
+    EXPECT_EQ(second.get().errorKind(), ErrorKind::SalePermitted) << "its 10 s are over";
 }
 
-/// A host that does something at once when it is told something, once.
-struct HastyHost : BaseActivityListener
+TEST_F(ClientInSeveralThreads, ACheckThatIsHeldBackReturnsAtOnceWhileAnotherOneSearches)
 {
-    HastyHost()
+    const Settings settings{{"CRPT:updateInfoInterval", "4000000"}};  // longer than the machine is up
+    startWithSites({"s1"});
+    Moment searching(0), proceed(0);
+    check("s1", {says(500)});
+    info({[&](const SentRequest&) {
+        searching.release();
+        EXPECT_TRUE(comes(proceed));
+        return reply(500);
+    }});
+    auto failover = requestElsewhere();
+    ASSERT_TRUE(comes(searching));
+    auto heldBack = requestElsewhere();
+    EXPECT_TRUE(ends(heldBack));
+    EXPECT_FALSE(ends(failover, milliseconds(0)));
+    proceed.release();
+    EXPECT_EQ(heldBack.get().errorKind(), ErrorKind::SalePermitted) << "no list request has failed so far";
+    EXPECT_EQ(failover.get().errorKind(), ErrorKind::Unreachable);
+}
+
+TEST_F(ClientInSeveralThreads, OneFailoverAtATimeAndAWaitingCheckGivesUpAtItsOwnDeadline)
+{
+    startWithSites({"s1", "s2"});
+    Moment asking(0), proceed(0);
+    check("s1", {[&](const SentRequest&) {
+                     asking.release();
+                     EXPECT_TRUE(comes(proceed));
+                     return reply(200, Ok);
+                 },
+                 says(200, Ok)});
+    auto first = requestElsewhere();
+    ASSERT_TRUE(comes(asking));
+    const http::Response late = request(milliseconds(50));
+    EXPECT_EQ(late.errorKind(), ErrorKind::SalePermitted);
+    EXPECT_EQ(late.status(), 0);
+    EXPECT_EQ(log.take().last(), "warn Суммарное время ожидания ответа от сервера превысило 50 мсек.");
+    EXPECT_FALSE(ends(first, milliseconds(0)));
+    EXPECT_EQ(http.take().size(), 1U) << "nobody was asked besides";
+    proceed.release();
+    EXPECT_EQ(first.get().status(), 200);
+    EXPECT_EQ(request(milliseconds(50)).status(), 200);
+}
+
+TEST_F(ClientInSeveralThreads, ACheckThatFindsNoSiteLeftWhenItsTurnComesSearchesOnItsOwnAccountAnew)
+{
+    startWithSites({"s1"});
+    std::future<http::Response> second;
+    Moment begun(0);
+    check("s1", {[&](const SentRequest&) {
+              clock.onLook = [&] { begun.release(); };
+              second = requestElsewhere(seconds(10));
+              EXPECT_TRUE(comes(begun));
+              std::this_thread::sleep_for(milliseconds(20));
+              clock.advance(seconds(4));
+              return reply(500);
+          }});
+    relist({"s2"});
+    info({says(500), [&](const SentRequest&) {
+              clock.advance(seconds(9));
+              return lists({"s2"})({});
+          }});
+    check("s2", {soldInTime()});
+    EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);
+    EXPECT_EQ(second.get().status(), 200) << "4 s of 10 are spent, the search is off the budget";
+}
+
+/// As if other checks took every site out of service that this one has found.
+TEST_F(ClientInSeveralThreads, ACheckSearchesNoMoreOnceItsSearchesHaveTakenAMinute)
+{
+    startWithSites({});
+    relist({"s1"});
+    const Answer slowList = [&](const SentRequest&) {
+        clock.advance(seconds(40));
+        return lists({"s1"})({});
+    };
+    info({slowList, says(500), slowList, says(500), slowList, says(500)});
+    check("s1", {says(500)});
+    bool isFound = false;
+    clock.onLook = [&] {
+        // Once when the search is over, and then when the wait for the turn begins.
+        const QStringList lines = log.take();
+        const bool isSearchOver = !lines.isEmpty() && lines.last().contains("Выбрана CDN");
+        if (std::exchange(isFound, isSearchOver)) {
+            EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);
+        }
+    };
+    EXPECT_EQ(request(seconds(2)).errorKind(), ErrorKind::Unreachable);
+    EXPECT_EQ(http.take().size(), 8U) << "two searches, each with a probe, a check elsewhere and its search";
+}
+
+TEST_F(ClientInSeveralThreads, ACheckWaitsInItsFailoverForAnUpdateThatAnotherThreadMakes)
+{
+    startWithSites({"s1"});
+    Moment updating(0), waiting(0);
+    std::future<Status> update;
+    relist({"s2"});
+    info({[&](const SentRequest&) {
+        updating.release();
+        EXPECT_TRUE(comes(waiting)) << "for the check to wait for this update";
+        return lists({"s2"})({});
+    }});
+    check("s1", {[&](const SentRequest&) {
+              update = std::async(std::launch::async, [this] { return client->updateInfo(); });
+              EXPECT_TRUE(comes(updating));
+              return reply(500);
+          }});
+    check("s2", {says(200, Ok)});
+    clock.onSleep = [&] {
+        waiting.release();
+        EXPECT_TRUE(ends(update)) << "while the check has its turn";
+    };
+    EXPECT_EQ(request().status(), 200);
+    EXPECT_EQ(update.get(), Status::Finished);
+    EXPECT_EQ(http.take().back().url.host(), "s2");
+}
+
+/// A host whose thread for notices is about to check codes: its first notice waits for that check.
+struct BlockingHost : BaseActivityListener
+{
+    explicit BlockingHost(std::function<void()> checkCodes)
+        : onFirstNotice(std::move(checkCodes))
     {
         Singleton<ActivityNotifier>::instance()->addListener(this, {EActivityListener::ErrorNotification});
     }
-    ~HastyHost() override { stopListening(); }
-    void handleEvent(const Event& /*event*/) override
+    ~BlockingHost() override { stopListening(); }
+    void handleEvent(const Event& event) override
     {
-        if (onNotice) {
-            std::exchange(onNotice, {})();
+        notices.append(events::ErrorNotification(event).notification().id());
+        if (onFirstNotice) {
+            std::exchange(onFirstNotice, {})();
         }
     }
-    std::function<void()> onNotice;
+    std::function<void()> onFirstNotice;
+    QStringList notices;  // the ids of their texts, empty for a withdrawal
 };
 
-TEST_F(ClientInSeveralThreads, EndsChecksThatAHostMakesFromWithinANotice)
+TEST_F(ClientInSeveralThreads, NoticesAreSentWhenNothingIsHeldThatACheckNeeds)
 {
-    http::Response inner;
-    HastyHost host;
-    const auto checkOnNotice = [&] { host.onNotice = [&] { inner = request(); }; };
-
-    make();
-    client->onStart();
-    checkOnNotice();
-    client->updateInfo();  // withdraws the notice; the check has no site and cannot wait for this update
-    EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
-
-    startWithSites({"s1"});
-    check("s1", {says(500)});
-    info({says(500)});
-    checkOnNotice();
-    EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);  // searches again, and so withdraws
-    EXPECT_EQ(inner.errorKind(), ErrorKind::SalePermitted);
-
-    startWithSites({"s1"});
-    check("s1", {says(401), says(200, Ok)});
-    checkOnNotice();
-    EXPECT_EQ(request().status(), 401);
-    EXPECT_EQ(inner.status(), 200);
+    const QString refused = "crptIncorrectTokenErrorNotification";
+    const std::function<void()> update = [&] { client->updateInfo(); };
+    const std::function<void()> checkCodes = [&] { (void)request(); };
+    struct Case
+    {
+        QStringList sites;  // none: the client is new
+        Answer list, reply;
+        std::function<void()> act;
+        QStringList notices;
+    };
+    const Case cases[] = {{{}, says(401), says(500), update, {"", "", refused}},  // the check updates, too
+                          {{"s1"}, says(500), says(401), checkCodes, {refused}},
+                          {{"s1"}, says(500), says(500), checkCodes, {"", ""}}};
+    for (const Case& c : cases) {
+        if (c.sites.isEmpty()) {
+            make();
+            client->onStart();
+        } else {
+            startWithSites(c.sites);
+        }
+        check("s1", {c.reply, says(200, Ok)});
+        info({c.list, says(500)});
+        BlockingHost host([&] { EXPECT_TRUE(ends(requestElsewhere())) << "or it waits for ever"; });
+        c.act();
+        EXPECT_EQ(host.notices, c.notices);
+    }
 }
 
-TEST_F(ClientInSeveralThreads, HasChecksThatComeBeforeItsStartWaitForItWithinTheirTime)
+TEST_F(ClientInSeveralThreads, ACheckThatComesBeforeTheStartWaitsForNothing)
 {
     make();
     relist({"s1"});
     check("s1", {says(200, Ok)});
-    EXPECT_EQ(request(milliseconds(1)).status(), 200) << "never started";
-
-    make();
-    auto checked = std::async(std::launch::async, [this] { return request(2 * Patience).status(); });
-    EXPECT_EQ(checked.wait_for(milliseconds(50)), std::future_status::timeout) << "not without the start";
+    EXPECT_EQ(request(milliseconds(1)).status(), 200);
+    const int clients = http.clientsSetUp();
     client->onStart();
-    ASSERT_EQ(checked.wait_for(Patience), std::future_status::ready);
-    EXPECT_EQ(checked.get(), 200);
+    EXPECT_EQ(http.clientsSetUp(), clients + 1);
+}
+
+TEST_F(ClientInSeveralThreads, ItsEndWaitsForAnEventThatItIsHandling)
+{
+    Moment handling(0), proceed(0);
+    startWithSites({"s1"});
+    http.onSetUp = [&] {
+        handling.release();
+        EXPECT_TRUE(comes(proceed));
+    };
+    std::thread host([] { Singleton<ActivityNotifier>::instance()->sendEvent(Event(172)); });
+    ASSERT_TRUE(comes(handling));
+    auto end = std::async(std::launch::async, [this] { client.reset(); });
+    EXPECT_FALSE(ends(end, milliseconds(20)));
+    proceed.release();
+    EXPECT_TRUE(ends(end));
+    host.join();
 }
 
 TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
 {
     constexpr int rounds = 15;
+    const Settings settings{{"CRPT:updateInfoInterval", "1"}};
     startWithSites({"s1", "s2"});
+    const Answer listed = lists({"s1", "s2"}), failed = says(500);
+    info({listed, failed, failed, listed, answers(cutOff()), failed, says(401), listed});
     clock.onSleep = [] { std::this_thread::sleep_for(milliseconds(1)); };  // gives way as the real pause does
     // The log's locks would hide missing ones.
     Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});

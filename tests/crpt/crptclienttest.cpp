@@ -100,6 +100,31 @@ TEST_F(CrptClientTest, MayBeAskedByWhoeverReadsTheLog)
     EXPECT_GT(lines, 0);
 }
 
+TEST_F(CrptClientTest, GivesTheUrlsOfItsHostsInUrlOrder)
+{
+    CrptClient several;
+    for (const char* host : {"https://op2/x/", "http://op3", "https://op1//"}) {
+        several.addHost(QUrl(host), "owner");
+    }
+    const QList<QUrl> urls = {QUrl("http://op3/api/v4/true-api/cdn/health/check"),
+                              QUrl("https://op1//api/v4/true-api/cdn/health/check"),
+                              QUrl("https://op2/x/api/v4/true-api/cdn/health/check")};
+    EXPECT_EQ(several.getHosts(CdnMethod::HealthCheck), urls);
+    for (const int unknown : {0, 4, -1}) {
+        EXPECT_EQ(several.getUrl("http://op3", CdnMethod(unknown)), QUrl("http://op3/api/v4/true-api"));
+    }
+}
+
+TEST_F(CrptClientTest, IsMadeAnewByEvents10_11And172Only)
+{
+    startWithSites({});
+    for (const int code : {0, 9, 10, 11, 12, 96, 171, 172, 250, 256}) {
+        const int before = http.clientsSetUp();
+        client->handleEvent(Event(code));
+        EXPECT_EQ(http.clientsSetUp() - before, code == 10 || code == 11 || code == 172 ? 1 : 0) << code;
+    }
+}
+
 TEST(Site, ComparesByTimeAndHostAlone)
 {
     CdnInfo site, same, slower, other;

@@ -6,6 +6,7 @@
 #include "tests/doubles/logwatch.h"
 #include "tests/doubles/printers.h"
 #include "tests/doubles/scriptedclient.h"
+#include "tests/doubles/settings.h"
 #include "tests/doubles/simulatedclock.h"
 #include <gmock/gmock.h>
 

@@ -31,10 +31,27 @@ void ScriptedClient::setTimeout(std::chrono::milliseconds timeout)
     m_timeout.store(timeout, std::memory_order_relaxed);
 }
 
+void ScriptedClient::setDeadline(const QDeadlineTimer& deadline)
+{
+    m_left.store(deadline.isForever()
+                     ? std::chrono::milliseconds::max()
+                     : std::chrono::ceil<std::chrono::milliseconds>(deadline.remainingTimeAsDuration()),
+                 std::memory_order_relaxed);
+}
+
 void ScriptedClient::setLogger(const Log4Qt::Logger* logger)
 {
     m_logger.store(logger, std::memory_order_relaxed);
     m_clientsSetUp.fetch_add(1, std::memory_order_relaxed);
+    if (onSetUp) {
+        onSetUp();
+    }
+}
+
+void ScriptedClient::setTargetAlias(const QString& alias)
+{
+    const std::lock_guard lock(m_mutex);
+    m_alias = alias;
 }
 
 http::Response ScriptedClient::get(const QUrl& url, const QJsonDocument& body, const Headers& headers)
@@ -50,15 +67,18 @@ http::Response ScriptedClient::post(const QUrl& url, const QJsonDocument& body, 
 http::Response ScriptedClient::exchange(const char* method, const QUrl& url, const QJsonDocument& body,
                                         const Headers& headers)
 {
-    const SentRequest request{method,
-                              url,
-                              headers,
-                              body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact),
-                              m_timeout.load(std::memory_order_relaxed),
-                              m_logger.load(std::memory_order_relaxed)};
+    SentRequest request{method,
+                        url,
+                        headers,
+                        body.isEmpty() ? QByteArray() : body.toJson(QJsonDocument::Compact),
+                        m_timeout.load(std::memory_order_relaxed),
+                        m_left.load(std::memory_order_relaxed),
+                        m_logger.load(std::memory_order_relaxed),
+                        {}};
     Answer answer;
     {
         const std::lock_guard lock(m_mutex);
+        request.alias = m_alias;
         m_sent.push_back(request);
         answer = answerTo(url);
     }
@@ -103,5 +123,13 @@ http::Response cutOff()
     http::Response response;
     response.setNetworkError(true);
     response.setNetworkError(http::NetworkError::ConnectionRefused);
+    return response;
+}
+
+http::Response canceledHere()
+{
+    http::Response response;
+    response.setNetworkError(true);
+    response.setNetworkError(http::NetworkError::OperationCanceled);
     return response;
 }

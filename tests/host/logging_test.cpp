@@ -1,4 +1,9 @@
+#include <fstream>
 #include <thread>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -9,6 +14,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using Log4Qt::Level;
 using Log4Qt::LogManager;
 
@@ -63,6 +69,7 @@ TEST_F(LoggingTest, WatcherMayAskForLinesThatAreNotWritten)
     logger->warn("w");
     LogManager::setWatcher({});
     EXPECT_FALSE(logger->isEnabledFor(Level::Info));
+    EXPECT_TRUE(LogManager::flush(10s));
     EXPECT_EQ(seen, (QStringList{"d", "w"}));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), "w\n");
@@ -79,15 +86,81 @@ TEST_F(LoggingTest, SecretAfterAHeaderNameIsMasked)
          {"{\"X-API-KEY\":\"0123456789ab\"}", "{\"X-API-KEY\":\"**********ab\"}"},
          {"X-API-KEY: no owner)", "X-API-KEY: *****ner)"},
          {"Authorization: Basic 0123456789ab (x)", "Authorization: ****************** (x)"},
-         {"X-API-KEY: 0123456789ab\nAuthorization: Basic abcdef\r\nplain",
-          "X-API-KEY: ********89ab\nAuthorization: ********cdef\r\nplain"},
+         {"X-API-KEY: 0123456789\nend (o)", "X-API-KEY: **********\\u000aend (o)"},
          {"Ключ доступа 0123456789ab", "Ключ доступа 0123456789ab"}});
+}
+
+TEST_F(LoggingTest, UserAndPasswordOfAnAddressAreMasked)
+{
+    expectWritten(
+        {{"Добавлен хост: http://u:p@host:8080/a@b (o@shop)",
+          "Добавлен хост: http://***@host:8080/a@b (o@shop)"},
+         {"https://u@a, http://b:80/@c, http://[::1]/@", "https://*@a, http://b:80/@c, http://[::1]/@"},
+         {"http://u:a%40b@h http://u:a@b@h", "http://*******@h http://*****@h"},
+         {"http://http//u:a@h", "http://http//***@h"},
+         {"http://u:my pass@h http://u:a/b@h", "http://*********@h http://*****@h"},
+         {"?to=http%3a%2f%2fu%3Ap%40h%2Fa%40b", "?to=http%3a%2f%2f*****%40h%2Fa%40b"},
+         {"http://h:80, a@b // c@d", "http://h:80, a@b // c@d"}});
+}
+
+TEST_F(LoggingTest, LineCannotBeForgedOrSteerATerminal)
+{
+    expectWritten({{"http://a/\n2026 info x\r", "http://a/\\u000a2026 info x\\u000d"},
+                   {"\x1b[2J\u009b\u202e\u2028", "\\u001b[2J\\u009b\\u202e\\u2028"},
+                   {"01\x1d"
+                    "21 ключ 😀",
+                    "01<GS>21 ключ 😀"}});
+}
+
+TEST_F(LoggingTest, LogThatNobodyReadsHoldsUpNobody)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("pipe");
+    ASSERT_EQ(mkfifo(qPrintable(path), 0600), 0);
+    std::fstream pipe(path.toStdString());
+    ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%v"}));
+    LogManager::setWatcher({});
+    constexpr int logged = 10'000;
+    for (int i = 0; i < logged; ++i) {
+        logger->info("%1 %2", i, QString(1000, 'x'));
+    }
+    EXPECT_FALSE(LogManager::flush(0s));
+    LogManager::configure({.file = "/dev/null"});
+    int written = 0;
+    std::string line;
+    while (std::getline(pipe, line) && line.starts_with(std::to_string(written) + " x")) {
+        ++written;
+    }
+    EXPECT_EQ(line, "Пропущено строк журнала: " + std::to_string(logged - written));
+    EXPECT_GT(written, 3000);
+    EXPECT_LT(written, logged);
+}
+
+TEST_F(LoggingTest, ChildOfAForkWritesItsLinesItself)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.log"));
+    ASSERT_TRUE(LogManager::configure({.file = file.fileName(), .pattern = "%v"}));
+    logger->info("parent");
+    ASSERT_TRUE(LogManager::flush(10s));
+    const pid_t child = fork();
+    if (child == 0) {
+        logger->info("child");
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "parent\nchild\n");
 }
 
 TEST_F(LoggingTest, SecretRegisteredIsMaskedAnywhereUnlessSecretsAreWanted)
 {
-    for (const char* secret : {"registered-secret", "secret-and-more", "short234", "abc", "%2 {}"}) {
+    for (const char* secret :
+         {"registered-secret", "secret-and-more", "short234", "abc", "%2 {}", "li\nne"}) {
         LogManager::addSecret(secret);
+    }
+    for (int i = 0; i < 300; ++i) {
+        LogManager::addSecret(QString("<%1>").arg(i, 6));
     }
     expectWritten({{"url?key=registered-secret&x", "url?key=*************cret&x"},
                    {"registered-secret-and-more", "**********************more"},
@@ -95,6 +168,7 @@ TEST_F(LoggingTest, SecretRegisteredIsMaskedAnywhereUnlessSecretsAreWanted)
                    {"short234", "********"},
                    {"abcd", "abcd"},
                    {"%2 {}", "*****"},
+                   {"li\nne", "*****"},
                    {"Registered-Secret", "Registered-Secret"}});
     LogManager::configure({.file = "/dev/null", .secrets = true});
     expectWritten({{"X-API-KEY: registered-secret", "X-API-KEY: registered-secret"}});
@@ -106,14 +180,23 @@ TEST_F(LoggingTest, FileIsAppendedToUntilAnotherCanBeOpened)
     const QString path = folder.filePath("журнал/a.log");
     ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%l [%n] %v"}));
     LogManager::logger("taskmanager", "crptping")->info("раз");
+    ASSERT_TRUE(QFile::rename(path, path + ".1"));
+    ASSERT_TRUE(LogManager::reopen());
+    LogManager::logger("taskmanager", "crptping")->info("два");
+    LogManager::configure({.file = "/dev/full"});
+    logger->info("lost");
+    ASSERT_TRUE(LogManager::flush(10s));
     ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%l [%n] %v"}));
     QString error;
     EXPECT_FALSE(LogManager::configure({.level = Level::Off, .file = "/proc/none/a.log"}, &error));
     EXPECT_TRUE(error.contains("/proc/none/a.log")) << qPrintable(error);
     logger->warn("X-API-KEY: %1", "0123456789ab");
+    ASSERT_TRUE(LogManager::flush(10s));
+    QFile rotated(path + ".1");
     QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "info [taskmanager.crptping] раз\nwarning [test] X-API-KEY: ********89ab\n");
+    ASSERT_TRUE(rotated.open(QIODevice::ReadOnly) && file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(rotated.readAll(), "info [taskmanager.crptping] раз\n");
+    EXPECT_EQ(file.readAll(), "info [taskmanager.crptping] два\nwarning [test] X-API-KEY: ********89ab\n");
 }
 
 TEST_F(LoggingTest, WatcherIsNotCalledAfterItsRemoval)

@@ -17,7 +17,7 @@ namespace {
 
 constexpr unsigned SecondsForOne = 10;         ///< of real time: whatever takes longer hangs
 constexpr std::uint64_t FewestForAll = 50000;  ///< in so many runs everything that can happen happens
-constexpr size_t Kinds = 57;                   ///< how many things can happen
+constexpr size_t Kinds = 71;                   ///< how many things can happen
 
 struct Options
 {
@@ -50,7 +50,7 @@ QString disagreement(const Schedule& schedule, RealSide& side, Tally& tally)
     World actual(schedule);
     Rules rules(imagined, tally.coverage);
     QString wrong;
-    side.begin(actual);
+    side.begin(actual, imagined.trace);
     for (auto step = schedule.begin(); step != schedule.end() && wrong.isEmpty(); ++step) {
         if (!step->isAction()) {
             continue;

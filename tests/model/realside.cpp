@@ -1,6 +1,7 @@
 #include "tests/model/realside.h"
 
 #include <algorithm>
+#include <future>
 
 #include <QJsonArray>
 
@@ -16,6 +17,11 @@ namespace {
 qint64 untilOf(const CdnInfo& site)
 {
     return site.unavailableUntil.isValid() ? site.unavailableUntil.toMSecsSinceEpoch() : -1;
+}
+
+qint64 realTime()
+{
+    return QDeadlineTimer::current(Qt::PreciseTimer).deadlineNSecs();
 }
 
 }  // namespace
@@ -76,12 +82,13 @@ RealSide::~RealSide()
     MockFactory<CurrentTime>::mocked = nullptr;
 }
 
-void RealSide::begin(World& world)
+void RealSide::begin(World& world, const Trace& expected)
 {
     static const QStringList keys = {u"CRPT:updateInfoInterval"_s, u"CRPT:getInfoTimeout"_s,
                                      u"CRPT:healthCheckTimeout"_s};
     static const std::array defaults = {-1, 10, 10};
     m_world = &world;
+    m_expected = &expected;
     Singleton<Config>::instance()->clear();
     for (size_t i = 0; i < defaults.size(); ++i) {
         if (world.setting(i) != defaults[i]) {
@@ -91,7 +98,10 @@ void RealSide::begin(World& world)
     m_set = {};
     m_client = std::make_unique<Client>(world);
     m_client->onStart();
-    world.otherUpdate = [this] { m_world->record("updated", {int(m_client->CrptClient::updateInfo())}); };
+    world.otherUpdate = [this] {
+        const auto update = [this] { return m_client->CrptClient::updateInfo(); };
+        m_world->record("updated", {int(std::async(std::launch::async, update).get())});
+    };
 }
 
 void RealSide::end()
@@ -108,7 +118,7 @@ void RealSide::perform(const Step& step)
     } else if (step.kind == Step::HostEvent) {
         Singleton<ActivityNotifier>::instance()->sendEvent(Event(HostEvents[size_t(step.n[0])]));
     } else if (step.kind == Step::Update) {
-        m_world->otherUpdate();
+        m_world->record("updated", {int(m_client->CrptClient::updateInfo())});
     } else if (step.kind == Step::Check) {
         check(step);
     } else if (step.kind == Step::Pass) {
@@ -177,7 +187,24 @@ QDateTime RealSide::currentDateTime() const
 
 std::chrono::nanoseconds RealSide::monotonic() const
 {
+    m_realTime = realTime();
     return std::chrono::nanoseconds(m_world->monotonic());
+}
+
+/// The client takes a duration of this world's clock and counts it from now on the real one, some time
+/// between its last look at the former and this call. The model's limit is taken when it lies between the
+/// two.
+void RealSide::setDeadline(const QDeadlineTimer& deadline)
+{
+    if (deadline.isForever()) {
+        m_set.deadline = std::numeric_limits<qint64>::max();
+        return;
+    }
+    const qint64 atLeast = m_world->monotonic() + deadline.deadlineNSecs() - realTime();
+    const qint64 atMost = m_world->monotonic() + deadline.deadlineNSecs() - m_realTime;
+    const size_t next = m_world->trace.size();
+    const qint64 model = next < m_expected->size() ? (*m_expected)[next].numbers[1] : atMost;
+    m_set.deadline = atLeast <= model && model <= atMost ? model : atMost;
 }
 
 void RealSide::sleepFor(milliseconds duration) const
@@ -215,9 +242,10 @@ http::Response RealSide::exchange(const QUrl& url, const QJsonDocument& body, co
     qint64 limit = set.timeout;
     std::optional<qint64> end;
     if (set.deadline) {
-        limit =
-            set.deadline->isForever() ? std::numeric_limits<qint64>::max() : set.deadline->deadlineNSecs();
-        end = set.deadline->isForever() ? end : limit;
+        limit = *set.deadline;
+        if (limit != std::numeric_limits<qint64>::max()) {
+            end = limit;
+        }
     } else if (limit > 0) {
         end = m_world->monotonic() + limit * 1'000'000;
     }

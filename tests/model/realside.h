@@ -16,7 +16,8 @@ public:
     ~RealSide() override;
 
     /// A new client that has been started.
-    void begin(World& world);
+    /// `expected` is the trace that the model leaves, each action before it is performed here.
+    void begin(World& world, const Trace& expected);
     void perform(const Step& step);
     void end();
 
@@ -31,7 +32,7 @@ private:
     // Every HTTP client. What one has been set to is forgotten with its request.
     using RestClient::setTimeout;
     void setTimeout(std::chrono::milliseconds timeout) override { m_set.timeout = timeout.count(); }
-    void setDeadline(const QDeadlineTimer& deadline) override { m_set.deadline = deadline; }
+    void setDeadline(const QDeadlineTimer& deadline) override;
     void setTargetAlias(const QString& alias) override { m_set.alias = alias; }
     void setLogger(const Log4Qt::Logger* logger) override { m_set.isNew = logger != nullptr; }
     using Headers = QHash<QString, QString>;
@@ -46,6 +47,8 @@ private:
     void recordVerdicts(const CheckMarkingCodesResult& result);
 
     World* m_world = nullptr;
+    const Trace* m_expected = nullptr;
+    mutable qint64 m_realTime = 0;  ///< in nanoseconds, when the client last asked for the time
     std::unique_ptr<Client> m_client;
     ActivityNotifier::Registration m_cashier;
     QHash<QUrl, int> m_methods;  ///< of all addresses: address * 3 + method
@@ -54,7 +57,7 @@ private:
     {
         QString alias;
         qint64 timeout = -1;
-        std::optional<QDeadlineTimer> deadline;
+        std::optional<qint64> deadline;  ///< of the world's clock
         bool isNew = false;
     };
     Setup m_set;

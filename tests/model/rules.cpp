@@ -48,6 +48,12 @@ QString urlOf(int address, World::Method method)
 }
 
 constexpr qint64 Forever = std::numeric_limits<qint64>::max();
+constexpr qint64 UpdateSeconds = 60;
+constexpr size_t MaxSites = 100;
+
+const QString NoNotice = u"Crpt||"_s;
+const QString TokenNotice = u"Crpt|crptIncorrectTokenErrorNotification|"
+                            "Честный знак: ошибка токена. Чеки будут сформированы некорректно"_s;
 
 }  // namespace
 
@@ -55,7 +61,11 @@ Rules::Rules(World& theWorld, Coverage& theCoverage)
     : world(theWorld)
     , coverage(theCoverage)
 {
-    world.otherUpdate = [this] { world.record("updated", {runUpdate()}); };
+    world.otherUpdate = [this] {
+        const bool checkInTurn = std::exchange(inTurn, false);
+        world.record("updated", {runUpdate()});
+        inTurn = checkInTurn;
+    };
 }
 
 void Rules::perform(const Step& step)
@@ -126,20 +136,31 @@ int Rules::runUpdate()
         log(Warn, "Нет ключей для работы с CDN-площадками");
         return 1;
     }
-    if (updateRunning) {
+    if (updateEnd) {
         log(Debug, "Процесс обновления списка CDN-площадок уже запущен");
         return 2;
     }
     log(Info, "Получение списка CDN-площадок");
-    updateRunning = true;
-    world.record("notice", {}, u"Crpt||"_s);
+    updateEnd = world.monotonic() + UpdateSeconds * 1'000'000'000;
+    QStringList notices = {NoNotice};
     Sites found;
     for (const auto& [host, owner] : hosts) {
-        const Sites ofHost = sitesOf(host);
-        found.insert(found.end(), ofHost.begin(), ofHost.end());
-        if (incorrectToken.contains(host) && incorrectToken.at(host)) {
-            notifyIncorrectToken();
+        for (const auto& site : sitesOf(host)) {
+            const bool known = std::any_of(found.begin(), found.end(), [&](const auto& earlier) {
+                return earlier->address == site->address;
+            });
+            if (!known) {
+                found.push_back(site);
+            }
+            coverage["site of two hosts"] += known;
         }
+        if (incorrectToken.contains(host) && incorrectToken.at(host)) {
+            log(Error, "Ошибка авторизации");
+            notices.append(TokenNotice);
+        }
+    }
+    if (world.monotonic() >= *updateEnd) {
+        log(Warn, "Обновление списка площадок прервано через %1 сек.", UpdateSeconds);
     }
     if (found.empty()) {
         log(Warn, "Не удалось обновить список площадок");
@@ -150,13 +171,22 @@ int Rules::runUpdate()
         updateSucceeded = true;
         log(Info, "Выбрана CDN: %1 (%2 мс)", Addresses[found[0]->address], found[0]->time);
     }
-    updateRunning = false;
+    updateEnd.reset();
+    for (const QString& notice : notices) {
+        notify(notice);
+    }
     return 3;
 }
 
 Rules::Sites Rules::sitesOf(int host)
 {
+    QStringList tried;
     for (const QString& key : keysOf(host)) {
+        if (tried.contains(key) || world.monotonic() >= *updateEnd) {
+            ++coverage[tried.contains(key) ? "key held twice" : "no time for a list request"];
+            continue;
+        }
+        tried.append(key);
         if (Sites found = measure(siteList(host, key), key); !found.empty()) {
             return found;
         }
@@ -184,8 +214,24 @@ std::vector<int> Rules::siteList(int host, const QString& key)
 
 Rules::Sites Rules::measure(const std::vector<int>& listed, const QString& key)
 {
-    Sites found;
+    std::vector<int> different;
     for (const int address : listed) {
+        if (std::find(different.begin(), different.end(), address) == different.end()) {
+            different.push_back(address);
+        } else {
+            ++coverage["site listed twice"];
+        }
+    }
+    if (different.size() > MaxSites) {
+        log(Warn, "Площадок в списке: %1, опрошены первые %2", qint64(different.size()), qint64(MaxSites));
+        different.resize(MaxSites);
+    }
+    Sites found;
+    for (const int address : different) {
+        if (world.monotonic() >= *updateEnd) {
+            ++coverage["no time for a probe"];
+            break;
+        }
         const qint64 start = world.monotonic();
         const Reply reply(ask(World::HealthCheck, address, key, world.setting(2) * 1000LL));
         if (!reply.hasCode || reply.code.value_or(0) != 0) {
@@ -200,12 +246,23 @@ Rules::Sites Rules::measure(const std::vector<int>& listed, const QString& key)
     return found;
 }
 
-void Rules::notifyIncorrectToken()
+/// In a turn, the cashier is told at its end.
+void Rules::notify(const QString& notice)
 {
-    log(Error, "Ошибка авторизации");
-    world.record("notice", {},
-                 u"Crpt|crptIncorrectTokenErrorNotification|"
-                 "Честный знак: ошибка токена. Чеки будут сформированы некорректно"_s);
+    if (inTurn) {
+        pending.append(notice);
+        return;
+    }
+    world.record("notice", {}, notice);
+}
+
+void Rules::endTurn()
+{
+    inTurn = false;
+    coverage["notice after the turn"] += size_t(pending.size());
+    for (const QString& notice : std::exchange(pending, {})) {
+        notify(notice);
+    }
 }
 
 // Request
@@ -215,9 +272,10 @@ bool Rules::isAvailable(const Site& site) const
     return site.available || site.until < world.wall();
 }
 
-bool Rules::hasAvailable() const
+bool Rules::hasAvailable(const Sites& among, const std::shared_ptr<Site>& besides) const
 {
-    return std::any_of(sites.begin(), sites.end(), [this](const auto& site) { return isAvailable(*site); });
+    return std::any_of(among.begin(), among.end(),
+                       [&](const auto& site) { return site != besides && isAvailable(*site); });
 }
 
 int Rules::kindWithoutSites() const
@@ -231,9 +289,16 @@ int Rules::kindWithoutSites() const
 void Rules::search(int& status)
 {
     log(Warn, "Нет доступных площадок, пытаемся обновить список площадок");
-    while (!hasAvailable()) {
+    coverage["site found without an update"] += hasAvailable(sites);
+    constexpr qint64 maxWait = 60'000'000'000;
+    const qint64 begin = world.monotonic();
+    while (!hasAvailable(sites)) {
         status = updateInfo();
         if (status != 2) {
+            return;
+        }
+        if (world.monotonic() - begin >= maxWait) {
+            ++coverage["wait for somebody else's update given up"];
             return;
         }
         world.pause(100);
@@ -246,8 +311,8 @@ void Rules::search(int& status)
 Rules::Answer Rules::request(const Step& check)
 {
     int status = 0;
-    if (hasAvailable()) {
-        return walk(check, status);
+    if (hasAvailable(sites)) {
+        return failover(check, status);
     }
     const qint64 interval = world.setting(0) * 1'000'000'000LL;
     if (interval > 0 && world.monotonic() - lastRefresh < interval) {
@@ -255,8 +320,8 @@ Rules::Answer Rules::request(const Step& check)
         return {.kind = kindWithoutSites(), .reply = nullptr, .url = {}};
     }
     search(status);
-    if (hasAvailable()) {
-        return walk(check, status);
+    if (hasAvailable(sites)) {
+        return failover(check, status);
     }
     Answer answer;
     if (!requestStates.empty()) {
@@ -269,8 +334,9 @@ Rules::Answer Rules::request(const Step& check)
     return answer;
 }
 
-Rules::Answer Rules::walk(const Step& check, int status)
+Rules::Answer Rules::failover(const Step& check, int status)
 {
+    inTurn = true;
     const std::optional<qint64> budget = limitInForce(check, Step::Budget);
     const qint64 total = budget ? world.monotonic() + *budget * 1'000'000 : Forever;
     bool crossBorderBefore = false;
@@ -280,8 +346,10 @@ Rules::Answer Rules::walk(const Step& check, int status)
         answer.kind = 1;
         return answer;
     };
-    for (size_t i = 0; i < sites.size();) {
-        Site& site = *sites[i];
+    Sites mine = sites;
+    for (size_t i = 0; i < mine.size();) {
+        const std::shared_ptr<Site> kept = mine[i];
+        Site& site = *kept;
         if (!isAvailable(site)) {
             ++i;
             continue;
@@ -290,7 +358,8 @@ Rules::Answer Rules::walk(const Step& check, int status)
         site.available = true;
         site.networkError = false;
         answer = post(check, site, total);
-        const Class result = classOf(Reply(*answer.reply));
+        const Reply reply(*answer.reply);
+        const Class result = classOf(reply);
         ++coverage[std::string("check: ") + Classes[result]];
 
         switch (result) {
@@ -306,7 +375,8 @@ Rules::Answer Rules::walk(const Step& check, int status)
         case Emergency:
             return permitted("В ГИС МТ введена аварийная ситуация, запрет на продажу отключен");
         case Refused:
-            notifyIncorrectToken();
+            log(Error, "Ошибка авторизации");
+            notify(TokenNotice);
             return answer;
         case ProtocolError:
             log(Error, "Ошибка протокола");
@@ -316,6 +386,17 @@ Rules::Answer Rules::walk(const Step& check, int status)
                 return permitted("Суммарное время ожидания ответа от сервера превысило %1 мсек.", *budget);
             }
             break;
+        case NetworkError:
+            if (reply.causedHere && (reply.status == 0 || !hasAvailable(mine, kept))) {
+                ++coverage["failure caused here"];
+                return answer;
+            }
+            if (reply.causedHere) {
+                ++coverage["reply over our limit"];
+                ++i;
+                continue;
+            }
+            break;
         default:
             break;
         }
@@ -323,7 +404,7 @@ Rules::Answer Rules::walk(const Step& check, int status)
         site = {site.address, site.time, false, world.wall() + 900'000, result == NetworkError};
         log(Info, "Площадка %1 помечена как недоступная на 15 минут", Addresses[site.address]);
         log(Info, "Переключение на следующую CDN-площадку");
-        if (hasAvailable()) {
+        if (hasAvailable(mine)) {
             ++i;
             continue;
         }
@@ -335,12 +416,13 @@ Rules::Answer Rules::walk(const Step& check, int status)
         if (status != 3) {
             search(status);
         }
-        if (!hasAvailable()) {
+        if (!hasAvailable(sites)) {
             log(Warn, "Нет доступных площадок после обновления списка");
             answer.kind = kindWithoutSites();
             return answer;
         }
-        ++coverage["walk restarted"];
+        ++coverage["failover begins anew"];
+        mine = sites;
         i = 0;
     }
     ++coverage["past the last site"];
@@ -360,7 +442,9 @@ Rules::Answer Rules::post(const Step& check, const Site& site, qint64 total)
     }
     const QByteArray body = QJsonDocument(QJsonObject{{u"codes"_s, codes}}).toJson(QJsonDocument::Compact);
     const QString key = u"check-%1"_s.arg(check.n[Step::Key]);
+    const Sites before = sites;
     const Step& reply = ask(World::CodesCheck, site.address, key, std::min(own, total), body);
+    coverage["list replaced during an attempt"] += sites != before;
     return {0, &reply, urlOf(site.address, World::CodesCheck)};
 }
 
@@ -378,6 +462,7 @@ void Rules::check(const Step& check)
         log(Info, "Проверка кодов маркировок: [%1]", readable.join(u", "_s));
     }
     const Answer answer = request(check);
+    endTurn();
     ++coverage["error kind " + std::to_string(answer.kind)];
     if (answer.reply == nullptr) {
         world.record("result", {answer.kind}, u"|"_s);
@@ -449,6 +534,14 @@ const Step& Rules::ask(World::Method method, int address, const QString& key, qi
                                         u"серверу честного знака для получения состояния CDN-площадки"_s,
                                         u"серверу честного знака для проверки маркировки"_s};
     const bool isCheck = method == World::CodesCheck;
+    constexpr qint64 limitForNone = 30'000;
+    limit = !isCheck && limit <= 0 ? limitForNone : limit;
+    if (isCheck) {
+        limit = std::max(limit, world.monotonic());
+    } else if (const qint64 left = (*updateEnd - world.monotonic() + 999'999) / 1'000'000; left < limit) {
+        ++coverage["time-out cut by the end of the update"];
+        limit = left;
+    }
     const bool newClient = std::exchange(clientMade, false) || !isCheck;
     world.record("request", {address * 3 + method, limit, isCheck, newClient, true},
                  aliases[method] + u'|' + key, body);

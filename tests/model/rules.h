@@ -47,14 +47,15 @@ private:
     Sites sitesOf(int host);
     std::vector<int> siteList(int host, const QString& key);
     Sites measure(const std::vector<int>& listed, const QString& key);
-    void notifyIncorrectToken();
+    void notify(const QString& notice);
+    void endTurn();
 
     [[nodiscard]] bool isAvailable(const Site& site) const;
-    [[nodiscard]] bool hasAvailable() const;
+    [[nodiscard]] bool hasAvailable(const Sites& among, const std::shared_ptr<Site>& besides = {}) const;
     [[nodiscard]] int kindWithoutSites() const;
     void search(int& status);
     Answer request(const Step& check);
-    Answer walk(const Step& check, int status);
+    Answer failover(const Step& check, int status);
     Answer post(const Step& check, const Site& site, qint64 total);
 
     void check(const Step& check);
@@ -85,7 +86,9 @@ private:
     Sites sites;
     Sites everMeasured;
     bool updateSucceeded = true;
-    bool updateRunning = false;
+    std::optional<qint64> updateEnd;  ///< of the update that runs: no request begins then or later
+    bool inTurn = false;
+    QStringList pending;  ///< notices, for the end of the turn
     bool clientMade = true;
     qint64 lastRefresh = 0;
 };

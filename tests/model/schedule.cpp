@@ -6,13 +6,25 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+/// Sites that only a long list has: two less than are looked at.
+QStringList manyMore(QStringList addresses)
+{
+    for (int i = 0; i < 98; ++i) {
+        addresses.append(u"https://more%1.test"_s.arg(i));
+    }
+    return addresses;
+}
+}  // namespace
+
 const QStringList Addresses =
-    u"http://d.test:8080 https://a.test https://b.test/ https://c.test/x// "
-    "https://s1.test http://s2.test:81/ https://s3.test/a/b https://s4.test/a%2Fb%25/ "
-    "https://s5.test// s6.test"_s.split(u' ');
-const QStringList Bases = u"http://d.test:8080 https://a.test https://b.test https://c.test/x/ "
-                          "https://s1.test http://s2.test:81 https://s3.test/a/b https://s4.test/a/b%25 "
-                          "https://s5.test/ s6.test"_s.split(u' ');
+    manyMore(u"http://d.test:8080 https://a.test https://b.test/ https://c.test/x// "
+             "https://s1.test http://s2.test:81/ https://s3.test/a/b https://s4.test/a%2Fb%25/ "
+             "https://s5.test// s6.test"_s.split(u' '));
+const QStringList Bases =
+    manyMore(u"http://d.test:8080 https://a.test https://b.test https://c.test/x/ "
+             "https://s1.test http://s2.test:81 https://s3.test/a/b https://s4.test/a/b%25 "
+             "https://s5.test/ s6.test"_s.split(u' '));
 const QStringList Owners = {u"A"_s, u"B"_s, QString()};
 const QStringList CodeTexts = {u"0104600000000017215abc\u001d93Zz9="_s, u"RU-401301-AAA7277031"_s,
                                u"00000046198488X?io+qCABm8"_s};
@@ -36,13 +48,14 @@ const std::vector<qint64> Limits = {2000, 0,        1999,          2001,
                                     2500, 5000,     30000,         120000,
                                     -5,   -3600000, Countless + 1, std::numeric_limits<qint64>::max()};
 enum Forms { Object, Empty, Wrapped, Cut, Text };
-enum Contents { Digits = 0xfff, MemberMissing = 0x1000, MemberOfWrongType = 0x2000 };
+enum Contents { Digits = 0xfff, MemberMissing = 0x1000, MemberOfWrongType = 0x2000, Many = 0x4000 };
+constexpr int SiteCount = 6;
 
 /// What a digit of a list stands for: nothing, a site or an element without one.
 const std::vector<QByteArray> OddElements = {R"({"host":""})", "{}", R"({"host":7})", R"("s")", "null"};
 int siteOf(int digit)
 {
-    return digit > 0 && digit <= 10 ? HostCount + (digit - 1) % int(Addresses.size() - HostCount) : 0;
+    return digit > 0 && digit <= 10 ? HostCount + (digit - 1) % SiteCount : 0;
 }
 /// What a digit of a check's reply stands for: nothing or a verdict.
 std::optional<Reply::Verdict> verdictOf(int digit)
@@ -55,6 +68,11 @@ std::optional<Reply::Verdict> verdictOf(int digit)
 QByteArray contentOf(const Step& reply)
 {
     QByteArrayList elements;
+    if (reply.kind == Step::ListReply && (reply.n[Step::Content] & Many) != 0) {
+        for (const QString& address : Addresses.mid(HostCount + SiteCount)) {
+            elements += "{\"host\":\"" + address.toUtf8() + "\"}";
+        }
+    }
     for (int digits = reply.n[Step::Content] & Digits, i = 0; digits > 0; digits >>= 4, ++i) {
         const int digit = digits & 15;
         if (const int site = siteOf(digit); reply.kind == Step::ListReply && digit > 0) {
@@ -82,9 +100,9 @@ QByteArray bodyOf(const Step& reply)
     add("code", CodeFields[size_t(reply.n[Step::Code])].json);
     add("description", Descriptions[size_t(reply.n[Step::Description])]);
     if (const int content = reply.n[Step::Content];
-        content < MemberMissing && reply.kind != Step::ProbeReply) {
+        (content & ~Many) < MemberMissing && reply.kind != Step::ProbeReply) {
         add(reply.kind == Step::ListReply ? "hosts" : "codes", contentOf(reply));
-    } else if (content >= MemberOfWrongType) {
+    } else if ((content & MemberOfWrongType) != 0) {
         add(reply.kind == Step::ListReply ? "hosts" : "codes", R"({"host":"s"})");
     }
     QByteArray object = '{' + members.join(',') + '}';
@@ -133,14 +151,16 @@ Choice seldom(size_t percent, const Choice& rare)
 const std::vector<Choice>& choicesOf(Step::Kind kind)
 {
     static const Choice wallStep = seldom(5, {1, -1, 900, 901, -900, -901, 86400, -86400});
-    static const Choice latency = {0, 0, 0, 0, 1, 999, 1000, 50000, 1999999, 2000000, 5000000};
+    static const Choice latency = {0,       0,       0,       0,        0,       0,       0,
+                                   0,       1,       999,     1000,     50000,   1999999, 2000000,
+                                   5000000, 5000000, 5000000, 59999000, 60000000};
     static const std::vector<Choice> reply = {seldom(3, {MemberMissing, MemberOfWrongType}),
                                               latency,
                                               {0, 0, 0, 0, 1, 2},
                                               wallStep,
                                               seldom(2, {1}),
                                               upTo(22, {0, 0, 1, 1, 1, 1, 1, 1, 2, 3, 4, 5, 6, 7, 7, 8, 8}),
-                                              {0, 0, 0, 1, 1, 2},
+                                              {0, 0, 0, 1, 1, 2, 3},
                                               upTo(10, {0, 0, 2, 2, 2, 2}),
                                               upTo(5, {0, 0, 0}),
                                               seldom(15, {1, 2, 3, 4})};
@@ -172,6 +192,9 @@ Step randomStep(Step::Kind kind, Dice& dice, bool good = false)
     }
     if (kind == Step::ListReply || kind == Step::CheckReply) {
         step.n[Step::Content] |= below(dice, Digits + 1);
+        if (step.kind == Step::ListReply && below(dice, 300) == 0) {
+            step.n[Step::Content] |= Many;
+        }
     }
     return step;
 }
@@ -252,13 +275,20 @@ std::optional<qint64> limitInForce(const Step& check, Step::CheckNumber which)
 Reply::Reply(const Step& step)
     : status(Statuses[size_t(step.n[Step::Status])])
     , timeout(step.n[Step::Failure] == 1)
-    , networkError(step.n[Step::Failure] == 2)
+    , networkError(step.n[Step::Failure] >= 2)
+    , causedHere(step.n[Step::Failure] == 3)
     , hasCode(step.n[Step::Form] == Object && CodeFields[size_t(step.n[Step::Code])].json != nullptr)
     , code(hasCode ? CodeFields[size_t(step.n[Step::Code])].integer : std::nullopt)
     , describedOk(step.n[Step::Form] == Object && step.n[Step::Description] == 0)
 {
     const int content = step.n[Step::Content];
-    int digits = step.n[Step::Form] == Object && content < MemberMissing ? content : 0;
+    const bool isRead = step.n[Step::Form] == Object && (content & ~Many) < MemberMissing;
+    if (isRead && step.kind == Step::ListReply && (content & Many) != 0) {
+        for (int i = HostCount + SiteCount; i < Addresses.size(); ++i) {
+            listed.push_back(i);
+        }
+    }
+    int digits = isRead ? content & Digits : 0;
     for (int i = 0; digits > 0; digits >>= 4, ++i) {
         if (const int site = siteOf(digits & 15); step.kind == Step::ListReply && site > 0) {
             listed.push_back(site);
@@ -276,6 +306,10 @@ http::Response responseOf(const Step& reply)
     response.setStatus(said.status);
     response.setTimeout(said.timeout);
     response.setNetworkError(said.networkError);
+    response.setNetworkError(said.causedHere     ? http::NetworkError::OperationCanceled
+                             : said.networkError ? http::NetworkError::RemoteHostClosed
+                             : said.timeout      ? http::NetworkError::Timeout
+                                                 : http::networkErrorOfStatus(said.status));
     if (said.timeout || said.networkError) {
         response.setErrorText(said.timeout ? tr::Tr(u"late"_s, u"Поздно"_s) : tr::Tr(u"cut"_s, u"Обрыв"_s));
     }

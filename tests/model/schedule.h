@@ -40,9 +40,9 @@ struct Step
         Latency,   ///< microseconds
         ToLimit,   ///< 1: that much after the request's limit, 2: a millisecond before it
         WallStep,  ///< seconds
-        Nested,    ///< another update is called meanwhile
+        Nested,    ///< another thread calls an update meanwhile
         Status,    ///< from here on: not 0 in a bad reply
-        Failure,   ///< 1: time-out, 2: network error
+        Failure,   ///< 1: time-out, 2: network error, 3: one caused on this side
         Code,
         Description,
         Form
@@ -59,8 +59,8 @@ using Schedule = std::vector<Step>;
 /// The schedule of one run; the same for the same numbers on every machine.
 [[nodiscard]] Schedule randomSchedule(std::uint64_t seed, std::uint64_t run);
 
-/// The operator's hosts in URL order, then the sites, as the operator or the till gives them; and what the
-/// URLs of their methods begin with.
+/// The operator's hosts in URL order, then the sites and those that make a list long, as the operator or the
+/// till gives them; and what the URLs of their methods begin with.
 extern const QStringList Addresses;
 extern const QStringList Bases;
 inline constexpr int HostCount = 4;
@@ -86,6 +86,7 @@ struct Reply
     int status;
     bool timeout;
     bool networkError;
+    bool causedHere;
     bool hasCode;             ///< the body is an object with a "code" ...
     std::optional<int> code;  ///< ... that is an integer
     bool describedOk;

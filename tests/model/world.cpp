@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 constexpr int TooManyPauses = 100;
-constexpr int TooManyRequests = 2000;
+constexpr int TooManyRequests = 20000;
 constexpr qint64 NanosecondsPerHour = 3'600'000'000'000;
 constexpr qint64 SomeDay = 1'767'355'200'000;  // 2026-01-02T12:00Z
 }  // namespace
@@ -59,13 +59,15 @@ const Step& World::answer(Method method, std::optional<qint64> limit)
         throw Runaway("requests without end");
     }
     const Step& reply = next(Step::Kind(Step::ListReply + int(method)));
-    if (reply.n[Step::Nested] != 0 && method != CodesCheck) {
+    if (reply.n[Step::Nested] != 0) {
         otherUpdate();
     }
     qint64 takes = reply.n[Step::Latency] * 1000LL;
     if (method == HealthCheck) {
-        // No two sites of a list may be equally fast: their order would be open.
-        takes = (takes / 1'000'000 * 64 + m_probes++ % 64) * 1'000'000 + takes % 1'000'000;
+        // No two sites may be equally fast: their order would be open.
+        while (!m_probeTimes.insert(takes / 1'000'000).second) {
+            takes += 1'000'000;
+        }
     } else if (reply.n[Step::ToLimit] != 0 && limit) {
         const qint64 left = std::max<qint64>(0, *limit - m_monotonic);
         takes = reply.n[Step::ToLimit] == 1 ? left + takes : std::max<qint64>(0, left - 1'000'000);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <vector>
 
@@ -65,7 +66,7 @@ public:
     }
 
     Trace trace;
-    std::function<void()> otherUpdate;  ///< runs an update that is not a check's own
+    std::function<void()> otherUpdate;  ///< runs an update that is not a check's own, in another thread
     std::uint64_t requests = 0;
     std::uint64_t clockSteps = 0;
 
@@ -79,7 +80,7 @@ private:
     qint64 m_monotonic;
     qint64 m_wallStart;
     qint64 m_wallSteps = 0;
-    int m_probes = 0;
+    std::set<qint64> m_probeTimes;  ///< in milliseconds
     int m_pauses = 0;
     bool m_othersEnd = false;
 };

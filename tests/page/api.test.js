@@ -40,7 +40,7 @@ const calls = [
   ['PUT', '/modules/module-1', {state: 'sync_error', readyAfterMs: 5}, 200],
   ['PUT', '/modules/module-1', {state: 'well'}, 400],
   ['GET', '/requests', undefined, 200],
-  ['GET', '/requests?brief=1&last=1&since=1&server=site-1', undefined, 200],
+  ['GET', '/requests?brief=1&last=1&since=1&server=site-1&connections=1', undefined, 200],
   ['GET', '/requests/FIRST', undefined, 200],
   ['GET', '/requests/9999', undefined, 404],
   ['DELETE', '/requests', undefined, 200],

@@ -21,6 +21,7 @@ void expectRefused(const QStringList& arguments, const QByteArray& complaint, co
 TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
 {
     const QStringList fromInput = {"verify", "--codes-file", "-"};
+    const QByteArray tooMany = QByteArray("C\n").repeated(10'001);
     struct Call
     {
         QStringList arguments;
@@ -31,19 +32,25 @@ TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
         {{"sell", "C"}, "\"sell\" is neither a command nor an option"},
         {{"ping", "--", "C"}, "only the codes of verify can follow \"--\""},
         {{"verify", "--request-timeout", "86401", "C"}, "--request-timeout"},
-        {{"verify", "--service", "crpt2", "C"}, "service \"crpt2\""},
-        {{"--log-level", "loud", "verify", "C"}, "log level \"loud\""},
+        {{"--stand", "verify", "--service", "crpt2", "C"}, "service \"crpt2\""},
+        {{"verify", "C"}, "no settings found; name a file with --config, or use the test stand with --stand"},
+        {{"ping"}, "no settings found"},
+        {{"verify", "-x", "C"}, "not expected: -x"},
+        {{"verify", "++"}, "behind \"--\""},
+        {{"--color", "blue", "ping"}, "--color"},
+        {fromInput, "10001 codes; one check may hold 10000", tooMany.constData()},
+        {{"--stand", "--log-level", "loud", "verify", "C"}, "log level \"loud\""},
         {{"--scenario", "sunshine", "verify"}, "no scenario \"sunshine\""},
         {{"--config", "", "verify", "C"}, "--config: must not be empty"},
         {{"--config", "/", "verify", "C"}, "settings: /: "},
-        {{"--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"AnotherService\""},
+        {{"--stand", "--plugin", FOREIGN_PLUGIN, "verify", "C"}, "\"AnotherService\""},
         {{"verify", "C", ""}, "code 2: the code is empty"},
         {{"verify", QString(4097, 'x')}, "4097 characters"},
         {{"verify", "СОМ"}, "code 1: the code holds characters that no marking code has"},
         {{"verify", "--codes-file", "/nowhere.txt"}, "/nowhere.txt"},
         {fromInput, "input:2: the code holds characters that no marking code has", "A\n\xff\n"},
         {fromInput, "standard input:2: the line is blank", "A\n\n"},
-        {fromInput, "standard input:1: the line holds a carriage return", "A\r\n"},
+        {fromInput, "standard input:2: the line is blank", "A\r\n\r\n"},
         {fromInput, "holds no codes"},
     };
     for (const Call& call : calls) {

@@ -118,8 +118,9 @@ TEST(Cashier, IsShownNoticesAndModulesAndPermissions)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"bad-token", "! СООБЩЕНИЕ КАССИРУ\n"},
-        {"bad-token", "  нет связи с сервером проверки: повторите позже\n"},
+        {"bad-token", "  ключ не принят: сообщите администратору\n"},
         {"blackout", "  проверено локальным модулем\n"},
+        {"blackout-alone", "  нет связи с сервером проверки: повторите позже\n"},
         {"emergency-alone", "  вердикта нет, продажа разрешена\n"},
     };
     for (const auto& [scenario, text] : cases) {
@@ -137,7 +138,7 @@ struct Ending
 };
 
 /// A poshost at a terminal of its own.
-class AtTerminal : public testing::TestWithParam<Ending>
+class Terminal : public testing::Test
 {
 protected:
     void start(const QStringList& arguments, const QStringList& environment)
@@ -186,11 +187,23 @@ protected:
                now.c_iflag == m_before.c_iflag && now.c_cc[VQUIT] == m_before.c_cc[VQUIT];
     }
 
+    [[nodiscard]] bool isStopped() const
+    {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(m_process.processId()));
+        return stat.open(QIODevice::ReadOnly) && stat.readAll().contains(") T ");
+    }
+
     QFile m_master;
     QFile m_slave;
     termios m_before = {};
     QByteArray m_shown;
     QProcess m_process;
+};
+
+using SuspendedAtTerminal = Terminal;
+
+class AtTerminal : public Terminal, public testing::WithParamInterface<Ending>
+{
 };
 
 TEST_P(AtTerminal, IsLeftAsItWas)
@@ -216,6 +229,69 @@ TEST_P(AtTerminal, IsLeftAsItWas)
     ASSERT_TRUE(m_process.waitForFinished());
     EXPECT_EQ(m_process.exitCode(), GetParam().exitStatus) << m_process.readAllStandardError().data();
     EXPECT_TRUE(isRestored());
+    EXPECT_TRUE(shows("В чеке: 1")) << "the summary, however it ends";
+}
+
+TEST_F(SuspendedAtTerminal, GivesItBackUntilItGoesOn)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    start({"--config", settings.path(), "cashier"}, {"TERM=xterm"});
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    type("RU-401301");
+    ASSERT_TRUE(shows("RU-401301")) << m_shown.data();
+    type("\x1a");
+    ASSERT_TRUE(eventually([&] { return isStopped(); }));
+    EXPECT_TRUE(isRestored());
+    ::kill(pid_t(m_process.processId()), SIGCONT);
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    EXPECT_FALSE(isRestored());
+    type("-AAA0277031\rquit\r");
+    EXPECT_TRUE(shows("  RU-401301-AAA0277031")) << m_shown.data();
+    ASSERT_TRUE(m_process.waitForFinished());
+    EXPECT_TRUE(isRestored());
+}
+
+using HangupAtTerminal = Terminal;
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+TEST_F(HangupAtTerminal, ReopensTheLogWhileTheTerminalIsThereAndEndsTheTillWhenItHasGone)
+{
+    const MarkSim stand;
+    const QTemporaryDir folder;
+    const QString log = folder.filePath("till.log");
+    const SettingsFile settings(settingsFor(stand) + "[Log]\nlevel = info\nfile = " + log.toUtf8() + '\n');
+    start({"--config", settings.path(), "cashier"}, {"TERM=xterm"});
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(QFile::rename(log, log + ".1"));
+    ::kill(pid_t(m_process.processId()), SIGHUP);
+    ASSERT_TRUE(eventually([&] { return QFile::exists(log); }));
+    type(beer + '\r');
+    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    EXPECT_TRUE(eventually([&] { return contentOf(log).contains("Итог проверки: прошли 1"); }));
+    EXPECT_TRUE(contentOf(log + ".1").contains("Добавлен хост"));
+    EXPECT_FALSE(contentOf(log + ".1").contains("Проверка кодов"));
+
+    m_slave.close();
+    m_master.close();
+    ASSERT_TRUE(m_process.waitForFinished());
+    EXPECT_EQ(m_process.exitCode(), 4) << "nobody reads the summary";
+}
+
+TEST(Hangup, EndsATillThatWritesNoLog)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    ChildProcess till(POSHOST_PATH, {"--config", settings.path(), "--log-level", "info", "cashier"},
+                      cleanEnvironment());
+    ASSERT_TRUE(till.waitForError("Добавлен хост"));
+    till.sendSignal(SIGHUP);
+    EXPECT_EQ(till.wait().exitStatus, 128 + SIGHUP);
 }
 
 INSTANTIATE_TEST_SUITE_P(Endings, AtTerminal,

@@ -1,10 +1,14 @@
+#include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 #include <gtest/gtest.h>
 
-#include "doctor/knownkeys.h"
+#include "poshost/doctor/knownkeys.h"
 #include "tests/poshost/poshostrun.h"
 #include "tests/support/printers.h"
+
+using namespace doctor;
 
 namespace {
 
@@ -42,6 +46,8 @@ const char* const Expired = R"({"certificate": "expired"})";
 const char* const AheadOfTime = R"({"headers": {"Date": "Fri, 01 Jan 2100 00:00:00 GMT"}})";
 const char* const Ill = R"({"method": "health", "body": {"code": 5}})";
 const char* const Refuses = R"({"connect": "refuse"})";
+const char* const Portal = R"({"text": "<html>Log in</html>", "status": 200})";
+const char* const Large = R"({"padMegabytes": 17})";
 const QString NoSite = "no-healthy-site площадки";
 
 struct Fault
@@ -74,13 +80,20 @@ TEST(Doctor, NamesWhatIsWrongAndNothingElse)
          "= CRPT",
          {"wrong-value [MarkedGoods] markverifycrptservice", "plugin-idle plug-in"}},
         {{}, {}, "password = admin", "password = other", {"credentials-refused [LMCHZ1] module-1"}},
-        {{}, {}, "token = " + key, "token = 00000000-0000", {"module-token-unused [LMCHZ1] module-1"}},
-        {{}, {}, "keys = " + key, "keys = wrong-key-wrong," + key, {"key-refused …rong на operator-1"}},
+        {{}, {}, "token = " + key, "token = 00000000-0000", {"module-token-unused [LMCHZ1] token"}},
+        {{},
+         {},
+         "keys = " + key,
+         "keys = wrong-key-wrong," + key,
+         {"key-refused ключ 1 из 2, …rong на operator-1"}},
         {{}, {}, "hosts = ", "hosts = https://nosuch.invalid,", {"not-resolved https://nosuch.invalid"}},
         {{}, {}, "caFile", ";caFile", {"certificate-untrusted operator-1", NoSite}},
         {"operator-1", Refuses, {}, {}, {"refused operator-1", NoSite}},
         {"operator-1", Expired, {}, {}, {"certificate-expired operator-1", NoSite}},
         {"operator-1", AheadOfTime, {}, {}, {"clock-skew operator-1"}},
+        {"operator-1", Portal, {}, {}, {"captive-portal operator-1", NoSite}},
+        {"operator-1", Large, {}, {}, {"reply-too-large operator-1", NoSite}},
+        {"module-1", Portal, {}, {}, {"captive-portal [LMCHZ1] module-1"}},
         {"operator-1", RefusesKeys, {}, {}, {"key-refused …0001 на operator-1", NoSite}},
         {"site-1", Ill, {}, {}, {"site-unhealthy site-1"}},
         {"module-1", Refuses, {}, {}, {"refused [LMCHZ1] module-1"}},
@@ -109,6 +122,7 @@ TEST(Doctor, TellsOfHostsSitesAndModulesAndChangesNothing)
 
     EXPECT_EQ(troubles(report, stand), QStringList());
     EXPECT_TRUE(report["pluginWorks"].toBool());
+    EXPECT_EQ(report["pluginVersion"].toString().count(u'.'), 2);
     const QJsonValue host = report["hosts"][0];
     EXPECT_EQ("https://" + host["peer"].toString(), stand.url("operator-1"));
     EXPECT_TRUE(host["tls"].toBool());
@@ -143,20 +157,140 @@ TEST(Doctor, SaysOfAModulesCredentialsOnlyWhatTheModuleSays)
     }
 }
 
-TEST(Doctor, RefusesWhatItCannotReadAndReportsABrokenFile)
+TEST(Doctor, ReportsAFileThatCannotBeRead)
 {
-    EXPECT_EQ(poshost({"--config", "/nowhere.ini", "doctor"}).exitStatus, 2);
     EXPECT_EQ(poshost({"doctor", "--all"}).exitStatus, 2);
+    EXPECT_EQ(poshost({"doctor", "till.ini"}).exitStatus, 2) << "a file without --offline";
     const SettingsFile broken("[Host]\nhosts\n");
-    const ProcessOutcome run = poshost({"--config", broken.path(), "doctor", "--json"});
-    EXPECT_EQ(run.exitStatus, 1);
-    EXPECT_TRUE(onlyObject(run.output)["findings"][0]["text"].toString().contains(":2: "))
-        << run.output.toStdString();
+    for (const auto& [file, id, line] :
+         {std::tuple<QString, const char*, int>{"/nowhere.ini", "missing-file", 0},
+          {broken.path(), "broken-file", 2}}) {
+        for (const QStringList& arguments : {QStringList{"--config", file, "doctor", "--json"},
+                                             QStringList{"doctor", "--offline", file, "--json"}}) {
+            const ProcessOutcome run = poshost(arguments);
+            const bool isForThisTill = !arguments.contains("--offline");
+            EXPECT_EQ(run.exitStatus, isForThisTill && file == "/nowhere.ini" ? 2 : 1);
+            const QJsonValue finding = onlyObject(run.output)["findings"][0];
+            EXPECT_EQ(finding["id"].toString(), id);
+            EXPECT_EQ(finding["line"].toInt(), line);
+        }
+    }
+}
+
+namespace {
+
+const QByteArray GoodSettings = "[MarkedGoods]\n"
+                                "[Host]\n"
+                                "hosts = https://markirovka.example\n"
+                                "keys = key-number-one,key-number-two\n"
+                                "[LMCHZ1]\n"
+                                "enable = true\n"
+                                "token = key-number-one\n";
+
+/// Lines that doctor prints of settings alone, without the file's name.
+QStringList offline(const QByteArray& settings, const QStringList& options = {}, int status = 1)
+{
+    const SettingsFile file(settings);
+    QFile::setPermissions(file.path(), QFile::ReadOwner | QFile::WriteOwner);
+    const ProcessOutcome run = poshost(QStringList{"doctor", "--offline", file.path()} + options);
+    EXPECT_EQ(run.exitStatus, status) << run.errors.toStdString() << run.output.toStdString();
+    QStringList lines = QString::fromUtf8(run.output).split('\n', Qt::SkipEmptyParts);
+    for (QString& line : lines) {
+        EXPECT_TRUE(line.startsWith(file.path() + ':')) << line.toStdString();
+        line.remove(0, file.path().size() + 1);
+    }
+    return lines;
+}
+
+}  // namespace
+
+TEST(DoctorOffline, FindsNothingInGoodSettings)
+{
+    EXPECT_EQ(offline(GoodSettings, {"--strict"}, 0), QStringList());
+}
+
+TEST(DoctorOffline, NamesWhatIsWrongWithItsLine)
+{
+    struct Case
+    {
+        QByteArray replaced, by;
+        const char* line;  ///< begins so, and holds the second text
+        const char* text;
+    };
+    const Case cases[] = {
+        {"hosts = https", "hosts = http", "3: [Host] hosts: ", "открытым текстом"},
+        {"keys = key-number-one,key-number-two", "",
+         "2: [Host] keys: ", "каждый код будет продан без проверки"},
+        {"keys = key-number-one,key-number-two", "keys = key-number-one,\"key-number-two\"",
+         "4: [Host] keys: ", "в ключе 2 из 2 (…two\") пробел, кавычка"},
+        {"[LMCHZ1]", "apiKey = key-number-six\n[LMCHZ1]", "5: [Host] apiKey: ", "ключа …-six"},
+        {"[LMCHZ1]", "requestTimeout = 20\n[LMCHZ1]",
+         "5: [Host] requestTimeout: ", "20 с, а вся проверка 15 с"},
+        {"[LMCHZ1]", "[CRPT]\ngetInfoTimeout = 999999\n[LMCHZ1]", "6: [CRPT] getInfoTimeout: ", "999999"},
+        {"enable = true", "enable = true\ntimeout = 999999", "7: [LMCHZ1] timeout: ", "999999"},
+        {"enable = true", "enable = true\nenable = true", "6: [LMCHZ1] enable: ", "строки 6, 7"},
+        {"enable = true", "enable = true\nurl = http://127.0.0.1:5995/", "7: [LMCHZ1] url: ", "косая черта"},
+        {"enable = true", "enable = true\nurl = ftp://user:secret@h", "7: [LMCHZ1] url: ", "«…@h»"},
+        {"[LMCHZ1]", "[LMCHZ0]\nenable=1\ntoken=key-number-one\n[LMCHZ1]",
+         "10: [LMCHZ1] token: ", "у другой секции"},
+        {"[LMCHZ1]", "[Log]\npattern = %H:%M %%v\n[LMCHZ1]", "6: [Log] pattern: ", "без сообщений"},
+        {"[LMCHZ1]", "[Network]\ncaFile = /bin/true\n[LMCHZ1]", "6: [Network] caFile: ", "PEM"},
+        {"[MarkedGoods]\n", "[Foo]\n", "1: плагин: ", "бездействует"},
+    };
+    for (const Case& wrong : cases) {
+        const QStringList lines = offline(QByteArray(GoodSettings).replace(wrong.replaced, wrong.by));
+        const auto fits = [&](const QString& line) {
+            return line.startsWith(wrong.line) && line.contains(wrong.text);
+        };
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), fits))
+            << wrong.by.toStdString() << " gave " << lines.join('\n').toStdString();
+        EXPECT_FALSE(lines.join('\n').contains("number")) << "a key is shown";
+    }
+}
+
+TEST(DoctorOffline, CountsNotesWhenItIsStrict)
+{
+    const std::pair<const char*, const char*> notes[] = {
+        {"[MarkedGoods]\n", "1: замечание: [MarkedGoods]: строки 1, 8"},
+        {"[Goods]\n", "8: замечание: [Goods]: такой секции не читают"},
+        {"[Log]\nsecrets = true\n", "9: замечание: [Log] secrets: ключи и пароли пишутся"},
+        {"[CRPT]\nupdateInfoInterval = 60\n", "9: замечание: [CRPT] updateInfoInterval: первые 60 с"},
+        {"url = http://10.0.0.1:5995\n", "8: замечание: [LMCHZ1] url: пароль и ключ уйдут"},
+        {"[Network]\ncaFile = /no/such.pem\n", "9: замечание: [Network] caFile: "},
+    };
+    for (const auto& [added, line] : notes) {
+        EXPECT_TRUE(offline(GoodSettings + added, {}, 0).value(0).startsWith(line)) << added;
+        EXPECT_EQ(offline(GoodSettings + added, {"--strict"}, 1).size(), 1) << added;
+    }
+}
+
+TEST(DoctorOffline, LooksAtWhoCanReadAndWriteTheFile)
+{
+    const SettingsFile file(GoodSettings);
+    const std::pair<QFile::Permissions, const char*> modes[] = {{QFile::ReadOther, "file-readable"},
+                                                                {QFile::WriteOther, "file-writable"}};
+    for (const auto& [others, id] : modes) {
+        QFile::setPermissions(file.path(), QFile::ReadOwner | QFile::WriteOwner | others);
+        const QJsonObject report = onlyObject(poshost({"doctor", "--offline", file.path(), "--json"}).output);
+        EXPECT_TRUE(QJsonDocument(report).toJson().contains(id)) << id;
+        EXPECT_EQ(report["pluginVersion"].toString().count('.'), 2);
+    }
 }
 
 TEST(KnownKeys, AreToldApartByTheLettersThatDiffer)
 {
-    EXPECT_EQ(doctor::distance("Timeout", "tiemout"), 1);
-    EXPECT_EQ(doctor::distance("", "abc"), 3);
-    EXPECT_EQ(doctor::distance("kitten", "sitting"), 3);
+    EXPECT_EQ(editDistance("Timeout", "timout"), 1);
+    EXPECT_EQ(editDistance("", "abc"), 3);
+    EXPECT_EQ(editDistance("kitten", "sitting"), 3);
+}
+
+TEST(KnownKeys, AreAllDescribed)
+{
+    for (const QJsonValue key : onlyObject(keysAsJson().toUtf8())["keys"].toArray()) {
+        const std::string name =
+            key["section"].toString().toStdString() + key["key"].toString().toStdString();
+        EXPECT_FALSE(key["meaning"].toString().isEmpty() || key["meaningEn"].toString().isEmpty()) << name;
+        const bool anyIsGood = key["type"].toString().startsWith("text");
+        EXPECT_EQ(anyIsGood, key["instead"].isNull()) << name << " does not say what a wrong value comes to";
+    }
 }

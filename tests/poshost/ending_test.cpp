@@ -51,4 +51,24 @@ TEST(Output, ThatCannotBeWrittenIsReportedAndTheCheckComesToItsEnd)
     }
 }
 
+/// The stand has threads of its own.
+TEST(Threads, ThatCannotBeStartedAreReported)
+{
+    const MarkSim stand;
+    const SettingsFile settings(settingsFor(stand));
+    for (int limit = 0; limit < 6; ++limit) {
+        const ProcessOutcome run =
+            runProcess(POSHOST_PATH, {"--config", settings.path(), "verify", "RU-401301-AAA0277031"}, {},
+                       cleanEnvironment() + QStringList{"LD_PRELOAD=" THREAD_LIMIT_LIBRARY,
+                                                        "ASAN_OPTIONS=verify_asan_link_order=0",
+                                                        QStringLiteral("THREAD_LIMIT=%1").arg(limit)});
+        ASSERT_TRUE(run.ended) << limit << run.errors.data();
+        EXPECT_TRUE(run.exitStatus == 0 || run.exitStatus == 3) << run.exitStatus;
+        EXPECT_EQ(run.exitStatus == 3, run.errors.contains("could not be started: the system gives no more"))
+            << limit << run.errors.data();
+        EXPECT_EQ(run.exitStatus == 0, run.output.contains("прошли 1")) << limit;
+        EXPECT_TRUE(limit > 0 || run.exitStatus == 3);
+    }
+}
+
 }  // namespace

@@ -4,10 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "crpt/requeststatus.h"
-#include "poshost/judgement.h"
-#include "poshost/replyclass.h"
-#include "poshost/statustext.h"
+#include "poshost/reports/judgement.h"
+#include "poshost/reports/statustext.h"
 #include "tests/support/printers.h"
 #include <orvex/econtext.h>
 
@@ -16,25 +14,6 @@ using namespace poshost;
 namespace {
 
 using Result = CheckMarkingCodesResult;
-
-TEST(ReplyClasses, AreThoseThatThePluginSortsRepliesInto)
-{
-    for (int status = 0; status < 1000; ++status) {
-        for (const char* body : {"", R"({"code":0,"description":"ok"})", R"({"code":0,"description":"OK"})",
-                                 R"({"code":5000})", R"({"description":"ok"})"}) {
-            for (const bool timeout : {false, true}) {
-                for (const bool networkError : {false, true}) {
-                    http::Response reply;
-                    reply.setStatus(status);
-                    reply.setBody(body);
-                    reply.setTimeout(timeout);
-                    reply.setNetworkError(networkError);
-                    ASSERT_EQ(int(classOf(reply)), int(requestStatusOf(reply))) << status << body;
-                }
-            }
-        }
-    }
-}
 
 /// Read from the enumeration itself, so that a flag that is added is missed.
 TEST(CashierWords, EveryFlagHasAReasonOfItsOwn)
@@ -49,9 +28,10 @@ TEST(CashierWords, EveryFlagHasAReasonOfItsOwn)
         const QRegularExpressionMatch match = found.next();
         const auto status = Result::Status::fromInt(match.captured(2).toUInt(nullptr, 16));
         EXPECT_EQ(statusNames(status), QStringList(match.captured(1)));
-        EXPECT_EQ(statusWords(status).size(), 1);
-        ASSERT_EQ(cashierWords(status).size(), 1);
-        reasons.insert(cashierWords(status).first());
+        const Result::CodeStatus failed{status, {}, {}, 0, {}};
+        EXPECT_EQ(statusWords(failed, Deal::Sale).size(), 1);
+        ASSERT_EQ(cashierWords(failed, Deal::Sale).size(), 1);
+        reasons.insert(cashierWords(failed, Deal::Sale).first());
     }
     EXPECT_EQ(flags, 15);
     EXPECT_EQ(reasons.size(), flags);
@@ -68,13 +48,17 @@ TEST(Judgement, OnlyARefundForgivesThatTheGoodWasSold)
         {Result::Status(), false, false},  // failed by its message alone
     };
     for (const auto& [status, sale, refund] : cases) {
-        Verification verification;
-        verification.codes = {code};
-        verification.triggerResult = EContext::Done;
-        verification.result.failedCodes[code].status = status;
         for (const auto& [deal, accepted] : {std::pair(Deal::Sale, sale), {Deal::Refund, refund}}) {
-            const Judgement judgement = judge(verification, deal);
-            EXPECT_EQ(judgement.isAccepted, accepted) << status.toInt();
+            Verification verification;
+            verification.codes = {code};
+            verification.deal = deal;
+            verification.triggerResult = EContext::Done;
+            verification.result.failedCodes[code].status = status;
+            // Another code's reasons are its own.
+            verification.result.failedCodes[MarkingCode(QStringLiteral("sold"))].status = Result::Sold;
+            judgeForDeal(verification);
+            const Judgement judgement = judge(verification);
+            EXPECT_EQ(judgement.verdict, accepted ? Verdict::Passed : Verdict::Failed) << status.toInt();
             EXPECT_EQ(judgement.reasons.isEmpty(), accepted);
         }
     }

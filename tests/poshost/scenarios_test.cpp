@@ -27,20 +27,20 @@ void PrintTo(const Expected& expected, std::ostream* out)
 
 /// In the order of their names.
 const Expected shipped[] = {
-    {"bad-token", 1, 2, "online", 11, "Unreachable", "crptIncorrectTokenErrorNotification"},
+    {"bad-token", 1, 2, "", 11, "Unreachable", "crptIncorrectTokenErrorNotification"},
     {"blackout", 1, 0, "offline", 1, "Blocked"},
-    {"blackout-alone", 1, 2, "online", 11, "Unreachable"},
+    {"blackout-alone", 1, 2, "", 11, "Unreachable"},
     {"calm", 1, 0, "online", 3, "Sold"},
-    {"cross-border", 0, 1, "online", 0},
+    {"cross-border", 5, 1, "", 0},
     {"dead-site", 1, 0, "online", 3, "Sold"},
     {"emergency", 1, 0, "offline", 1, "Blocked"},
-    {"emergency-alone", 0, 1, "online", 0},
+    {"emergency-alone", 5, 1, "", 0},
     {"half-answer", 1, 0, "online", 4, "NotInReply"},
     {"module-only", 1, 0, "offline", 1, "Blocked"},
     {"module-setup", 1, 0, "offline", 1, "Blocked"},
-    {"module-starting", 1, 2, "online", 11, "Unreachable"},
-    {"overload", 0, 1, "online", 0},
-    {"silence", 0, 1, "online", 0},
+    {"module-starting", 1, 2, "", 11, "Unreachable"},
+    {"overload", 5, 1, "", 0},
+    {"silence", 5, 1, "", 0},
     {"slow-site", 1, 0, "online", 3, "Sold"},
     {"tls", 1, 0, "online", 3, "Sold"},
 };

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "poshost/exitstatus.h"
-#include "poshost/verification.h"
-#include "poshost/verifytable.h"
+#include "poshost/reports/table.h"
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/verification.h"
 #include "tests/support/printers.h"
 #include <orvex/econtext.h>
 

@@ -31,11 +31,20 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr int Threads = 8;
-constexpr auto RequestTimeout = 1s;
-constexpr auto OperationTimeout = 2s;
-/// Checks wait for each other; each has at most a search for sites, its budget and its local module.
-constexpr auto LongestCheck = Threads * 15s;
+constexpr int threadCount = 8;
+constexpr auto requestTimeout = 1s;
+constexpr auto moduleTimeout = 2s;
+/// One request for the list and one probe for each of three sites, a second each.
+constexpr auto maxUpdateTime = 4s;
+
+/// What a check with this operation time-out may take at most: a search for sites, before its turn and in it,
+/// each behind those of the other threads; its budget; the same time again for its turn at the local module,
+/// which is then asked for its status and for the codes; and what a loaded machine adds.
+constexpr std::chrono::seconds longestCheck(std::chrono::seconds operationTimeout)
+{
+    constexpr auto schedulingTime = 2s;
+    return 2 * threadCount * maxUpdateTime + 2 * operationTimeout + 2 * moduleTimeout + schedulingTime;
+}
 
 /// What the process holds.
 struct Footprint
@@ -66,7 +75,7 @@ struct Footprint
 struct Counts
 {
     std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, offline = 0, pings = 0, events = 0,
-                        loads = 0, faults = 0, slowestMs = 0;
+                        loads = 0, faults = 0, slowestMs = 0, overOwnLimit = 0;
     std::atomic<qint64> lost = 0, late = 0, thrown = 0;  ///< broken promises
 };
 
@@ -84,7 +93,7 @@ public:
         const auto end = Clock::now() + length;
         load();
         std::vector<std::thread> threads;
-        for (unsigned i = 0; i < Threads; ++i) {
+        for (unsigned i = 0; i < threadCount; ++i) {
             threads.emplace_back([this, i] { workUntilEnd(i); });
         }
         threads.emplace_back([this] { breakThingsUntilEnd(); });
@@ -111,7 +120,9 @@ private:
     {
         m_till.reset();
         m_till.emplace(m_stand, moduleSettings(m_stand) +
-                                    QStringList{"LMCHZ:maintain=true", "LMCHZ:enableGreyList=true"});
+                                    QStringList{"LMCHZ:maintain=true", "LMCHZ:enableGreyList=true",
+                                                "LMCHZ:timeout=" + QString::number(moduleTimeout.count()),
+                                                "CRPT:getInfoTimeout=1", "CRPT:healthCheckTimeout=1"});
         m_till->connectOperator();
         ++counts.loads;
     }
@@ -157,11 +168,13 @@ private:
         static const QList<MarkingCode> basket = {goods::Milk, goods::Water, goods::ExpiredKefir,
                                                   MarkingCode(QStringLiteral("unknown"))};
         const QList<MarkingCode> codes = basket.mid(random() % 3, 1 + random() % 2);
+        const std::chrono::seconds operationTimeout(2 + random() % 4);
         const auto start = Clock::now();
-        const auto result = m_till->tryVerify(codes, OperationTimeout, RequestTimeout);
+        const auto result = m_till->tryVerify(codes, operationTimeout, requestTimeout);
         const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         ++counts.checks;
-        counts.late += took > LongestCheck;
+        counts.late += took > longestCheck(operationTimeout);
+        counts.overOwnLimit += took > operationTimeout;
         for (qint64 slowest = counts.slowestMs;
              took.count() > slowest && !counts.slowestMs.compare_exchange_weak(slowest, took.count());) {
         }
@@ -247,7 +260,8 @@ void print(const Counts& counts)
               << counts.failed << "; not taken while the plug-in was stopped " << counts.unserved
               << "; by the local module " << counts.offline << "), pings " << counts.pings << ", events "
               << counts.events << ", loads " << counts.loads << ", faults " << counts.faults
-              << ", slowest check " << counts.slowestMs << " ms\n"
+              << ", slowest check " << counts.slowestMs << " ms, longer than their operation time-out "
+              << counts.overOwnLimit << "\n"
               << "codes without a verdict " << counts.lost << ", checks that were late " << counts.late
               << ", exceptions " << counts.thrown << '\n';
 }

@@ -90,6 +90,7 @@ TEST_F(Log, TellsWhatWasSentAndHowItEnded)
     EXPECT_TRUE(QDateTime::fromString(first.take("time").toString(), Qt::ISODateWithMs).isValid());
     EXPECT_GT(first.take("remotePort").toInt(), 0);
     EXPECT_GT(first.take("connection").toInt(), 0);
+    EXPECT_TRUE(first.take("durationMs").isDouble());
     EXPECT_EQ(first, (QJsonObject{{"seq", 1},
                                   {"server", "site-2"},
                                   {"api", "check"},

@@ -41,11 +41,11 @@ QList<Session> sessionsOf(const QString& text, Examples which)
     return sessions;
 }
 
-/// What stays the same from run to run: times, ports, dates and alignment do not.
+/// What stays the same from run to run: times, ports, dates, threads and alignment do not.
 QString essence(QString line)
 {
     static const QRegularExpression varying(
-        R"(-?[\d.]+(?= (?:мс|с)(?!\w))|(?<=127\.0\.0\.1:|port )\d+|\d+\.\d+\.\d{4} \d+:\d+|\d{4}-\d+-\d+ [\d:.]+)",
+        R"(-?[\d.]+(?= (?:мс|с)(?!\w))|(?<=127\.0\.0\.1:|port |поток )\d+|(?<=\[)\d+(?=\] \[)|\d+\.\d+\.\d{4} \d+:\d+|\d{4}-\d+-\d+ [\d:.]+)",
         QRegularExpression::UseUnicodePropertiesOption);
     return line.replace(varying, "0").simplified();
 }

@@ -5,10 +5,8 @@
 
 #include <CLI/CLI.hpp>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 
 #include "tools/checkdocs/checks.h"
 
@@ -23,34 +21,19 @@ QString readFile(const QString& root, const QString& file)
     return QString::fromUtf8(opened.readAll());
 }
 
-QString sourcesOf(const QString& root, const QStringList& folders)
-{
-    static const QRegularExpression comment("^\\s*//.*$", QRegularExpression::MultilineOption);
-    static const QRegularExpression seam("\"\\s*\\n\\s*\"");  // of a literal that goes on in the next line
-    QString all;
-    for (const QString& folder : folders) {
-        for (QDirIterator files(root + '/' + folder, {"*.cpp", "*.h"}, QDir::Files,
-                                QDirIterator::Subdirectories);
-             files.hasNext();) {
-            all += readFile(root, QDir(root).relativeFilePath(files.next())).remove(comment).remove(seam);
-        }
-    }
-    return all;
-}
-
 }  // namespace checkdocs
 
 namespace {
 
-/// Throws std::runtime_error when the program cannot be run, or its exit status is above `mostStatus`.
+/// Throws std::runtime_error when the program cannot be run, or its exit status is above `maxStatus`.
 QByteArray outputOf(const QString& program, const QStringList& arguments, const QString& folder,
-                    int mostStatus = 0)
+                    int maxStatus = 0)
 {
     QProcess process;
     process.setWorkingDirectory(folder);
     process.start(program, arguments);
     process.waitForFinished();
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() > mostStatus) {
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() > maxStatus) {
         throw std::runtime_error("cannot run " + program.toStdString());
     }
     return process.readAllStandardOutput();
@@ -65,34 +48,25 @@ int report(const QString& what, const QStringList& faults)
     return faults.isEmpty() ? 0 : 1;
 }
 
-/// All that the programs say of themselves.
-checkdocs::Helps helpsOf(const QString& root, const QString& programs)
+/// The page that describes a reply of poshost names every member of it.
+QStringList checkReplies(const QString& root, const QString& poshost)
 {
-    static const QRegularExpression verb("^  ([a-z]+) ", QRegularExpression::MultilineOption);
-    const auto help = [&](const QString& program, const QStringList& arguments) {
-        return QString::fromUtf8(outputOf(program, arguments, root));
+    struct Reply
+    {
+        const char* command;
+        const char* page;
     };
-    const QString poshost = programs + "/poshost";
-    checkdocs::Helps helps{{"./dev", help(root + "/dev", {"help"})},
-                           {"marksim", help(programs + "/marksim", {"--help"})},
-                           {"poshost", help(poshost, {"--help"})}};
-    for (const auto& match : verb.globalMatch(QString(helps["poshost"]))) {
-        helps["poshost"] += help(poshost, {match.captured(1), "--help"});
+    const Reply replies[] = {{"--stand verify --explain --json", "docs/poshost.md"},
+                             {"--scenario blackout verify --explain --json", "docs/poshost.md"},
+                             {"--stand ping --json", "docs/poshost.md"},
+                             {"--stand doctor --json", "docs/doctor.md"},
+                             {"doctor --keys --json", "docs/doctor.md"}};
+    QStringList faults;
+    for (const Reply& reply : replies) {
+        const QByteArray object = outputOf(poshost, QString(reply.command).split(' '), root, 1);
+        faults += checkdocs::checkMembers(root, reply.page, object);
     }
-    helps["./dev"] += helps["poshost"];  // what "./dev run" takes
-    return helps;
-}
-
-/// One reply of each kind that --json gives.
-QList<QByteArray> jsonOf(const QString& root, const QString& poshost)
-{
-    QList<QByteArray> replies;
-    for (const char* command :
-         {"--stand verify --explain --json", "--scenario blackout verify --explain --json",
-          "--stand ping --json", "--stand doctor --json", "doctor --keys --json"}) {
-        replies.append(outputOf(poshost, QString(command).split(' '), root, 1));
-    }
-    return replies;
+    return faults;
 }
 
 QStringList markdownFilesOf(const QString& root)
@@ -101,20 +75,33 @@ QStringList markdownFilesOf(const QString& root)
     return listed.split(QChar::Null, Qt::SkipEmptyParts);
 }
 
-int checkTree(const QString& root, const QString& programs)
+/// What stands in the documents and is kept somewhere else: the reference of settings, and the sample host.
+QStringList checkCopies(const QString& root, const QString& poshost, bool write)
 {
+    const auto compare = [&](const QString& file, const QString& source, const QString& text) {
+        return checkdocs::checkGenerated(root, file, source, text, write);
+    };
+    const auto table = [&](const QString& language) {
+        return QString::fromUtf8(outputOf(poshost, {"doctor", "--keys", "--lang", language}, root));
+    };
+    const QString keys = "poshost doctor --keys", host = "samples/host/main.cpp";
+    return compare("docs/configuration.md", keys, table("en")) +
+           compare("docs/configuration.ru.md", keys, table("ru")) +
+           compare("docs/host-developers.md", host, "```cpp\n" + checkdocs::readFile(root, host) + "```\n");
+}
+
+int checkTree(const QString& root, const QString& programs, bool write)
+{
+    const QString poshost = programs + "/poshost";
     const QStringList files = markdownFilesOf(root);
-    const QByteArray keys = outputOf(programs + "/poshost", {"doctor", "--keys", "--json"}, root);
     // The figures of reliability and performance take hours; their commands are run on their own.
     QStringList withExamples = files;
     withExamples.removeAll("docs/reliability.md");
     withExamples.removeAll("docs/performance.md");
     qputenv("PATH", programs.toUtf8() + ':' + qgetenv("PATH"));
-    return report("links", checkdocs::checkLinks(root, files)) |
-           report("messages and flags", checkdocs::checkMessages(root)) |
-           report("settings", checkdocs::checkSettings(root, keys)) |
-           report("commands", checkdocs::checkCommands(root, files, helpsOf(root, programs))) |
-           report("members", checkdocs::checkMembers(root, jsonOf(root, programs + "/poshost"))) |
+    return report("copies", checkCopies(root, poshost, write)) |
+           report("links", checkdocs::checkLinks(root, files)) |
+           report("members", checkReplies(root, poshost)) |
            report("the stand's interface", checkdocs::checkStandInterface(root)) |
            report("languages", checkdocs::compareLanguages(root, files)) |
            report("examples",
@@ -127,19 +114,21 @@ int main(int argc, char** argv)
 {
     std::string root = ".", programs, shell;
     std::vector<std::string> files;
+    bool write = false;
     CLI::App app("Holds the documentation against the tree.");
     app.add_option("--root", root, "The source tree");
     auto* all = app.add_option("--programs", programs, "Folder of poshost and marksim");
     app.add_option("--installed", shell,
                    "In place of all that: run the examples that install the packages, with this shell")
         ->excludes(all);
+    app.add_flag("--write", write, "Write the reference of settings in place of comparing it");
     app.add_option("FILES", files, "... of these documents");
     CLI11_PARSE(app, argc, argv);
     qputenv("LC_ALL", "C.UTF-8");
     try {
         const QString tree = QDir(QString::fromStdString(root)).absolutePath();
         if (shell.empty()) {
-            return checkTree(tree, QDir(QString::fromStdString(programs)).absolutePath());
+            return checkTree(tree, QDir(QString::fromStdString(programs)).absolutePath(), write);
         }
         QStringList documents;
         for (const std::string& file : files) {

@@ -56,14 +56,11 @@ QStringList unnamed(const QString& file, const QString& text, const QSet<QString
 
 }  // namespace
 
-QStringList checkMembers(const QString& root, const QList<QByteArray>& objects)
+QStringList checkMembers(const QString& root, const QString& file, const QByteArray& object)
 {
-    const QString readme = readFile(root, "README.md");
     QSet<QString> names;
-    for (const QByteArray& object : objects) {
-        collectMembers(QJsonDocument::fromJson(object).object(), names);
-    }
-    return unnamed("README.md", readme, names);
+    collectMembers(QJsonDocument::fromJson(object).object(), names);
+    return unnamed(file, readFile(root, file), names);
 }
 
 QStringList checkStandInterface(const QString& root)

@@ -19,58 +19,54 @@
 
 namespace {
 
+constexpr double goal = 0.95;  // share of the mutants that has to be killed
+
 enum class Fate { Killed, NoProgram, Explained, Survived };
 
 struct Options
 {
-    std::string root = ".";
-    std::string explained;
-    std::vector<std::string> files;
-    std::vector<std::string> tests;
+    QString root = QDir::currentPath();
+    std::string explained, kind, sanitizer;
+    std::vector<std::string> files, tests;
     unsigned jobs = 2;
-    double goal = 0.95;
     bool list = false;
 };
 
-struct Finished
-{
-    bool inTime = false;
-    bool well = false;
-    QByteArray output;
-};
-
-Finished run(const QString& program, const QStringList& arguments, const QString& folder,
-             int limitMs = 1'800'000)
+/// What a program has written; nothing when it failed or took longer than `limitMs`.
+std::optional<QByteArray> run(const QString& program, const QStringList& arguments, const QString& folder,
+                              int limitMs = 1'800'000)
 {
     QProcess process;
     process.setWorkingDirectory(folder);
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, arguments);
-    Finished finished;
-    finished.inTime = process.waitForFinished(limitMs);
-    if (!finished.inTime) {
+    if (!process.waitForFinished(limitMs)) {
         process.kill();
         process.waitForFinished();
+        return {};
     }
-    finished.well =
-        finished.inTime && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    finished.output = process.readAll();
-    return finished;
+    const bool isWell = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return isWell ? std::optional(process.readAll()) : std::nullopt;
 }
 
-QString readFile(const QString& path)
+QByteArray readFile(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         throw std::runtime_error("cannot read " + path.toStdString());
     }
-    return QString::fromUtf8(file.readAll());
+    return file.readAll();
 }
 
-void writeFile(const QString& path, const QString& text)
+/// Leaves a file alone that says the same already, so that nothing is built in vain.
+void writeFile(const QString& path, const QByteArray& content)
 {
+    if (QFile::exists(path) && readFile(path) == content) {
+        return;
+    }
+    QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.flush()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) < 0 || !file.flush()) {
         throw std::runtime_error("cannot write " + path.toStdString());
     }
 }
@@ -80,17 +76,19 @@ class Workshop
 {
 public:
     Workshop(const Options& options, unsigned number)
-        : m_source(QString::fromStdString(options.root) + "/build/mutate/" + QString::number(number) +
-                   "/source")
-        , m_build(m_source + "/../build")
+        : m_folder(options.root + "/build/mutate/" + QString::fromStdString(options.sanitizer) +
+                   QString::number(number))
     {
         for (const std::string& test : options.tests) {
             m_tests.append(QString::fromStdString(test).split(u' ', Qt::SkipEmptyParts));
         }
-        copyTree(QString::fromStdString(options.root));
-        must("cmake", {"-S", m_source, "-B", m_build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                       "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0"});
-        if (!isBuilt()) {
+        copyTree(options.root);
+        if (!run("cmake",
+                 {"-S", m_folder + "/source", "-B", m_folder + "/build", "-G", "Ninja",
+                  "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0",
+                  "-DCRPTSERVICE_SANITIZE=" + QString::fromStdString(options.sanitizer)},
+                 m_folder) ||
+            !isBuilt()) {
             throw std::runtime_error("the tests do not build as they are");
         }
         QElapsedTimer time;
@@ -101,45 +99,24 @@ public:
         m_limitMs = static_cast<int>(10 * time.elapsed() + 10'000);
     }
 
-    Fate fateOf(const QString& file, const QString& original, const Mutant& mutant)
+    Fate fateOf(const Mutant& mutant)
     {
-        writeFile(m_source + u'/' + file, mutant.applied(original));
-        Fate fate = Fate::NoProgram;
-        if (isBuilt()) {
-            fate = passes() ? Fate::Survived : Fate::Killed;
-        }
-        writeFile(m_source + u'/' + file, original);
+        const QString path = m_folder + "/source/" + mutant.file;
+        writeFile(path, mutant.changed.toUtf8());
+        const Fate fate = !isBuilt() ? Fate::NoProgram : passes() ? Fate::Survived : Fate::Killed;
+        writeFile(path, mutant.original.toUtf8());
         return fate;
     }
 
 private:
-    /// Writes only what differs, so that a mutant that an earlier run left behind is built over.
     void copyTree(const QString& root) const
     {
-        const QByteArray names = run("git", {"ls-files", "-z"}, root).output;
+        const QByteArray names = run("git", {"ls-files", "-z"}, root).value_or(QByteArray());
         for (const QByteArray& name : names.split('\0')) {
-            const QString file = QString::fromUtf8(name);
-            QFile original(root + u'/' + file), copy(m_source + u'/' + file);
-            if (file.isEmpty() || !original.open(QIODevice::ReadOnly)) {
-                continue;
+            const QString file = u'/' + QString::fromUtf8(name);
+            if (QFileInfo(root + file).isFile()) {
+                writeFile(m_folder + "/source" + file, readFile(root + file));
             }
-            const QByteArray content = original.readAll();
-            if (copy.open(QIODevice::ReadOnly) && copy.readAll() == content) {
-                continue;
-            }
-            copy.close();
-            QDir().mkpath(QFileInfo(copy).path());
-            if (!copy.open(QIODevice::WriteOnly) || copy.write(content) != content.size()) {
-                throw std::runtime_error("cannot write " + copy.fileName().toStdString());
-            }
-        }
-    }
-
-    void must(const QString& program, const QStringList& arguments) const
-    {
-        const Finished finished = run(program, arguments, m_source);
-        if (!finished.well) {
-            throw std::runtime_error(program.toStdString() + ": " + finished.output.toStdString());
         }
     }
 
@@ -149,121 +126,104 @@ private:
         for (const QStringList& test : m_tests) {
             arguments.append(test.first());
         }
-        return run("ninja", arguments, m_build).well;
+        return run("ninja", arguments, m_folder + "/build").has_value();
     }
 
     [[nodiscard]] bool passes() const
     {
         return std::all_of(m_tests.begin(), m_tests.end(), [this](const QStringList& test) {
-            return run(m_build + "/bin/" + test.first(), test.mid(1), m_build, m_limitMs).well;
+            return run(m_folder + "/build/bin/" + test.first(), test.mid(1), m_folder, m_limitMs).has_value();
         });
     }
 
-    QString m_source;
-    QString m_build;
+    QString m_folder;
     QList<QStringList> m_tests;
     int m_limitMs = 600'000;
 };
 
-struct Job
+std::string titleOf(const Mutant& mutant)
 {
-    QString file;
-    QString source;
-    Mutant mutant;
+    const QString place = mutant.file + u':' + QString::number(mutant.line);
+    return QStringList{place, mutant.kind, mutant.change}.join(": ").toStdString();
+}
 
-    [[nodiscard]] QString title() const
-    {
-        return file + u':' + QString::number(mutant.line(source)) + ": " + mutant.kind + ": " +
-               mutant.description(source);
-    }
-    /// As in the list of survivors with an explanation: without the line's number.
-    [[nodiscard]] QString key() const { return file + ": " + mutant.description(source); }
-};
-
-QList<Job> jobsOf(const Options& options)
+QList<Mutant> mutantsOf(const Options& options)
 {
-    QList<Job> jobs;
+    QList<Mutant> mutants;
     for (const std::string& name : options.files) {
         const QString file = QString::fromStdString(name);
-        const QString source = readFile(QString::fromStdString(options.root) + u'/' + file);
-        for (const Mutant& mutant : findMutants(source)) {
-            jobs.append({file, source, mutant});
-        }
+        mutants += findMutants(file, QString::fromUtf8(readFile(options.root + u'/' + file)));
     }
-    return jobs;
+    if (!options.kind.empty()) {
+        mutants.removeIf([&](const Mutant& mutant) { return mutant.kind != options.kind.c_str(); });
+    }
+    return mutants;
 }
 
-/// The mutants that are known to survive: lines that do not begin with "#" or a blank (which explain).
-QStringList explainedSurvivors(const Options& options)
+/// Counts what becomes of the mutants and prints those that survive without an explanation.
+std::map<Fate, int> fatesOf(const QList<Mutant>& mutants, const Options& options)
 {
-    QStringList explained;
-    if (!options.explained.empty()) {
-        for (const QString& line : readFile(QString::fromStdString(options.explained)).split(u'\n')) {
-            if (!line.isEmpty() && line[0] != u'#' && line[0] != u' ') {
-                explained.append(line);
-            }
-        }
-    }
-    return explained;
-}
-
-int work(const Options& options)
-{
-    const QList<Job> jobs = jobsOf(options);
-    if (options.list) {
-        for (const Job& job : jobs) {
-            std::cout << job.title().toStdString() << '\n';
-        }
-        return 0;
-    }
-    const QStringList explained = explainedSurvivors(options);
+    // Lines that begin with "#" or a blank explain.
+    const QStringList explained =
+        options.explained.empty()
+            ? QStringList()
+            : QString::fromUtf8(readFile(QString::fromStdString(options.explained))).split(u'\n');
     std::map<Fate, int> fates;
-    std::mutex mutex;
-    std::string trouble;
+    std::mutex mutex;  // guards fates, trouble and what is printed
+    std::exception_ptr trouble;
     std::atomic<qsizetype> next = 0;
     const auto worker = [&](unsigned number) {
         try {
             Workshop workshop(options, number);
-            for (qsizetype i = next++; i < jobs.size(); i = next++) {
-                const Job& job = jobs[i];
-                Fate fate = workshop.fateOf(job.file, job.source, job.mutant);
-                if (fate == Fate::Survived && explained.contains(job.key())) {
+            for (qsizetype i = next++; i < mutants.size(); i = next++) {
+                Fate fate = workshop.fateOf(mutants[i]);
+                // As it is listed there: without the line's number and the kind.
+                if (fate == Fate::Survived &&
+                    explained.contains(mutants[i].file + ": " + mutants[i].change)) {
                     fate = Fate::Explained;
                 }
                 const std::lock_guard lock(mutex);
                 ++fates[fate];
                 if (fate == Fate::Survived) {
-                    std::cout << job.title().toStdString() << std::endl;
+                    std::cout << titleOf(mutants[i]) << std::endl;
                 }
-                std::cerr << "\r" << i + 1 << " of " << jobs.size() << std::flush;
+                std::cerr << "\r" << i + 1 << " of " << mutants.size() << std::flush;
             }
-        } catch (const std::exception& error) {
+        } catch (...) {
             const std::lock_guard lock(mutex);
-            trouble = error.what();
-            next = jobs.size();
+            trouble = std::current_exception();
+            next = mutants.size();
         }
     };
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (unsigned i = 1; i <= options.jobs; ++i) {
         threads.emplace_back(worker, i);
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    threads.clear();
+    if (trouble) {
+        std::rethrow_exception(trouble);
     }
-    std::cerr << '\n';
-    if (!trouble.empty()) {
-        std::cerr << "mutate: " << trouble << '\n';
-        return 2;
+    return fates;
+}
+
+int work(const Options& options)
+{
+    const QList<Mutant> mutants = mutantsOf(options);
+    if (options.list) {
+        for (const Mutant& mutant : mutants) {
+            std::cout << titleOf(mutant) << '\n';
+        }
+        return 0;
     }
-    const int lived = fates[Fate::Explained] + fates[Fate::Survived];
-    const int all = fates[Fate::Killed] + lived;
+    std::map<Fate, int> fates = fatesOf(mutants, options);
     // Those that change nothing that anybody could notice are nobody's to kill.
-    const int noticeable = all - fates[Fate::Explained];
+    const int noticeable = fates[Fate::Killed] + fates[Fate::Survived];
     const double share = noticeable == 0 ? 1 : double(fates[Fate::Killed]) / noticeable;
-    std::cout << all << " mutants, " << fates[Fate::Killed] << " killed, " << lived << " survived, "
-              << fates[Fate::Explained] << " of them explained; " << static_cast<int>(share * 1000) / 10.0
+    std::cout << noticeable + fates[Fate::Explained] << " mutants, " << fates[Fate::Killed] << " killed, "
+              << fates[Fate::Survived] + fates[Fate::Explained] << " survived, " << fates[Fate::Explained]
+              << " of them explained; " << static_cast<int>(share * 1000) / 10.0
               << " % of the others killed; " << fates[Fate::NoProgram] << " more do not compile\n";
-    return share >= options.goal ? 0 : 1;
+    return share >= goal ? 0 : 1;
 }
 
 }  // namespace
@@ -271,24 +231,26 @@ int work(const Options& options)
 int main(int argc, char** argv)
 {
     Options options;
+    std::string root = ".";
     CLI::App app(
         "Changes source files in one small way after the other and lists the changes that no test notices.");
-    app.add_option("--root", options.root, "The source tree");
-    app.add_option("--test", options.tests,
-                   "A test program and its arguments, in the order in which they run")
+    app.add_option("--root", root, "The source tree");
+    app.add_option("--test", options.tests, "A test program and its arguments, in the order of running")
         ->required()
         ->allow_extra_args(false);
     app.add_option("--explained", options.explained, "File that lists survivors with the reason");
+    app.add_option("--kind", options.kind, "Only mutants of this kind, e.g. \"lock\"");
+    app.add_option("--sanitizer", options.sanitizer, "What the tests are built with, e.g. \"thread\"");
     app.add_option("--jobs", options.jobs, "Trees that work side by side");
-    app.add_option("--goal", options.goal, "Share of the mutants that has to be killed");
     app.add_flag("--list", options.list, "Only list the mutants");
     app.add_option("FILE", options.files, "Sources, relative to the root")->required();
     CLI11_PARSE(app, argc, argv);
-    options.root = QDir(QString::fromStdString(options.root)).absolutePath().toStdString();
+    options.root = QDir(QString::fromStdString(root)).absolutePath();
+    qputenv("MALLOC_PERTURB_", "165");  // what is used after its end is seen
     try {
         return work(options);
     } catch (const std::exception& error) {
-        std::cerr << "mutate: " << error.what() << '\n';
+        std::cerr << "\nmutate: " << error.what() << '\n';
         return 2;
     }
 }

@@ -4,21 +4,30 @@
 
 #include <QHash>
 #include <QRegularExpression>
-#include <QSet>
+#include <QStringList>
 
 namespace {
+
+using Matches = QList<QRegularExpressionMatch>;
+
+Matches matchesOf(const char* pattern, const QString& text)
+{
+    const QRegularExpression expression(QString::fromLatin1(pattern), QRegularExpression::MultilineOption);
+    Matches matches;
+    for (auto found = expression.globalMatch(text); found.hasNext();) {
+        matches.append(found.next());
+    }
+    return matches;
+}
 
 /// The source with comments and preprocessor lines blanked out, and its literals of text blanked but for the
 /// quotes; every offset stays what it was.
 QString masked(const QString& source)
 {
-    static const QRegularExpression dead(
-        QStringLiteral(
-            R"re(//[^\n]*|/\*.*?\*/|^[ ]*#[^\n]*|(R"\w*\(.*?\)\w*"|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])+'))re"),
-        QRegularExpression::DotMatchesEverythingOption | QRegularExpression::MultilineOption);
+    const auto dead =
+        R"re(//[^\n]*|/\*(?s:.*?)\*/|^[ ]*#[^\n]*|(R"\w*\((?s:.*?)\)\w*"|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])+'))re";
     QString text = source;
-    for (auto matches = dead.globalMatch(source); matches.hasNext();) {
-        const auto match = matches.next();
+    for (const auto& match : matchesOf(dead, source)) {
         const int edge = match.hasCaptured(1) ? 1 : 0;
         for (qsizetype i = match.capturedStart() + edge; i < match.capturedEnd() - edge; ++i) {
             if (text[i] != u'\n') {
@@ -38,7 +47,7 @@ struct Swap
 
 /// Each replaces the pattern's whole match. Comparisons and signs have blanks around them, templates have
 /// not.
-constexpr Swap Swaps[] = {
+constexpr Swap swaps[] = {
     {" == ", " != ", "comparison"},  {" != ", " == ", "comparison"}, {" <= ", " < ", "comparison"},
     {" >= ", " > ", "comparison"},   {" < ", " <= ", "comparison"},  {" > ", " >= ", "comparison"},
     {" && ", " || ", "logic"},       {" \\|\\| ", " && ", "logic"},  {"(?<=[(\\s])!(?=[\\w(])", "", "logic"},
@@ -46,73 +55,9 @@ constexpr Swap Swaps[] = {
     {"\\bfalse\\b", "true", "flag"},
 };
 
-void addSwaps(const QString& code, QList<Mutant>& mutants)
+bool isNextLine(const QRegularExpressionMatch& first, const QRegularExpressionMatch& second)
 {
-    for (const Swap& swap : Swaps) {
-        const QRegularExpression pattern(QString::fromLatin1(swap.pattern));
-        for (auto matches = pattern.globalMatch(code); matches.hasNext();) {
-            const auto match = matches.next();
-            mutants.append({match.capturedStart(), match.capturedLength(),
-                            QString::fromLatin1(swap.replacement), QString::fromLatin1(swap.kind)});
-        }
-    }
-}
-
-void addConstants(const QString& source, const QString& code, QList<Mutant>& mutants)
-{
-    static const QRegularExpression number(QStringLiteral(R"((?<![\w.'%])(\d[\d']*)(?=min\b|ms\b|s\b|\b))"));
-    for (auto matches = number.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        const qlonglong value = match.captured(1).remove(u'\'').toLongLong();
-        mutants.append({match.capturedStart(1), match.capturedLength(1), QString::number(value + 1),
-                        QStringLiteral("constant")});
-    }
-    static const QRegularExpression text(QStringLiteral(R"("[^"]*")"));
-    for (auto matches = text.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        if (match.capturedLength() > 2) {
-            mutants.append(
-                {match.capturedStart(), match.capturedLength(),
-                 source.mid(match.capturedStart(), match.capturedLength() - 1) + QStringLiteral("~\""),
-                 QStringLiteral("text")});
-        }
-    }
-}
-
-/// An enumerator of an enumeration becomes another one of those that the file names.
-void addFlags(const QString& code, QList<Mutant>& mutants)
-{
-    static const QRegularExpression flag(QStringLiteral(R"(\b(E[A-Z]\w+::)(\w+)\b(?!::|\())"));
-    QHash<QString, QStringList> known;
-    for (auto matches = flag.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        QStringList& names = known[match.captured(1)];
-        if (!names.contains(match.captured(2))) {
-            names.append(match.captured(2));
-        }
-    }
-    for (auto matches = flag.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        const QStringList& names = known[match.captured(1)];
-        if (names.size() > 1) {
-            const QString& other = names[(names.indexOf(match.captured(2)) + 1) % names.size()];
-            mutants.append({match.capturedStart(2), match.capturedLength(2), other, QStringLiteral("flag")});
-        }
-    }
-}
-
-/// Conditions without an operator of their own are negated.
-void addConditions(const QString& code, QList<Mutant>& mutants)
-{
-    static const QRegularExpression condition(QStringLiteral(R"(\b(?:if|while) (\((?:[^()]|(?1))*\)))"));
-    static const QRegularExpression operators(QStringLiteral(R"( (?:[=!<>]=|[<>]|&&|\|\|) |\(!|;)"));
-    for (auto matches = condition.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        if (!match.captured(1).contains(operators)) {
-            mutants.append({match.capturedStart(1), match.capturedLength(1), "(!" + match.captured(1) + ")",
-                            QStringLiteral("condition")});
-        }
-    }
+    return first.capturedEnd() + 1 == second.capturedStart() && first.captured(1) == second.captured(1);
 }
 
 /// Whether two statements say the same in any order: settings of one object, or plain assignments.
@@ -125,68 +70,151 @@ bool areIndependent(const QString& first, const QString& second)
            (first.contains(assignment) && second.contains(assignment));
 }
 
-/// Statements that can go: expressions and jumps, from the start of a line to its ";".
-void addStatements(const QString& source, const QString& code, QList<Mutant>& mutants)
+/// The mutants of one file.
+class Finder
 {
-    static const QRegularExpression statement(QStringLiteral(
-        R"((?<=[;{}:]\n)( +)(?!(?:return\b(?!;)|using|const|constexpr|static|auto|throw|namespace|case|default|public|private|emit)\b))"
-        R"((?:break|continue|return|[\w:\->.*\[\]]+(?:\(|\s*(?:=|\+=|\|=|\+\+|--)|\+\+|--)|\+\+|--|\(void\))(?:[^;{}]|\{(?:[^{}]|\{[^{}]*\})*\})*;(?=\s*\n))"));
-    QRegularExpressionMatch before;
-    for (auto matches = statement.globalMatch(code); matches.hasNext();) {
-        const auto match = matches.next();
-        mutants.append({match.capturedStart(), match.capturedLength(), QString(), QStringLiteral("removed")});
-        // The blank between two statements is one line's end.
-        if (before.hasMatch() && before.capturedEnd() + 1 == match.capturedStart() &&
-            before.captured(1) == match.captured(1)) {
-            const auto text = [&source](const auto& of) {
-                return source.mid(of.capturedStart(), of.capturedLength());
-            };
-            if (!areIndependent(text(before), text(match))) {
-                mutants.append({before.capturedStart(), match.capturedEnd() - before.capturedStart(),
-                                text(match) + u'\n' + text(before), QStringLiteral("order")});
+public:
+    Finder(const QString& file, const QString& source)
+        : m_file(file)
+        , m_source(source)
+        , m_code(masked(source))
+    {
+    }
+
+    QList<Mutant> find()
+    {
+        for (const Swap& swap : swaps) {
+            for (const auto& match : matchesOf(swap.pattern, m_code)) {
+                add(match, 0, QString::fromLatin1(swap.replacement), swap.kind);
             }
         }
-        before = match;
+        addConstants();
+        addFlags();
+        addConditions();
+        addLocks();
+        addStatements();
+        std::stable_sort(m_mutants.begin(), m_mutants.end(),
+                         [](const Mutant& a, const Mutant& b) { return a.line < b.line; });
+        return m_mutants;
     }
-}
+
+private:
+    void add(qsizetype begin, qsizetype end, const QString& replacement, const char* kind)
+    {
+        const qsizetype from = m_source.lastIndexOf(u'\n', begin) + 1, to = m_source.indexOf(u'\n', end);
+        const QString before = m_source.left(begin), after = m_source.mid(end);
+        const QString was = m_source.mid(from, to - from).simplified();
+        const QString is = (before.mid(from) + replacement + after.left(to - end)).simplified();
+        m_mutants.append({m_file, static_cast<int>(before.count(u'\n')) + 1, QString::fromLatin1(kind),
+                          was + "  ->  " + (is.isEmpty() ? QStringLiteral("(nothing)") : is), m_source,
+                          before + replacement + after});
+    }
+    /// Replaces what `group` has caught.
+    void add(const QRegularExpressionMatch& match, int group, const QString& replacement, const char* kind)
+    {
+        add(match.capturedStart(group), match.capturedEnd(group), replacement, kind);
+    }
+    [[nodiscard]] QString text(const QRegularExpressionMatch& match, int group = 0) const
+    {
+        return m_source.mid(match.capturedStart(group), match.capturedLength(group));
+    }
+    /// Two matches, one in the line behind the other, in the other order.
+    void addExchange(const QRegularExpressionMatch& first, const QRegularExpressionMatch& second,
+                     const char* kind)
+    {
+        add(first.capturedStart(), second.capturedEnd(), text(second) + u'\n' + text(first), kind);
+    }
+    /// Replaces what `group` has caught by the next one of `names`, which holds it, in a ring.
+    void addNext(const QRegularExpressionMatch& match, int group, QStringList names, const char* kind)
+    {
+        names.removeDuplicates();
+        if (names.size() > 1) {
+            add(match, group, names[(names.indexOf(match.captured(group)) + 1) % names.size()], kind);
+        }
+    }
+
+    void addConstants()
+    {
+        for (const auto& match : matchesOf(R"((?<![\w.'%])(\d[\d']*)(?=min\b|ms\b|s\b|\b))", m_code)) {
+            add(match, 1, QString::number(match.captured(1).remove(u'\'').toLongLong() + 1), "constant");
+        }
+        for (const auto& match : matchesOf(R"re("( +)")re", m_code)) {  // blanks only: it is masked
+            add(match, 1, text(match, 1) + u'~', "text");
+        }
+    }
+
+    /// An enumerator of an enumeration becomes another one of those that the file names.
+    void addFlags()
+    {
+        const Matches matches = matchesOf(R"(\b(E[A-Z]\w+::)(\w+)\b(?!::|\())", m_code);
+        QHash<QString, QStringList> known;
+        for (const auto& match : matches) {
+            known[match.captured(1)].append(match.captured(2));
+        }
+        for (const auto& match : matches) {
+            addNext(match, 2, known[match.captured(1)], "flag");
+        }
+    }
+
+    /// Conditions without an operator of their own are negated.
+    void addConditions()
+    {
+        static const QRegularExpression operators(QStringLiteral(R"( (?:[=!<>]=|[<>]|&&|\|\|) |\(!|;)"));
+        for (const auto& match : matchesOf(R"(\b(?:if|while) (\((?:[^()]|(?1))*\)))", m_code)) {
+            if (!match.captured(1).contains(operators)) {
+                add(match, 1, "(!" + text(match, 1) + ")", "condition");
+            }
+        }
+    }
+
+    /// A lock is not taken, another mutex of the file is taken in its place, or two in the other order.
+    void addLocks()
+    {
+        const Matches locks =
+            matchesOf(R"(^( +)(?:const )?(?:std::(?:lock_guard|(unique_lock))|QMutexLocker))"
+                      R"((?:<.*>)? \w+\((&?)([\w.>-]+)\);)",
+                      m_code);
+        QHash<QString, QStringList> known;  // by how they are given
+        for (const auto& lock : locks) {
+            known[lock.captured(3)].append(lock.captured(4));
+        }
+        for (qsizetype i = 0; i < locks.size(); ++i) {
+            const QString mutex = locks[i].captured(4);
+            const bool isNeeded = !locks[i].captured(2).isEmpty();
+            add(locks[i], isNeeded ? 4 : 0, isNeeded ? mutex + ", std::defer_lock" : QString(), "lock");
+            addNext(locks[i], 4, known[locks[i].captured(3)], "lock");
+            if (i > 0 && isNextLine(locks[i - 1], locks[i])) {
+                addExchange(locks[i - 1], locks[i], "lock");
+            }
+        }
+    }
+
+    /// Statements that can go: expressions and jumps, from the start of a line to its ";".
+    void addStatements()
+    {
+        const Matches statements = matchesOf(
+            R"((?<=[;{}:]\n)( +)(?!(?:return\b(?!;)|using|const|constexpr|static|auto|throw|namespace|case|default)\b))"
+            R"((?!(?:public|private|emit)\b)(?:break|continue|return|[\w:\->.*\[\]]+(?:\(|\s*(?:=|\+=|\|=|\+\+|--)))"
+            R"(|\+\+|--|\(void\))(?:[^;{}]|\{(?:[^{}]|\{[^{}]*\})*\})*;(?=\s*\n))",
+            m_code);
+        for (qsizetype i = 0; i < statements.size(); ++i) {
+            add(statements[i], 0, QString(), "removed");
+            if (i > 0 && isNextLine(statements[i - 1], statements[i]) &&
+                !areIndependent(text(statements[i - 1]), text(statements[i]))) {
+                addExchange(statements[i - 1], statements[i], "order");
+            }
+        }
+    }
+
+    const QString m_file;
+    const QString m_source;
+    const QString m_code;
+    QList<Mutant> m_mutants;
+};
 
 }  // namespace
 
-QString Mutant::applied(const QString& source) const
+QList<Mutant> findMutants(const QString& file, const QString& source)
 {
-    return source.left(offset) + replacement + source.mid(offset + length);
-}
-
-int Mutant::line(const QString& source) const
-{
-    qsizetype first = offset;
-    while (first < offset + length && source[first].isSpace()) {
-        ++first;
-    }
-    return static_cast<int>(source.left(first).count(u'\n')) + 1;
-}
-
-QString Mutant::description(const QString& source) const
-{
-    const qsizetype from = source.lastIndexOf(u'\n', offset) + 1;
-    const qsizetype to = source.indexOf(u'\n', offset + length);
-    const QString was = source.mid(from, to - from).simplified();
-    const QString is =
-        (source.mid(from, offset - from) + replacement + source.mid(offset + length, to - offset - length))
-            .simplified();
-    return was + QStringLiteral("  ->  ") + (is.isEmpty() ? QStringLiteral("(nothing)") : is);
-}
-
-QList<Mutant> findMutants(const QString& source)
-{
-    const QString code = masked(source);
-    QList<Mutant> mutants;
-    addSwaps(code, mutants);
-    addConstants(source, code, mutants);
-    addFlags(code, mutants);
-    addConditions(code, mutants);
-    addStatements(source, code, mutants);
-    std::stable_sort(mutants.begin(), mutants.end(),
-                     [](const Mutant& a, const Mutant& b) { return a.offset < b.offset; });
-    return mutants;
+    return Finder(file, source).find();
 }

@@ -6,20 +6,15 @@
 /// One small change to a source file.
 struct Mutant
 {
-    qsizetype offset = 0;  ///< of the changed text within the file
-    qsizetype length = 0;  ///< of the text that it replaces
-    QString replacement;
-    QString
-        kind;  ///< "comparison", "logic", "sign", "constant", "text", "flag", "condition", "removed", "order"
-
-    /// The whole file with the change.
-    [[nodiscard]] QString applied(const QString& source) const;
-    /// From 1.
-    [[nodiscard]] int line(const QString& source) const;
-    /// What stands there and what comes in its place, each in one line.
-    [[nodiscard]] QString description(const QString& source) const;
+    QString file;
+    int line = 0;      ///< from 1
+    QString kind;      ///< "comparison", "logic", "sign", "constant", "text", "flag", "condition", "lock",
+                       ///< "removed", "order"
+    QString change;    ///< what stands there and what comes in its place, each in one line
+    QString original;  ///< the whole file as it is
+    QString changed;   ///< and with the change
 };
 
 /// Every mutant of a C++ source, in the order of the text. Comments, preprocessor lines and declarations
-/// are left alone.
-QList<Mutant> findMutants(const QString& source);
+/// other than locks are left alone.
+QList<Mutant> findMutants(const QString& file, const QString& source);

@@ -1,7 +1,0 @@
-#include "plugin/pingtaskresult.h"
-
-QString PingTaskResult::toString() const
-{
-    return QStringLiteral("сервер доступен - %1")
-        .arg(available ? QStringLiteral("true") : QStringLiteral("false"));
-}

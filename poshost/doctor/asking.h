@@ -1,0 +1,37 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include <QHash>
+#include <QString>
+#include <QUrl>
+
+#include <network/exchangerecord.h>
+
+namespace doctor {
+
+/// Called with what is about to be done, in Russian, before every request. What it throws ends the
+/// examination.
+using OnStep = std::function<void(const QString&)>;
+
+/// One GET with the host's HTTP client, in this thread. `limit` is the settings' one; nobody waits for longer
+/// than 30 s. Another exchange observer is lost.
+[[nodiscard]] http::ExchangeRecord ask(const QUrl& url, const QHash<QString, QString>& headers,
+                                       std::chrono::seconds limit);
+
+[[nodiscard]] std::chrono::milliseconds elapsedOf(const http::ExchangeRecord& exchange);
+
+/// Why an exchange got no complete reply of the server that was meant, and what to do.
+struct Trouble
+{
+    const char* id = nullptr;  ///< null when there was a reply
+    QString text;              ///< in Russian
+    QString advice;            ///< in Russian
+
+    explicit operator bool() const { return id != nullptr; }
+};
+
+[[nodiscard]] Trouble troubleOf(const http::ExchangeRecord& exchange);
+
+}  // namespace doctor

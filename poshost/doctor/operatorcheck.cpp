@@ -1,0 +1,348 @@
+#include "poshost/doctor/operatorcheck.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QUrl>
+
+#include "poshost/doctor/address.h"
+#include "poshost/doctor/knownkeys.h"
+
+namespace doctor {
+
+namespace {
+
+using std::chrono::seconds;
+
+constexpr seconds maxClockSkew{60};
+constexpr int daysOfWarning = 14;
+constexpr auto apiPath = QLatin1String("/api/v4/true-api");
+
+/// What a complete reply to the request for the sites says of the key.
+struct Verdict
+{
+    int first;  ///< HTTP status
+    int last;
+    bool accepted;
+    Level level;
+    const char* id;
+    const char16_t* text;
+    const char16_t* advice;
+};
+/// The first row that holds the status is it.
+constexpr std::array verdicts = {
+    Verdict{200, 200, true, Level::Good, "key-accepted", u"ключ принят", u""},
+    Verdict{203, 203, true, Level::Note, "emergency",
+            u"оператор объявил аварийный режим (HTTP %1): продажа разрешена без проверки", u""},
+    Verdict{401, 401, false, Level::Bad, "key-refused", u"ключ не принят (HTTP %1)",
+            u"выпустите ключ в личном кабинете оператора и впишите его в настройки"},
+    Verdict{403, 403, false, Level::Bad, "forbidden", u"HTTP %1: отвечает не тот, кто выдаёт список площадок",
+            u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"},
+    Verdict{404, 404, false, Level::Bad, "not-found", u"HTTP %1: отвечает не тот, кто выдаёт список площадок",
+            u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"},
+    Verdict{429, 429, false, Level::Bad, "server-error", u"сервер перегружен или неисправен (HTTP %1)",
+            u"повторите позже; касса это время продаёт по локальному модулю"},
+    Verdict{500, 599, false, Level::Bad, "server-error", u"сервер перегружен или неисправен (HTTP %1)",
+            u"повторите позже; касса это время продаёт по локальному модулю"},
+    Verdict{0, 999, false, Level::Bad, "not-understood", u"сервер не понял запроса (HTTP %1)",
+            u"проверьте адрес сервера: это может быть другой сервер"},
+};
+
+const Verdict& verdictOf(int httpStatus)
+{
+    return *std::find_if(verdicts.begin(), verdicts.end() - 1, [httpStatus](const Verdict& verdict) {
+        return verdict.first <= httpStatus && httpStatus <= verdict.last;
+    });
+}
+
+bool isHealthy(const QJsonObject& reply)
+{
+    const auto code = reply.find(QLatin1String("code"));
+    return code != reply.end() && code->toInt(0) == 0;
+}
+
+/// The sites of a list that the plug-in would look at.
+QStringList probedSites(const QJsonArray& listed)
+{
+    constexpr qsizetype maxSites = 100;
+    QStringList sites;
+    for (const auto& element : listed) {
+        sites.append(element[QLatin1String("host")].toString());
+    }
+    sites.removeAll(QString());
+    sites.removeDuplicates();
+    return sites.mid(0, maxSites);
+}
+
+/// With one slash less at its end, as the plug-in reads it.
+QUrl baseOf(QUrl url)
+{
+    if (const QString path = url.path(QUrl::FullyDecoded); path.endsWith(u'/')) {
+        url.setPath(path.chopped(1), QUrl::DecodedMode);
+    }
+    return methodUrl(url, apiPath);
+}
+
+class OperatorCheck
+{
+public:
+    OperatorCheck(const Config& config, const OnStep& onStep, Report& report)
+        : m_config(config)
+        , m_onStep(onStep)
+        , m_report(report)
+        , m_keys(config.getList(QStringLiteral("Host:keys")))
+    {
+    }
+
+    void checkHost(const QUrl& url);
+    void chooseSite();
+
+private:
+    http::ExchangeRecord askOperator(const QUrl& base, const char* path, const QString& key,
+                                     const char* limit) const;
+    std::optional<QJsonArray> askForSites(HostState& host, const QUrl& url, const QString& key);
+    void describe(HostState& host, const http::ExchangeRecord& exchange) const;
+    void judge(const HostState& host, const http::ExchangeRecord& exchange);
+    void judgeClock(const HostState& host);
+    void judgeKey(HostState& host, const QString& key, const http::ExchangeRecord& exchange,
+                  const QJsonArray& listed);
+    bool checkSite(const HostState& host, const QString& address, const QString& key);
+    void judgeTime(const SiteState& site);
+
+    const Config& m_config;
+    const OnStep& m_onStep;
+    Report& m_report;
+    QStringList m_keys;  ///< as the settings have them
+    bool m_clockJudged = false;
+};
+
+/// As the plug-in does it: the last key is tried first, and the first key that brings healthy sites is the
+/// one whose sites count.
+void OperatorCheck::checkHost(const QUrl& url)
+{
+    HostState host;
+    host.url = shown(url);
+    QStringList order(m_keys.rbegin(), m_keys.rend());
+    order.removeDuplicates();
+    if (order.isEmpty()) {
+        order.append(QString());  // the line is examined all the same
+    }
+    QList<std::pair<QString, QJsonArray>> lists;
+    for (const QString& key : std::as_const(order)) {
+        const auto listed = askForSites(host, url, key);
+        if (!listed) {
+            break;  // it will not answer to another key either
+        }
+        lists.append({key, *listed});
+    }
+    for (const auto& [key, listed] : std::as_const(lists)) {
+        bool anyHealthy = false;
+        for (const QString& site : probedSites(listed)) {
+            anyHealthy |= checkSite(host, site, key);
+        }
+        if (anyHealthy) {
+            break;
+        }
+    }
+    m_report.hosts.append(host);
+}
+
+http::ExchangeRecord OperatorCheck::askOperator(const QUrl& base, const char* path, const QString& key,
+                                                const char* limit) const
+{
+    const QString name = QLatin1String(limit);
+    const int fallback = knownKey(QStringLiteral("CRPT"), name)->fallback.toInt();
+    return ask(methodUrl(baseOf(base), QLatin1String(path)),
+               {{QStringLiteral("X-API-KEY"), key},
+                {QStringLiteral("Accept"), QStringLiteral("application/json")},
+                {QStringLiteral("Connection"), QStringLiteral("close")}},
+               seconds(m_config.getInt(QStringLiteral("CRPT:") + name, fallback)));
+}
+
+/// The sites that the server lists for the key; nothing when it gave no reply.
+std::optional<QJsonArray> OperatorCheck::askForSites(HostState& host, const QUrl& url, const QString& key)
+{
+    m_onStep(QStringLiteral("Сервер оператора %1").arg(host.url));
+    const http::ExchangeRecord exchange = askOperator(url, "/cdn/info", key, "getInfoTimeout");
+    const QJsonArray listed = exchange.response.responseObject().value(QLatin1String("hosts")).toArray();
+    if (host.keys.isEmpty()) {
+        describe(host, exchange);
+        judge(host, exchange);
+    }
+    if (!key.isEmpty()) {
+        judgeKey(host, key, exchange, listed);
+    }
+    return troubleOf(exchange) ? std::nullopt : std::optional(listed);
+}
+
+void OperatorCheck::describe(HostState& host, const http::ExchangeRecord& exchange) const
+{
+    const http::Transport& transport = exchange.transport;
+    const bool isTls = exchange.response.url().scheme() == QLatin1String("https");
+    host.peer = transport.peer;
+    host.resolved = transport.stage > http::Stage::LookUp;
+    host.connected = transport.stage > http::Stage::Connect;
+    if (isTls && host.connected) {
+        host.secured = transport.stage == http::Stage::Talk;
+    }
+    host.certificateEnd = transport.certificateEnd;
+    if (transport.serverTime.isValid()) {
+        const QDateTime sent = QDateTime::currentDateTimeUtc().addMSecs(-elapsedOf(exchange).count() / 2);
+        host.clockSkew = seconds(sent.secsTo(transport.serverTime));
+    }
+}
+
+void OperatorCheck::judge(const HostState& host, const http::ExchangeRecord& exchange)
+{
+    if (const Trouble trouble = troubleOf(exchange)) {
+        m_report.add(Level::Bad, Area::Hosts, trouble.id, host.url, trouble.text, trouble.advice);
+        return;
+    }
+    QStringList facts = {host.peer};
+    if (host.certificateEnd.isValid()) {
+        facts.append(QStringLiteral("TLS, сертификат до %1")
+                         .arg(host.certificateEnd.toLocalTime().toString(QStringLiteral("dd.MM.yyyy"))));
+    }
+    if (host.clockSkew) {
+        facts.append(QStringLiteral("часы расходятся на %1 с").arg(std::abs(host.clockSkew->count())));
+    }
+    facts.append(QStringLiteral("%1 мс").arg(elapsedOf(exchange).count()));
+    m_report.add(Level::Good, Area::Hosts, "host", host.url,
+                 QStringLiteral("отвечает: ") + facts.join(QLatin1String(", ")));
+    const auto daysLeft = QDateTime::currentDateTimeUtc().daysTo(host.certificateEnd);
+    if (host.certificateEnd.isValid() && daysLeft < daysOfWarning) {
+        m_report.add(Level::Note, Area::Hosts, "certificate-ends-soon", host.url,
+                     QStringLiteral("сертификату сервера осталось дней: %1").arg(daysLeft));
+    }
+    judgeClock(host);
+}
+
+/// Once: every server would say the same of this machine's clock.
+void OperatorCheck::judgeClock(const HostState& host)
+{
+    if (m_clockJudged || !host.clockSkew || std::chrono::abs(*host.clockSkew) <= maxClockSkew) {
+        return;
+    }
+    m_clockJudged = true;
+    const bool isBehind = host.clockSkew->count() > 0;
+    m_report.add(Level::Bad, Area::Hosts, "clock-skew", host.url,
+                 QStringLiteral("часы кассы %1 на %2 с")
+                     .arg(isBehind ? QStringLiteral("отстают") : QStringLiteral("спешат"))
+                     .arg(std::abs(host.clockSkew->count())),
+                 QStringLiteral("включите синхронизацию времени: timedatectl set-ntp true"));
+}
+
+void OperatorCheck::judgeKey(HostState& host, const QString& key, const http::ExchangeRecord& exchange,
+                             const QJsonArray& listed)
+{
+    KeyState state{masked(key), {}, exchange.response.status(), elapsedOf(exchange)};
+    const QString place =
+        m_keys.size() > 1 ? QStringLiteral("ключ %1 из %2, ").arg(m_keys.indexOf(key) + 1).arg(m_keys.size())
+                          : QString();
+    const QString subject = QStringLiteral("%1%2 на %3").arg(place, state.key, host.url);
+    if (!troubleOf(exchange)) {
+        const Verdict& verdict = verdictOf(state.httpStatus);
+        state.accepted = verdict.accepted;
+        m_report.add(
+            verdict.level, Area::Keys, verdict.id, subject,
+            QString::fromUtf16(verdict.text).replace(QLatin1String("%1"), QString::number(state.httpStatus)),
+            QString::fromUtf16(verdict.advice));
+    }
+    if (state.accepted.value_or(false) && listed.isEmpty()) {
+        m_report.add(Level::Bad, Area::Sites, "no-sites", subject,
+                     QStringLiteral("в списке нет ни одной площадки"),
+                     QStringLiteral("повторите позже; если не пройдёт, обратитесь к оператору"));
+    }
+    host.keys.append(state);
+}
+
+/// Whether it is healthy.
+bool OperatorCheck::checkSite(const HostState& host, const QString& address, const QString& key)
+{
+    const QUrl url(address);
+    SiteState site;
+    site.site = shown(url);
+    site.host = host.url;
+    m_onStep(QStringLiteral("Площадка %1").arg(site.site));
+    const http::ExchangeRecord exchange = askOperator(url, "/cdn/health/check", key, "healthCheckTimeout");
+    site.healthy = isHealthy(exchange.response.responseObject());
+    site.httpStatus = exchange.response.status();
+    site.elapsed = elapsedOf(exchange);
+    m_report.sites.append(site);
+    if (site.healthy) {
+        judgeTime(site);
+        return true;
+    }
+    if (const Trouble trouble = troubleOf(exchange)) {
+        m_report.add(Level::Bad, Area::Sites, trouble.id, site.site, trouble.text, trouble.advice);
+    } else {
+        m_report.add(Level::Bad, Area::Sites, "site-unhealthy", site.site,
+                     QStringLiteral("площадка не сообщает, что исправна (HTTP %1)").arg(site.httpStatus),
+                     QStringLiteral("касса обойдётся другими площадками; повторите позже"));
+    }
+    return false;
+}
+
+void OperatorCheck::judgeTime(const SiteState& site)
+{
+    constexpr seconds ofPlugin{2};  // in place of 0
+    const QString key = QStringLiteral("requestTimeout");
+    const int fallback = knownKey(QStringLiteral("Host"), key)->fallback.toInt();
+    const seconds set(m_config.getInt(QStringLiteral("Host:") + key, fallback));
+    const seconds limit = set.count() > 0 ? set : ofPlugin;
+    if (site.elapsed > limit) {
+        m_report.add(Level::Bad, Area::Sites, "site-slow", site.site,
+                     QStringLiteral("отвечает за %1 мс, предел запроса проверки %2 с")
+                         .arg(site.elapsed.count())
+                         .arg(limit.count()),
+                     QStringLiteral("увеличьте requestTimeout и operationTimeout или проверьте сеть"));
+    }
+}
+
+void OperatorCheck::chooseSite()
+{
+    auto& sites = m_report.sites;
+    const auto fastest =
+        std::min_element(sites.begin(), sites.end(), [&](const auto& one, const auto& other) {
+            return one.healthy != other.healthy ? one.healthy : one.elapsed < other.elapsed;
+        });
+    if (fastest == sites.end() || !fastest->healthy) {
+        m_report.add(Level::Bad, Area::Sites, "no-healthy-site", QStringLiteral("площадки"),
+                     QStringLiteral("нет ни одной исправной: онлайн-проверки не будет"),
+                     QStringLiteral(
+                         "устраните то, что названо выше; без этого вердикты даёт только локальный модуль"));
+        return;
+    }
+    fastest->chosen = true;
+    const auto healthy =
+        std::count_if(sites.begin(), sites.end(), [](const auto& site) { return site.healthy; });
+    m_report.add(
+        Level::Good, Area::Sites, "chosen-site", fastest->site,
+        QStringLiteral("исправных площадок %1 из %2, первой была бы эта").arg(healthy).arg(sites.size()));
+}
+
+}  // namespace
+
+void checkOperator(const Config& config, const OnStep& onStep, Report& report)
+{
+    std::set<QUrl> urls;  // in the plug-in's order
+    for (const QString& host : config.getList(QStringLiteral("Host:hosts"))) {
+        const QUrl url = addressOf(host);
+        if (isAskable(url)) {
+            urls.insert(url);
+        }
+    }
+    OperatorCheck check(config, onStep, report);
+    for (const QUrl& url : urls) {
+        check.checkHost(url);
+    }
+    if (!urls.empty()) {
+        check.chooseSite();
+    }
+}
+
+}  // namespace doctor

@@ -1,0 +1,141 @@
+#include "poshost/doctor/reports.h"
+
+#include <algorithm>
+#include <array>
+
+#include <utils/printable.h>
+
+namespace doctor {
+
+namespace {
+
+struct Mark
+{
+    const char16_t* sign;
+    const char16_t* colour;
+};
+/// By level.
+constexpr std::array marks = {Mark{u"✓", u"\x1b[32m"}, Mark{u"·", u"\x1b[33m"}, Mark{u"✗", u"\x1b[1;31m"}};
+
+struct Heading
+{
+    Area area;
+    const char16_t* text;
+};
+constexpr std::array headings = {
+    Heading{Area::Settings, u"Настройки"},      Heading{Area::Plugin, u"Плагин"},
+    Heading{Area::Hosts, u"Серверы оператора"}, Heading{Area::Keys, u"Ключи"},
+    Heading{Area::Sites, u"Площадки"},          Heading{Area::Modules, u"Локальные модули"},
+};
+
+/// What came from outside cannot break the report: no control characters, no line ends.
+QString oneLine(const QString& text)
+{
+    return utils::printable(text.simplified());
+}
+
+QString line(const Finding& finding, bool colours)
+{
+    const Mark& mark = marks.at(size_t(finding.level));
+    const QString sign = QString::fromUtf16(mark.sign);
+    QString text = colours ? QString::fromUtf16(mark.colour) + sign + QLatin1String("\x1b[0m") : sign;
+    const bool isPlaced = finding.line > 0 && finding.level != Level::Good;
+    const QString place = isPlaced ? QStringLiteral(", строка %1").arg(finding.line) : QString();
+    text += QStringLiteral(" %1%2: %3\n").arg(oneLine(finding.subject), place, oneLine(finding.text));
+    if (!finding.advice.isEmpty()) {
+        text += QStringLiteral("    → %1\n").arg(oneLine(finding.advice));
+    }
+    return text;
+}
+
+QString siteTable(const QList<SiteState>& sites)
+{
+    qsizetype width = 0;
+    for (const SiteState& site : sites) {
+        width = std::max(width, oneLine(site.site).size());
+    }
+    QString text;
+    for (const SiteState& site : sites) {
+        const QString health = site.healthy ? QStringLiteral("исправна") : QStringLiteral("неисправна");
+        text += QStringLiteral("  %1 %2  %3 %4 мс\n")
+                    .arg(site.chosen ? QStringLiteral("▸") : QStringLiteral(" "),
+                         oneLine(site.site).leftJustified(width), health.leftJustified(10),
+                         QString::number(site.elapsed.count()).rightJustified(6));
+    }
+    return text;
+}
+
+QString greyList(const std::optional<bool>& wanted)
+{
+    if (!wanted) {
+        return QStringLiteral("не трогать");
+    }
+    return *wanted ? QStringLiteral("включить") : QStringLiteral("выключить");
+}
+
+QString moduleTable(const QList<ModuleState>& modules)
+{
+    QString text;
+    for (const ModuleState& module : modules) {
+        if (!module.enabled) {
+            continue;
+        }
+        const QString status = module.status.isEmpty() ? QStringLiteral("неизвестно") : module.status;
+        const QString token = module.token.isEmpty() ? QStringLiteral("не задан") : module.token;
+        text += QStringLiteral("  [%1] состояние: %2; серые списки: %3; ключ: %4; %5 мс\n")
+                    .arg(module.section, oneLine(status), greyList(module.greyListWanted), token,
+                         QString::number(module.elapsed.count()));
+    }
+    return text;
+}
+
+QString sum(const Report& report)
+{
+    const qsizetype bad = report.count(Level::Bad) + (report.strict ? report.count(Level::Note) : 0);
+    const QString time = QStringLiteral(", за %1 мс\n").arg(report.elapsed.count());
+    return (bad == 0 ? QStringLiteral("Всё в порядке") : QStringLiteral("Не в порядке: %1").arg(bad)) + time;
+}
+
+}  // namespace
+
+QString toText(const Report& report, bool colours)
+{
+    QString text;
+    for (const Heading& heading : headings) {
+        QString lines;
+        for (const Finding& finding : report.findings) {
+            lines += finding.area == heading.area ? line(finding, colours) : QString();
+        }
+        if (heading.area == Area::Sites) {
+            lines += siteTable(report.sites);
+        } else if (heading.area == Area::Modules) {
+            lines += moduleTable(report.modules);
+        }
+        if (!lines.isEmpty()) {
+            text += QString::fromUtf16(heading.text) +
+                    (heading.area == Area::Settings && !report.settingsFile.isEmpty()
+                         ? QStringLiteral(" (%1)").arg(oneLine(report.settingsFile))
+                         : QString()) +
+                    u'\n' + lines + u'\n';
+        }
+    }
+    return text + sum(report);
+}
+
+QString toLines(const Report& report)
+{
+    QString text;
+    for (const Finding& finding : report.findings) {
+        if (finding.level == Level::Good) {
+            continue;
+        }
+        const QString advice = finding.advice.isEmpty() ? QString() : QLatin1String("; ") + finding.advice;
+        text += QStringLiteral("%1:%2: %3%4: %5%6\n")
+                    .arg(oneLine(report.settingsFile), QString::number(std::max(1, finding.line)),
+                         finding.level == Level::Note ? QStringLiteral("замечание: ") : QString(),
+                         oneLine(finding.subject), oneLine(finding.text), advice);
+    }
+    return text;
+}
+
+}  // namespace doctor

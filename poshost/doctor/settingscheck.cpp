@@ -1,0 +1,257 @@
+#include "poshost/doctor/settingscheck.h"
+
+#include <algorithm>
+#include <array>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include "poshost/doctor/address.h"
+#include "poshost/doctor/knownkeys.h"
+
+namespace doctor {
+
+namespace {
+
+QString faultOfSwitch(const KnownKey&, const QString& value)
+{
+    static const QRegularExpression words(QStringLiteral("^(true|yes|on|1|false|no|off|0)$"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return words.match(value).hasMatch() ? QString() : QStringLiteral("не true и не false");
+}
+
+QString faultOfNumber(const KnownKey& key, const QString& value)
+{
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    if (!isNumber) {
+        return QStringLiteral("не целое число");
+    }
+    if (number < key.min) {
+        return QStringLiteral("меньше %1").arg(key.min);
+    }
+    return number > key.max ? QStringLiteral("больше %1").arg(key.max) : QString();
+}
+
+QString faultOfChoice(const KnownKey& key, const QString& value)
+{
+    // The plug-in compares letter by letter, this host does not.
+    const auto letters = key.isOfHost() ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    return key.choices.contains(value, letters)
+               ? QString()
+               : QStringLiteral("не из слов: %1").arg(key.choices.join(QLatin1String(", ")));
+}
+
+QString faultOfUrl(const KnownKey&, const QString& value)
+{
+    return isAskable(QUrl(value, QUrl::StrictMode))
+               ? QString()
+               : QStringLiteral("не адрес, начинающийся с http:// или https://");
+}
+
+QString faultOfProxy(const KnownKey&, const QString& value)
+{
+    return addressOf(value).host().isEmpty() ? QStringLiteral("не адрес") : QString();
+}
+
+QString faultOfAddresses(const KnownKey&, const QString& value)
+{
+    const QStringList texts = value.split(u',');
+    const bool areAskable = std::all_of(texts.begin(), texts.end(), [](const QString& text) {
+        return text.trimmed().isEmpty() || isAskable(addressOf(text.trimmed()));
+    });
+    return areAskable ? QString() : QStringLiteral("не все адреса http или https");
+}
+
+QString faultOfFile(const KnownKey& key, const QString& value)
+{
+    const QFileInfo info(value);
+    if (key.section == QLatin1String("Log")) {
+        const bool isWritable =
+            info.exists() ? info.isFile() && info.isWritable() : QFileInfo(info.absolutePath()).isWritable();
+        return isWritable ? QString() : QStringLiteral("такой файл нельзя записать");
+    }
+    QFile file(value);
+    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
+        return QStringLiteral("нет такого файла, или его нельзя прочитать");
+    }
+    const bool isPem = key.name != QLatin1String("caFile") || file.readAll().contains("-----BEGIN ");
+    return isPem ? QString() : QStringLiteral("это не сертификаты в виде PEM");
+}
+
+struct TypeCheck
+{
+    const char* type;
+    QString (*faultOf)(const KnownKey& key, const QString& value);
+};
+/// Every text is good for the types that are not here.
+constexpr std::array typeChecks = {
+    TypeCheck{"switch", faultOfSwitch}, TypeCheck{"number", faultOfNumber},
+    TypeCheck{"choice", faultOfChoice}, TypeCheck{"url", faultOfUrl},
+    TypeCheck{"address", faultOfProxy}, TypeCheck{"addresses", faultOfAddresses},
+    TypeCheck{"file", faultOfFile},
+};
+
+/// What is wrong with a value, in Russian; empty when nothing is.
+QString faultOf(const KnownKey& key, const QString& value)
+{
+    // Nothing means the default, but for a switch that is there to be off.
+    const bool countsWhenEmpty = key.type == QLatin1String("switch") && key.fallback.isEmpty();
+    const auto* check = std::find_if(typeChecks.begin(), typeChecks.end(), [&](const TypeCheck& known) {
+        return key.type == QLatin1String(known.type);
+    });
+    return check == typeChecks.end() || (value.isEmpty() && !countsWhenEmpty) ? QString()
+                                                                              : check->faultOf(key, value);
+}
+
+/// How many letters somebody who mistyped a name of that length may have got wrong.
+int likelyDistance(const QString& name)
+{
+    return std::max(1, int(name.size()) / 3);
+}
+
+/// A key of another section must fit much better than the section's own.
+int distanceTo(const KnownKey& key, const QString& section, const QString& name)
+{
+    constexpr int elsewhere = 3;
+    return editDistance(name, key.name) + (key.isIn(section) ? 0 : elsewhere);
+}
+
+const KnownKey& nearestKey(const QString& section, const QString& name)
+{
+    return *std::min_element(knownKeys().begin(), knownKeys().end(), [&](const auto& one, const auto& other) {
+        return distanceTo(one, section, name) < distanceTo(other, section, name);
+    });
+}
+
+/// A key of the section whose name is nearest; null when none is near.
+const KnownKey* nearestSection(const QString& section)
+{
+    static const QRegularExpression number(QStringLiteral("[0-9]+$"));
+    const QString stem = QString(section).remove(number);
+    const auto nearest =
+        std::min_element(knownKeys().begin(), knownKeys().end(), [&](const auto& one, const auto& other) {
+            return editDistance(stem, one.sectionStem()) < editDistance(stem, other.sectionStem());
+        });
+    return editDistance(stem, nearest->sectionStem()) <= likelyDistance(stem) ? &*nearest : nullptr;
+}
+
+class NamesAndValues
+{
+public:
+    NamesAndValues(const Config& config, Report& report)
+        : m_config(config)
+        , m_report(report)
+        , m_findings(config, report)
+    {
+    }
+
+    void checkSection(const QString& section)
+    {
+        const qsizetype before = m_report.findings.size();
+        const QStringList keys = m_config.keys(section);
+        for (const QString& name : keys) {
+            if (const KnownKey* key = knownKey(section, name)) {
+                checkValue(*key, section);
+            } else {
+                judgeUnknownKey(section, name);
+            }
+        }
+        if (m_report.findings.size() == before) {
+            m_findings.add(Level::Good, Area::Settings, "section", section, {},
+                           keys.isEmpty() ? QStringLiteral("ключей нет, действуют значения по умолчанию")
+                                          : QStringLiteral("ключей %1, все читаются").arg(keys.size()));
+        }
+    }
+
+    void judgeUnknownSection(const QString& section)
+    {
+        const KnownKey* meant = nearestSection(section);
+        if (meant == nullptr) {
+            m_findings.add(Level::Note, Area::Settings, "foreign-section", section, {},
+                           QStringLiteral("такой секции не читают ни плагин, ни poshost"));
+            return;
+        }
+        m_findings.add(
+            Level::Bad, Area::Settings, "unknown-section", section, {},
+            QStringLiteral("такой секции никто не читает; ближайшая известная: [%1]").arg(meant->section),
+            QStringLiteral("исправьте имя (регистр букв важен) или уберите секцию"));
+    }
+
+private:
+    void checkValue(const KnownKey& key, const QString& section)
+    {
+        const QString value = m_config.getString(section + u':' + key.name);
+        const QString fault = faultOf(key, value);
+        if (fault.isEmpty()) {
+            return;
+        }
+        bool isNumber = false;
+        Q_UNUSED(value.toInt(&isNumber));
+        const QString without =
+            key.fallback.isEmpty() ? QString() : QStringLiteral(": без неё действует %1").arg(key.fallback);
+        // The till may have what this machine has not.
+        const bool isElsewhere =
+            m_report.offline && key.type == QLatin1String("file") && !QFileInfo::exists(value);
+        m_findings.add(
+            isElsewhere ? Level::Note : Level::Bad, Area::Settings, "wrong-value", section, key.name,
+            QStringLiteral("«%1»: %2; %3").arg(shownText(value), fault, isNumber ? key.outside : key.instead),
+            QStringLiteral("исправьте значение или уберите строку") + without);
+    }
+
+    void judgeUnknownKey(const QString& section, const QString& name)
+    {
+        const KnownKey& meant = nearestKey(section, name);
+        const bool isNear = distanceTo(meant, section, name) <= likelyDistance(name);
+        if (knownKey(section, QStringLiteral("markverifycrptservice")) != nullptr && !isNear) {
+            return;  // these sections are the host's own, with keys of its own
+        }
+        const QString where =
+            meant.isIn(section) ? meant.name : QStringLiteral("[%1] %2").arg(meant.section, meant.name);
+        m_findings.add(Level::Bad, Area::Settings, "unknown-key", section, name,
+                       QStringLiteral("такого ключа никто не читает; ближайший известный: %1").arg(where),
+                       QStringLiteral("исправьте имя (регистр букв важен) или уберите строку"));
+    }
+
+    const Config& m_config;
+    Report& m_report;
+    SettingsFindings m_findings;
+};
+
+}  // namespace
+
+SettingsFindings::SettingsFindings(const Config& config, Report& report)
+    : m_config(config)
+    , m_report(report)
+{
+}
+
+void SettingsFindings::add(Level level, Area area, const char* id, const QString& section, const QString& key,
+                           const QString& text, const QString& advice)
+{
+    const QString subject = u'[' + section + u']' + (key.isEmpty() ? QString() : u' ' + key);
+    const QList<int> lines = m_config.lines(section, key) + m_config.lines(section);
+    m_report.add(level, area, id, subject, text, advice, lines.value(0));
+}
+
+void checkNamesAndValues(const Config& config, Report& report)
+{
+    NamesAndValues check(config, report);
+    const QString service = QStringLiteral("markverifycrptservice");
+    for (const QString& section : config.sections()) {
+        const bool isKnown = std::any_of(knownKeys().begin(), knownKeys().end(),
+                                         [&](const KnownKey& key) { return key.isIn(section); });
+        if (!isKnown) {
+            check.judgeUnknownSection(section);
+            continue;
+        }
+        check.checkSection(section);
+        if (const KnownKey* key = knownKey(section, service)) {
+            report.markingSections.append(
+                {section, config.getString(section + u':' + service, key->fallback)});
+        }
+    }
+}
+
+}  // namespace doctor

@@ -1,0 +1,78 @@
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include "poshost/doctor/modulecheck.h"
+#include "poshost/doctor/settingscheck.h"
+
+namespace doctor {
+
+namespace {
+
+void checkFile(const Config& config, Report& report)
+{
+    SettingsFindings findings(config, report);
+    const QString file = report.settingsFile;
+    const QFile::Permissions permissions = QFileInfo(file).permissions();
+    const QString advice = QStringLiteral("chmod 600 %1").arg(file);
+    if (permissions.testFlag(QFile::WriteOther)) {
+        report.add(Level::Bad, Area::Settings, "file-writable", file,
+                   QStringLiteral("файл могут изменить другие пользователи"), advice);
+    } else if (permissions.testFlag(QFile::ReadOther)) {
+        report.add(Level::Note, Area::Settings, "file-readable", file,
+                   QStringLiteral("файл с ключами могут прочитать другие пользователи"), advice);
+    }
+    const auto judge = [&](const QString& section, const QString& key, Level level, const QString& outcome) {
+        QStringList numbers;
+        for (const int line : config.lines(section, key)) {
+            numbers.append(QString::number(line));
+        }
+        if (numbers.size() > 1) {
+            findings.add(level, Area::Settings, "repeated", section, key,
+                         QStringLiteral("строки %1: %2").arg(numbers.join(QLatin1String(", ")), outcome),
+                         QStringLiteral("оставьте одну"));
+        }
+    };
+    for (const QString& section : config.sections()) {
+        judge(section, {}, Level::Note, QStringLiteral("секция записана по частям"));
+        for (const QString& key : config.keys(section)) {
+            judge(section, key, Level::Bad, QStringLiteral("действует последняя"));
+        }
+    }
+}
+
+}  // namespace
+
+bool readSettings(const QString& file, Config& config, Report& report)
+{
+    report.settingsFile = file;
+    const QFileInfo info(file);
+    report.isFileMissing = !info.isFile() || !info.isReadable();
+    if (report.isFileMissing) {
+        report.add(Level::Bad, Area::Settings, "missing-file", file,
+                   QStringLiteral("нет такого файла, или его нельзя прочитать"),
+                   QStringLiteral("назовите другой файл"));
+        return false;
+    }
+    QString error;
+    if (config.load(file, &error)) {
+        return true;
+    }
+    static const QRegularExpression place(QStringLiteral("^:([0-9]+): "));
+    const auto found = place.match(error.mid(file.size()));
+    report.add(
+        Level::Bad, Area::Settings, "broken-file", file, error.mid(file.size() + found.capturedLength()),
+        QStringLiteral("исправьте эту строку; остальное проверяется после этого"), found.captured(1).toInt());
+    return false;
+}
+
+void checkSettings(const Config& config, Report& report)
+{
+    checkNamesAndValues(config, report);
+    describeModules(config, report);
+    checkRules(config, report);
+    if (!report.settingsFile.isEmpty()) {
+        checkFile(config, report);
+    }
+}
+
+}  // namespace doctor

@@ -1,0 +1,55 @@
+#include "poshost/reports/judgement.h"
+
+#include "poshost/reports/statustext.h"
+#include "poshost/reports/table.h"
+#include "poshost/till/output.h"
+
+namespace poshost {
+
+namespace {
+
+using Result = CheckMarkingCodesResult;
+
+QStringList refusalReasons(const Result::CodeStatus& failed, Deal deal)
+{
+    QStringList reasons = cashierWords(failed, deal);
+    if (!failed.message.isEmpty()) {
+        reasons.append(QStringLiteral("сообщение оператора: %1").arg(oneLine(failed.message)));
+    }
+    return reasons.isEmpty() ? QStringList(QStringLiteral("причина не названа")) : reasons;
+}
+
+QString missingReason(const Result& result)
+{
+    const QString why = whyNoVerdict(result.errorKind(), result.status());
+    const QString words = why.isEmpty() ? oneLine(result.errorText().ru()) : why;
+    return words.isEmpty() ? QStringLiteral("вердикта нет") : QStringLiteral("вердикта нет: %1").arg(words);
+}
+
+}  // namespace
+
+Judgement judge(const Verification& verification)
+{
+    const Result& result = verification.result;
+    const MarkingCode code = verification.codes.value(0);
+    Judgement judgement;
+    judgement.verdict = verification.verdicts().value(0, Verdict::Missing);
+    if (verification.forgiven.contains(code)) {
+        judgement.remarks.append(forgivenWords());
+    }
+    if (judgement.verdict == Verdict::Failed) {
+        judgement.reasons = refusalReasons(result.failedCodes.value(code), verification.deal);
+    } else if (judgement.verdict == Verdict::Missing) {
+        judgement.reasons.append(missingReason(result));
+    } else if (judgement.verdict == Verdict::Unverified) {
+        judgement.remarks.append(whyNoVerdict(result.errorKind(), result.status()));
+    } else if (verification.source() == Source::Offline) {
+        judgement.remarks.append(QStringLiteral("проверено локальным модулем"));
+    }
+    if (const QString data = sideData(result, code); !data.isEmpty()) {
+        judgement.remarks.append(data);
+    }
+    return judgement;
+}
+
+}  // namespace poshost

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QJsonValue>
+#include <QString>
+#include <QStringList>
+
+#include "poshost/till/verification.h"
+#include "result/requeststatus.h"
+
+namespace poshost {
+
+/// Names of the flags that are set, as the result's enumeration has them, in the order of their values.
+[[nodiscard]] QStringList statusNames(CheckMarkingCodesResult::Status status);
+
+/// Why a code was refused in a deal, for people who know the system, in Russian. That the operator did not
+/// take the key is said in place of what follows from it.
+[[nodiscard]] QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal);
+
+/// The same as a cashier understands it: what is the matter, and what to do where something can be done.
+[[nodiscard]] QStringList cashierWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal);
+
+/// What a reply of the operator means, as programs read it: "ok", "server-error", ...
+[[nodiscard]] QString className(RequestStatus status);
+/// As people read it, in Russian.
+[[nodiscard]] QString classWords(RequestStatus status);
+
+/// What is said of a code that a refund forgives, in Russian.
+[[nodiscard]] QString forgivenWords();
+
+/// Head of every report of what a test stand has said, in Russian, with its line feed.
+[[nodiscard]] QString standHead();
+
+/// "online", "offline" or null.
+[[nodiscard]] QJsonValue sourceName(Source source);
+
+/// Why there is no verdict of the operator, in Russian: by the error kind, or because it did not take the
+/// key (by the status of its reply). Empty when there is one.
+[[nodiscard]] QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus);
+
+}  // namespace poshost

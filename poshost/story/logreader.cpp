@@ -1,0 +1,131 @@
+#include "poshost/story/logreader.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
+#include "poshost/till/signals.h"
+
+namespace poshost {
+
+namespace {
+
+using LogFiles = std::vector<std::unique_ptr<LogFile>>;
+
+/// The oldest first, so that a check may begin in one and end in the next.
+LogFiles openFiles(const QStringList& names)
+{
+    LogFiles files;
+    for (const QString& name : names) {
+        files.push_back(std::make_unique<LogFile>(name));
+    }
+    std::stable_sort(files.begin(), files.end(),
+                     [](const auto& one, const auto& other) { return one->time() < other->time(); });
+    return files;
+}
+
+void tellUnread(const LogFiles& files)
+{
+    qint64 lines = 0;
+    qint64 unread = 0;
+    for (const auto& file : files) {
+        lines += file->lines();
+        unread += file->unread();
+        if (file->unread() > 0) {
+            printNote(QStringLiteral("story: %1: %2 of %3 lines could not be read, the first is line %4")
+                          .arg(file->name(), QString::number(file->unread()), QString::number(file->lines()),
+                               QString::number(file->firstUnread())));
+        }
+    }
+    if (lines > 0 && unread == lines) {
+        refuse(QStringLiteral("story: no line begins with date and time and has the thread in brackets; set "
+                              "[Log] pattern accordingly"));
+    }
+}
+
+}  // namespace
+
+bool StoryFilter::fits(const CheckStory& story) const
+{
+    return (!since.isValid() || story.begin >= since) && (!until.isValid() || story.begin < until) &&
+           (!onlyTrouble || story.isTrouble()) &&
+           std::any_of(story.codes.begin(), story.codes.end(),
+                       [this](const QString& each) { return each.contains(code); });
+}
+
+LogReader::LogReader(StoryFilter filter)
+    : m_filter(std::move(filter))
+{
+}
+
+void LogReader::add(const LogLine& line)
+{
+    if (codesOfBegin(line.text)) {
+        close(line.thread);
+        m_open.insert(line.thread, {line.at, {}});
+    }
+    const bool ends = isEnd(line.text);
+    const auto check = m_open.find(line.thread);
+    if (check == m_open.end()) {
+        m_withoutBegin += ends ? 1 : 0;
+        return;
+    }
+    if (!line.text.isEmpty()) {
+        check->builder.add(std::chrono::milliseconds(check->begin.msecsTo(line.at)), line.text);
+    }
+    if (ends) {
+        close(line.thread);
+    }
+}
+
+QList<CheckStory> LogReader::takeChecks()
+{
+    for (const QString& thread : m_open.keys()) {
+        close(thread);
+    }
+    std::stable_sort(m_checks.begin(), m_checks.end(),
+                     [](const CheckStory& one, const CheckStory& other) { return one.begin < other.begin; });
+    return std::move(m_checks);
+}
+
+void LogReader::close(const QString& thread)
+{
+    const auto check = m_open.find(thread);
+    if (check == m_open.end()) {
+        return;
+    }
+    CheckStory story = check->builder.story();
+    story.begin = check->begin;
+    story.thread = thread;
+    m_open.erase(check);
+    ++m_seen;
+    if (m_filter.fits(story)) {
+        m_checks.append(std::move(story));
+    }
+}
+
+QList<CheckStory> readLogs(const QStringList& names, const StoryFilter& filter)
+{
+    const LogFiles files = openFiles(names);
+    LogReader reader(filter);
+    for (const auto& file : files) {
+        while (const auto line = file->next()) {
+            Signals::throwIfReceived();
+            reader.add(*line);
+        }
+    }
+    tellUnread(files);
+    QList<CheckStory> checks = reader.takeChecks();
+    if (reader.withoutBegin() > 0) {
+        printNote(QStringLiteral("story: checks left out because their begin is not in these logs: %1")
+                      .arg(reader.withoutBegin()));
+    }
+    if (reader.seen() == 0) {
+        printNote(QStringLiteral("story: no check in these logs; [Log] level must be info or debug"));
+    }
+    return checks;
+}
+
+}  // namespace poshost

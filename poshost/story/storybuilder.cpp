@@ -1,0 +1,219 @@
+#include "poshost/story/storybuilder.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <QRegularExpression>
+
+#include "crpt/messages.h"
+#include "lmchz/messages.h"
+#include "plugin/messages.h"
+#include "poshost/reports/statustext.h"
+#include "poshost/till/output.h"
+#include <network/messages.h>
+
+namespace poshost {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+
+constexpr const char* switching = "switch";
+constexpr int httpError = 400;
+
+struct NoteRule
+{
+    QString line;
+    TraceNote note;
+};
+
+/// The lines of the log that tell what was done.
+const QList<NoteRule>& noteRules()
+{
+    using namespace crpt::messages;
+    static const QList<NoteRule> rules = {
+        {quarantined, {"quarantine", "площадка снята на 15 минут"}},
+        {nextSite, {switching, "переход к следующей площадке"}},
+        {searchBegins, {"search", "доступных площадок нет, список запрашивается"}},
+        {updateRunning, {"wait", "список уже обновляет другой поток, проверка ждёт"}},
+        {siteUnhealthy, {"left-out", "в список не взята"}},
+        {siteChosen, {"list-updated", "список площадок обновлён"}},
+        {updateFailed, {"list-failed", "обновить список не удалось"}},
+        {updateBroken, {"list-failed", "обновление списка прервано"}},
+        {updateCutShort, {"list-failed", "обновление списка прервано"}},
+        {noKeys, {"no-keys", "ключей нет, список запросить нечем"}},
+        {noSites, {"no-sites", "площадок нет и после обновления списка"}},
+        {crossBorderRetry, {"retry", "повтор на той же площадке"}},
+        {crossBorderPermitted, {"no-verdict", "оператор вердикта не даёт, продажу не запрещает"}},
+        {emergency, {"no-verdict", "оператор вердикта не даёт, продажу не запрещает"}},
+        {budgetSpent, {"out-of-time", "время всей проверки вышло, вердикта оператора нет"}},
+        {noToken, {"no-token", "токена нет, товар не добавляется"}},
+        {tokenRefused, {"token-notice", "сообщение кассиру: ключ не принят"}},
+        {protocolError, {"taken-as-it-is", "ответ взят как есть"}},
+        {plugin::messages::moduleNotReady, {"module-not-ready", "остаётся итог онлайн-проверки"}},
+        {lmchz::messages::tokenUnknown, {"module-unknown", "для этого ключа локального модуля нет"}},
+        {plugin::messages::offlineBroken, {"broken", "проверка прервана"}},
+        {plugin::messages::offlineCheck, {"offline", "вердикт спрашивается у локального модуля"}},
+        {lmchz::messages::checkUnavailable, {"module-unavailable", "остаётся итог онлайн-проверки"}},
+        {plugin::messages::moduleBusy,
+         {"module-busy", "локальный модуль занят, остаётся итог онлайн-проверки"}},
+        {plugin::messages::checkBroken, {"broken", "проверка прервана"}},
+    };
+    return rules;
+}
+
+/// Whether `line` begins as `message` does before the first value.
+bool says(const QString& line, const QString& message)
+{
+    return line.startsWith(message.section(u'%', 0, 0));
+}
+
+/// Finds the values in a line that was made of `message`.
+QRegularExpression valuesOf(const QString& message, const QString& rest = {})
+{
+    static const QRegularExpression place(QStringLiteral(R"(\\%\d)"));
+    QString pattern = QRegularExpression::escape(message);
+    return QRegularExpression(u'^' + pattern.replace(place, QStringLiteral("(.*?)")) + rest + u'$');
+}
+
+void addNote(QList<TraceNote>& notes, const QString& line)
+{
+    const QList<NoteRule>& rules = noteRules();
+    const auto rule =
+        std::find_if(rules.begin(), rules.end(), [&](const NoteRule& each) { return says(line, each.line); });
+    if (rule != rules.end() && (notes.isEmpty() || std::strcmp(notes.last().name, rule->note.name) != 0)) {
+        notes.append(rule->note);
+    }
+}
+
+/// The reply that a line tells of, with the body that a good one has.
+http::Response replyOf(const QString& address, int status, const QString& error)
+{
+    http::Response reply;
+    reply.setUrl(QUrl(address));
+    reply.setStatus(status);
+    reply.setErrorText(tr::Tr({}, error));
+    if (status == 0 || (!error.isEmpty() && status < httpError)) {
+        reply.setTimeout(error.endsWith(QStringView(http::messages::timeout)));
+        reply.setNetworkError(!reply.isTimeout());
+    } else if (error.isEmpty()) {
+        reply.setBody(R"({"code":0,"description":"ok"})");
+    }
+    return reply;
+}
+
+/// The log announces a switch before anybody knows whether there is another site.
+void dropVainSwitches(QList<Step>& steps)
+{
+    for (qsizetype i = 0; i < steps.size(); ++i) {
+        const bool followed = i + 1 < steps.size() && steps[i + 1].purpose == Purpose::Check;
+        if (!followed) {
+            steps[i].done.removeIf(
+                [](const TraceNote& note) { return std::strcmp(note.name, switching) == 0; });
+        }
+    }
+}
+
+}  // namespace
+
+std::optional<QStringList> codesOfBegin(const QString& line)
+{
+    static const QRegularExpression pattern = valuesOf(crpt::messages::checkBegins);
+    const auto match =
+        says(line, crpt::messages::checkBegins) ? pattern.match(line) : QRegularExpressionMatch();
+    return match.hasMatch() ? std::optional(match.captured(1).split(QStringLiteral(", "))) : std::nullopt;
+}
+
+bool isEnd(const QString& line)
+{
+    return says(line, plugin::messages::checkEnded);
+}
+
+void StoryBuilder::add(nanoseconds at, const QString& line)
+{
+    if (const auto codes = codesOfBegin(line)) {
+        m_story.codes = *codes;
+    } else if (!addExchange(at, line) && !addEnd(line)) {
+        correctClass(line);
+        addNote(m_story.steps.isEmpty() ? m_story.before : m_story.steps.last().done, line);
+    }
+    m_story.total = at;
+}
+
+void StoryBuilder::add(nanoseconds at, const http::ExchangeRecord& exchange)
+{
+    Step step = stepOf(exchange.response, exchange.post);
+    step.at = at;
+    step.duration = exchange.duration;
+    if (m_isLastFromLine) {
+        m_story.steps.removeLast();
+    }
+    m_story.steps.append(std::move(step));
+    m_isLastFromLine = false;
+}
+
+CheckStory StoryBuilder::story() const
+{
+    CheckStory story = m_story;
+    dropVainSwitches(story.steps);
+    return story;
+}
+
+bool StoryBuilder::addExchange(nanoseconds at, const QString& line)
+{
+    static const QRegularExpression pattern =
+        valuesOf(http::messages::exchange, QStringLiteral(R"((?:\. (.*?)(?: \(.*)?)?)"));
+    const auto match = pattern.match(line);
+    const bool post = match.captured(1) == QLatin1String("POST");
+    if (!post && match.captured(1) != QLatin1String("GET")) {
+        return false;
+    }
+    Step step = stepOf(replyOf(match.captured(2), match.captured(3).toInt(), match.captured(5)), post);
+    step.duration = milliseconds(match.captured(4).toLongLong());
+    step.at = std::max(at - step.duration, nanoseconds{0});
+    m_story.steps.append(std::move(step));
+    m_isLastFromLine = true;
+    return true;
+}
+
+bool StoryBuilder::addEnd(const QString& line)
+{
+    static const QRegularExpression pattern = valuesOf(plugin::messages::checkEnded);
+    static const QRegularExpression ofSite = valuesOf(plugin::messages::replyOfSite);
+    const auto match = pattern.match(line);
+    if (!match.hasMatch()) {
+        return false;
+    }
+    const auto reply = ofSite.match(match.captured(4));
+    m_story.end = {
+        .passed = match.captured(1).toInt(),
+        .failed = match.captured(2).toInt(),
+        .errorKind = http::ErrorKind(match.captured(3).toInt()),
+        .byModule = match.captured(4) == plugin::messages::replyOfModule,
+        .httpStatus = reply.captured(1).toInt(),
+        .address = reply.hasMatch() ? plainAddress(QUrl(reply.captured(2))) : QString(),
+    };
+    return true;
+}
+
+/// By what a line tells of the reply before it.
+void StoryBuilder::correctClass(const QString& line)
+{
+    static const QRegularExpression state = valuesOf(lmchz::messages::status.trimmed());
+    if (!m_isLastFromLine) {
+        return;
+    }
+    Step& step = m_story.steps.last();
+    if (says(line, crpt::messages::crossBorderRetry) || says(line, crpt::messages::crossBorderPermitted)) {
+        step.className = className(RequestStatus::CrossBorderUnavailable);
+        step.classWords = classWords(RequestStatus::CrossBorderUnavailable);
+    } else if (says(line, crpt::messages::siteUnhealthy) && step.className == QLatin1String("healthy")) {
+        setClass(step, "unhealthy", QStringLiteral("площадка неисправна"));
+    } else if (const auto match = state.match(line.trimmed());
+               match.hasMatch() && step.className.endsWith(QLatin1String("ready"))) {
+        setModuleState(step, match.captured(1));
+    }
+}
+
+}  // namespace poshost

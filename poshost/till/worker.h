@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <exception>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <type_traits>
+
+#include <QEventLoop>
+
+#include "poshost/till/fatalerror.h"
+#include <log4qt/logmanager.h>
+
+namespace poshost {
+
+/// Runs `work` to its end in a thread of its own, and the event loop of the calling thread meanwhile. Returns
+/// what `work` returns and throws what it throws. Throws FatalError when the thread cannot be started; `work`
+/// has not begun then.
+template <class Work>
+std::invoke_result_t<Work> inWorker(Work work)
+{
+    using Result = std::invoke_result_t<Work>;
+    constexpr bool hasResult = !std::is_void_v<Result>;
+    std::optional<std::conditional_t<hasResult, Result, bool>> result;
+    std::exception_ptr failure;
+    QEventLoop loop;
+    const auto run = [&] {
+        const QEventLoop ownLoop;  // with it the thread has what timers need
+        try {
+            if constexpr (hasResult) {
+                result = work();
+            } else {
+                work();
+            }
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        // What was logged is to stand before what is printed of it, unless nobody reads the log.
+        (void)Log4Qt::LogManager::flush(std::chrono::milliseconds(200));
+        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+    };
+    // Not a QThread: that one may still be at its end after wait(), and what libraries keep for it would
+    // leak.
+    std::thread thread;
+    try {
+        thread = std::thread(run);
+    } catch (const std::system_error&) {
+        refuseThread(QStringLiteral("the work"));
+    }
+    loop.exec();
+    thread.join();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    if constexpr (hasResult) {
+        return std::move(*result);
+    }
+}
+
+}  // namespace poshost

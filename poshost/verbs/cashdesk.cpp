@@ -1,0 +1,345 @@
+#include "poshost/verbs/cashdesk.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <unistd.h>
+
+#include <QSocketNotifier>
+
+#include "poshost/reports/judgement.h"
+#include "poshost/reports/statustext.h"
+#include "poshost/till/codes.h"
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
+#include "poshost/till/progress.h"
+#include "poshost/till/signals.h"
+
+namespace poshost {
+
+namespace {
+
+constexpr char endOfInput = '\x04';  // Ctrl-D
+constexpr char eraseLine = '\x15';   // Ctrl-U
+constexpr char backspace = '\x08';
+constexpr char erase = '\x7f';
+
+bool isEditing(char byte)
+{
+    return byte == endOfInput || byte == eraseLine || byte == backspace || byte == erase;
+}
+
+bool hasCyrillic(const QString& text)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar character) { return character.script() == QChar::Script_Cyrillic; });
+}
+
+/// What a byte looks like when it is typed.
+QByteArray echoOf(char byte)
+{
+    if (byte == '\x1d') {
+        return "<GS>";
+    }
+    const bool isControl = (byte >= 0 && byte < ' ') || byte == erase;
+    return isControl ? QByteArray() : QByteArray(1, byte);
+}
+
+QString faultWords(CodeFault fault, const QString& text)
+{
+    switch (fault) {
+    case CodeFault::Characters:
+        return hasCyrillic(text)
+                   ? QStringLiteral("в коде русские буквы: переключите раскладку клавиатуры на латинскую")
+                   : QStringLiteral("в коде посторонние знаки: отсканируйте ещё раз");
+    case CodeFault::TooLong:
+        return QStringLiteral("код слишком длинный: отсканируйте ещё раз");
+    case CodeFault::Empty:
+    case CodeFault::None:
+        break;
+    }
+    return QStringLiteral("код пуст: отсканируйте ещё раз");
+}
+
+struct Titles
+{
+    const char* accepted;
+    const char* unverified;
+    const char* refused;
+    const char* repeated;
+};
+
+/// By Deal.
+constexpr std::array<Titles, 2> titles = {{
+    {"ПРОШЁЛ: можно продавать", "БЕЗ ПРОВЕРКИ: продажа разрешена", "ОТКАЗ: не продавать",
+     "УЖЕ В ЧЕКЕ: второй раз не добавлен"},
+    {"ПРОШЁЛ: можно принять возврат", "БЕЗ ПРОВЕРКИ: возврат разрешён", "ОТКАЗ: возврат не принимать",
+     "УЖЕ В ВОЗВРАТЕ: второй раз не добавлен"},
+}};
+
+std::pair<Mark, const char*> appearance(Verdict verdict, const Titles& title)
+{
+    switch (verdict) {
+    case Verdict::Passed:
+        return {Mark::Good, title.accepted};
+    case Verdict::Unverified:
+        return {Mark::Attention, title.unverified};
+    case Verdict::Failed:
+    case Verdict::Missing:
+        break;
+    }
+    return {Mark::Bad, title.refused};
+}
+
+}  // namespace
+
+CashDesk::CashDesk(const Till& till, Deal deal, Colours colours)
+    : m_till(till)
+    , m_deal(deal)
+    , m_colours(colours)
+    , m_echoes(m_terminal.isRaw() && isTerminal(STDOUT_FILENO))
+{
+}
+
+int CashDesk::run()
+{
+    printOut((m_till.hasStand() ? standHead() : QString()) +
+             (m_terminal.isRaw() ? commandHelp() : QString()));
+    (void)showNotices();
+    prompt();
+    try {
+        work();
+    } catch (const FatalError&) {
+        if (Signals::received() != 0) {
+            showEnd();
+        }
+        throw;
+    }
+    showEnd();
+    return exitStatus();
+}
+
+void CashDesk::work()
+{
+    while (!m_isOver) {
+        waitForInput();
+        m_isOver = !readOn() || m_isOver;
+    }
+}
+
+/// Shows what comes meanwhile.
+void CashDesk::waitForInput()
+{
+    SignalLoop loop;
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    bool isReady = false;
+    bool isSuspended = false;
+    QObject::connect(&input, &QSocketNotifier::activated, &loop, [&] {
+        isReady = true;
+        input.setEnabled(false);
+        loop.quit();
+    });
+    QObject::connect(&Signals::instance(), &Signals::suspensionRequested, &loop, [&] {
+        isSuspended = true;
+        loop.quit();
+    });
+    QObject::connect(&m_till.notifications(), &Notifications::arrived, &loop, &QEventLoop::quit);
+    while (!isReady) {
+        const bool hasNews = showNotices();
+        if (std::exchange(isSuspended, false)) {
+            m_terminal.suspend();
+            prompt();
+        } else if (hasNews) {
+            prompt();
+        }
+        loop.run();
+        Signals::throwIfReceived();
+    }
+}
+
+/// False at the end of the input.
+bool CashDesk::readOn()
+{
+    std::array<char, 4096> bytes{};
+    const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR && errno != EAGAIN && errno != EIO) {  // EIO: the terminal has gone
+        refuse(QStringLiteral("standard input: cannot read the codes: %1").arg(systemError(errno)));
+    }
+    if (count == 0 || (count < 0 && errno == EIO)) {
+        if (!m_lines.pending().isEmpty()) {
+            takeLine(m_lines.takePending());
+        }
+        return false;
+    }
+    for (ssize_t i = 0; i < count && !m_isOver; ++i) {
+        takeByte(bytes.at(size_t(i)));
+    }
+    return true;
+}
+
+void CashDesk::takeByte(char byte)
+{
+    if (m_terminal.isRaw() && isEditing(byte)) {
+        edit(byte);
+        return;
+    }
+    if (const auto line = m_lines.add(byte)) {
+        printOut(m_echoes ? QStringLiteral("\n") : QString());
+        takeLine(*line);
+        prompt();
+    } else if (m_echoes) {
+        printOut(echoOf(byte));
+    }
+}
+
+void CashDesk::edit(char byte)
+{
+    m_isOver = byte == endOfInput && m_lines.pending().isEmpty();
+    if (byte == endOfInput) {
+        return;
+    }
+    do {
+        const QByteArray erased = m_lines.eraseLast();
+        const qsizetype cells =
+            erased.size() == 1 ? echoOf(erased.front()).size() : qsizetype(!erased.isEmpty());
+        printOut(m_echoes ? QByteArray("\b \b").repeated(cells) : QByteArray());
+    } while (byte == eraseLine && !m_lines.pending().isEmpty());
+}
+
+void CashDesk::takeLine(const ScanLine& line)
+{
+    const QByteArray bytes = withoutByteOrderMark(line.text);
+    const QString text = QString::fromUtf8(bytes);
+    if (line.tooLong) {
+        complain(QStringLiteral("слишком длинная строка: отсканируйте ещё раз"));
+    } else if (text.trimmed().isEmpty()) {
+        printOut(QStringLiteral("Пустая строка: отсканируйте код или наберите «помощь»\n"));
+    } else if (text.toUtf8() != bytes) {
+        complain(QStringLiteral("строка не в UTF-8: проверьте настройку сканера"));
+    } else if (const auto command = commandOf(text)) {
+        execute(*command);
+    } else if (const ParsedCode parsed = parseCode(bytes); parsed.fault != CodeFault::None) {
+        complain(faultWords(parsed.fault, text));
+    } else {
+        takeCode(parsed.code);
+    }
+}
+
+void CashDesk::execute(CashierCommand command)
+{
+    switch (command) {
+    case CashierCommand::Quit:
+        m_isOver = true;
+        break;
+    case CashierCommand::Refund:
+        m_deal = m_deal == Deal::Sale ? Deal::Refund : Deal::Sale;
+        printOut(m_deal == Deal::Sale ? QStringLiteral("Режим: продажа\n")
+                                      : QStringLiteral("Режим: возврат\n"));
+        break;
+    case CashierCommand::Basket:
+        printOut(basketList(basket(), m_deal));
+        break;
+    case CashierCommand::Help:
+        printOut(commandHelp());
+        break;
+    }
+}
+
+void CashDesk::takeCode(const MarkingCode& code)
+{
+    if (basket().holds(code)) {
+        show(Mark::Attention, QString::fromUtf8(titles.at(size_t(m_deal)).repeated),
+             {code.toReadable(), basketSum(basket(), m_deal)});
+        return;
+    }
+    check(code);
+    (void)showNotices();
+}
+
+void CashDesk::check(const MarkingCode& code)
+{
+    const Progress progress(false);
+    const Verification verification = m_till.verify({code}, m_deal);
+    if (!verification.isServed()) {
+        throw FatalError(exitstatus::NotServed, m_till.notServedNote());
+    }
+    const Judgement judgement = judge(verification);
+    if (judgement.verdict == Verdict::Passed || judgement.verdict == Verdict::Unverified) {
+        basket().accept(code, judgement.remarks.join(QLatin1String(", ")),
+                        judgement.verdict == Verdict::Unverified);
+    } else {
+        basket().refuse(code);
+    }
+    const auto& [mark, title] = appearance(judgement.verdict, titles.at(size_t(m_deal)));
+    show(mark, QString::fromUtf8(title),
+         QStringList(code.toReadable()) + judgement.reasons + judgement.remarks +
+             QStringList(basketSum(basket(), m_deal)));
+}
+
+/// In the width that the terminal has now.
+void CashDesk::show(Mark mark, const QString& title, const QStringList& lines) const
+{
+    printOut(banner(mark, title, lines, styleOf(STDOUT_FILENO, m_colours)));
+}
+
+void CashDesk::complain(const QString& what)
+{
+    ++m_unreadable;
+    show(Mark::Attention, QStringLiteral("НЕ ПРОЧИТАНО"), {what});
+}
+
+/// True when there was something to show.
+bool CashDesk::showNotices()
+{
+    const QList<Notification> fresh = m_till.notifications().all().sliced(m_noticesSeen);
+    m_noticesSeen += fresh.size();
+    bool hasShown = false;
+    for (const Notification& notice : fresh) {
+        const QString earlier = m_notices.take(notice.id);
+        hasShown |= !notice.text.isEmpty() || !earlier.isEmpty();
+        if (!notice.text.isEmpty()) {
+            m_notices.insert(notice.id, notice.text);
+            show(Mark::Attention, QStringLiteral("СООБЩЕНИЕ КАССИРУ"), {oneLine(notice.text)});
+        } else if (!earlier.isEmpty()) {
+            printOut(QStringLiteral("\nСообщение снято: %1\n").arg(oneLine(earlier)));
+        }
+    }
+    return hasShown;
+}
+
+void CashDesk::showEnd() const
+{
+    QString text = u'\n' + basketList(m_baskets.front(), Deal::Sale);
+    if (!m_baskets.back().items().isEmpty()) {
+        text += basketList(m_baskets.back(), Deal::Refund);
+    }
+    if (const auto refused = m_baskets.front().refused() + m_baskets.back().refused(); refused > 0) {
+        text += QStringLiteral("Отказано: %1\n").arg(refused);
+    }
+    if (m_unreadable > 0) {
+        text += QStringLiteral("Не прочитано строк: %1\n").arg(m_unreadable);
+    }
+    printOut(text);
+}
+
+void CashDesk::prompt() const
+{
+    if (m_echoes && !m_isOver) {
+        printOut(m_deal == Deal::Sale ? QStringLiteral("\nПродажа> ") : QStringLiteral("\nВозврат> "));
+        for (const char byte : m_lines.pending()) {
+            printOut(echoOf(byte));
+        }
+    }
+}
+
+int CashDesk::exitStatus() const
+{
+    const Basket& sold = m_baskets.front();
+    const Basket& returned = m_baskets.back();
+    if (sold.refused() + returned.refused() > 0 || m_unreadable > 0) {
+        return exitstatus::Bad;
+    }
+    return sold.hasUnverified() || returned.hasUnverified() ? exitstatus::Unverified : exitstatus::Good;
+}
+
+}  // namespace poshost

@@ -1,0 +1,63 @@
+#include <memory>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "poshost/reports/statustext.h"
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
+#include "poshost/till/signals.h"
+#include "poshost/till/till.h"
+#include "poshost/verbs/verbs.h"
+
+namespace poshost {
+
+namespace {
+
+constexpr int maxEvent = 65535;
+constexpr std::chrono::hours idleLimit{1};
+
+void printNotification(const Notification& notification)
+{
+    const QString id = oneLine(notification.id);
+    printOut(notification.text.isEmpty() && notification.textId.isEmpty()
+                 ? QStringLiteral("  сообщение %1 снято\n").arg(id)
+                 : QStringLiteral("  сообщение %1 (%2): %3\n")
+                       .arg(id, oneLine(notification.textId), oneLine(notification.text)));
+}
+
+int runEvents(const Options& options, const std::vector<int>& events)
+{
+    Till till(options, {}, Log4Qt::Level::Debug);
+    if (!till.start()) {
+        return exitstatus::NotServed;
+    }
+    printOut(till.hasStand() ? standHead() : QString());
+    qsizetype printed = 0;
+    for (const int code : events) {
+        printOut(QStringLiteral("событие %1\n").arg(code));
+        PluginSession::sendEvent(code);
+        till.session().waitUntilIdle(idleLimit);
+        Signals::throwIfReceived();
+        for (const Notification& notification : till.notifications().all().sliced(printed)) {
+            printNotification(notification);
+            ++printed;
+        }
+    }
+    return exitstatus::Good;
+}
+
+}  // namespace
+
+void addEvent(CommandLine& line)
+{
+    const auto events = std::make_shared<std::vector<int>>();
+    CLI::App* verb = line.addVerb("event", "Send host events and show what the plug-in does",
+                                  [events](const Options& options) { return runEvents(options, *events); });
+    verb->add_option("CODE", *events, "Event numbers: 96, 172, 10, ...")
+        ->type_name("")
+        ->required()
+        ->check(CLI::Range(0, maxEvent));
+}
+
+}  // namespace poshost

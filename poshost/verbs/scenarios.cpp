@@ -1,0 +1,38 @@
+#include <CLI/App.hpp>
+
+#include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
+#include "poshost/till/scenario.h"
+#include "poshost/verbs/verbs.h"
+
+namespace poshost {
+
+namespace {
+
+int listScenarios()
+{
+    for (const ShippedScenario& scenario : shippedScenarios()) {
+        printOut(QStringLiteral("%1  %2\n").arg(scenario.name.leftJustified(16), scenario.shows));
+    }
+    return exitstatus::Good;
+}
+
+}  // namespace
+
+void addScenarios(CommandLine& line)
+{
+    line.addVerb("scenarios", "List the stand's scenarios", [](const Options&) { return listScenarios(); });
+}
+
+void addVerbs(CommandLine& line)
+{
+    addVerify(line);
+    addCashier(line);
+    addPing(line);
+    addEvent(line);
+    addDoctor(line);
+    addStory(line);
+    addScenarios(line);
+}
+
+}  // namespace poshost

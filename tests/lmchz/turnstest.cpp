@@ -1,0 +1,199 @@
+#include <array>
+#include <functional>
+#include <semaphore>
+#include <vector>
+
+#include <QJsonArray>
+
+#include "tests/lmchz/localmodule.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// An answer that holds its request up until it is told to go on.
+class StoppedAnswer
+{
+public:
+    [[nodiscard]] ScriptedClient::Answer of(const http::Response& response)
+    {
+        return [this, response](const SentRequest&) {
+            m_arrived.release();
+            m_goOn.acquire();
+            return response;
+        };
+    }
+    void waitForRequest() { ASSERT_TRUE(m_arrived.try_acquire_for(5s)); }
+    void goOn() { m_goOn.release(); }
+
+private:
+    std::binary_semaphore m_arrived{0};
+    std::binary_semaphore m_goOn{0};
+};
+
+template <class Work>
+std::future<void> inAnotherThread(Work work)
+{
+    return std::async(std::launch::async, [work] { (void)work(); });
+}
+
+class LocalModuleTurns : public LocalModule
+{
+protected:
+    LocalModuleTurns()
+    {
+        settings.set("LMCHZ:maintain", "true");
+        client.emplace();
+        answer("status", reply(200, {{"status", "ready"}}));
+        answer("greyList", reply(200));
+        answer("init", reply(200));
+        answer("cis/outCheck", reply(200));
+    }
+    CheckMarkingCodesResult check(const char* token)
+    {
+        return client->checkMarkingCodes({}, {MarkingCode("A")}, token);
+    }
+};
+
+TEST_F(LocalModuleTurns, EveryOperationWaitsForTheExchangeBeforeIt)
+{
+    const std::function<void()> status = [this] { client->getStatus("key"); };
+    const std::function<void()> aCheck = [this] { check("key"); };
+    const std::function<void()> init = [this] { client->init(Event(EActivityListener::LocalModulesSetUp)); };
+    const std::function<void()> greyList = [this] { client->toggleGreyListByToken("key", true); };
+    struct Case
+    {
+        std::function<void()> operation;
+        const char* stopped;  // which request of it
+        const char* status;   // what the module says of itself
+        size_t following;     // requests
+    };
+    const Case cases[] = {{status, "status", "ready", 0},       {aCheck, "status", "ready", 1},
+                          {aCheck, "cis/outCheck", "ready", 0}, {init, "status", "not_configured", 1},
+                          {init, "init", "not_configured", 0},  {greyList, "greyList", "ready", 0}};
+    for (const Case& c : cases) {
+        answer("status", reply(200, {{"status", "ready"}}));
+        client->getStatus("key");
+        StoppedAnswer stopped;
+        const http::Response says = reply(200, {{"status", c.status}});
+        answer("status", says);
+        answer(c.stopped, stopped.of(says));
+        auto first = inAnotherThread(c.operation);
+        stopped.waitForRequest();
+        (void)http.take();
+        const std::vector<std::function<void()>> operations{
+            [this] { client->getStatus("key-2"); },
+            [this] { check("key-2"); },
+            [this] { client->toggleGreyListByToken("key-2", true); },
+            [this] { (void)client->createClient(); },
+            [this] { (void)client->getUrl(LmchzClient::Status); },
+            [this] { (void)client->getHeaders(); },
+            [this] { EXPECT_TRUE(client->takeTurn(1h).owns_lock()); }};
+        std::vector<std::future<void>> waiting;
+        for (const auto& operation : operations) {
+            waiting.push_back(inAnotherThread(operation));
+        }
+        auto hasty = inAnotherThread([this] { EXPECT_FALSE(client->takeTurn(1ms).owns_lock()); });
+        EXPECT_EQ(hasty.wait_for(10s), std::future_status::ready);
+        EXPECT_EQ(waiting.front().wait_for(20ms), std::future_status::timeout);
+        for (const auto& one : waiting) {
+            EXPECT_EQ(one.wait_for(0s), std::future_status::timeout);
+        }
+        EXPECT_TRUE(http.take().empty());
+        stopped.goOn();
+        first.wait();
+        for (const auto& one : waiting) {
+            one.wait();
+        }
+        const auto sent = http.take();
+        ASSERT_GE(sent.size(), c.following + 3);
+        EXPECT_TRUE(c.following == 0 || sent[0].url.host() == "m") << c.stopped;
+    }
+}
+
+TEST_F(LocalModuleTurns, OneTurnIsOneExchange)
+{
+    auto turn = client->takeTurn(0s);
+    ASSERT_TRUE(turn.owns_lock());
+    client->getStatus("key");
+    auto other = inAnotherThread([this] { check("key-2"); });
+    EXPECT_EQ(other.wait_for(20ms), std::future_status::timeout);
+    check("key");
+    EXPECT_EQ(http.take().size(), 3U);
+    turn.unlock();
+    other.wait();
+    EXPECT_EQ(http.take().at(0).url.host(), "m2");
+}
+
+TEST_F(LocalModuleTurns, TwoKeysAtOnceGetEachItsOwnModulesVerdict)
+{
+    const auto verdict = [](bool isBlocked) {
+        const QJsonObject entry{{"cis", "A"}, {"isBlocked", isBlocked}};
+        return reply(200, {{"results", QJsonArray{QJsonObject{{"codes", QJsonArray{entry}}}}}});
+    };
+    answer("cis/outCheck", verdict(true));
+    http.script("m2/api/v2/status", {[](const SentRequest&) { return reply(200, {{"status", "ready"}}); }});
+    http.script("m2/api/v2/cis/outCheck", {[&](const SentRequest&) { return verdict(false); }});
+    const auto checks = [this](const char* token, bool passes) {
+        for (int i = 0; i < 50; ++i) {
+            ASSERT_EQ(check(token).isSuccess(), passes) << token;
+        }
+    };
+    auto first = inAnotherThread([&] { checks("key", false); });
+    auto second = inAnotherThread([&] { checks("key-2", true); });
+    first.wait();
+    second.wait();
+}
+
+TEST_F(LocalModuleTurns, NoticesAreShownWhenTheWholeExchangeIsOver)
+{
+    const QString init = "Lmchz|lmchzInitError|Ошибка инициализации ЛМЧЗ";
+    const QString grey = "Lmchz|lmchzGreyListError|Ошибка настройки серого списка GTIN";
+    answer("init", cutOff());
+    answer("greyList", cutOff());
+    client->toggleGreyListByToken("key", true);
+    EXPECT_EQ(shown(), QStringList(grey));
+
+    bool isNested = false;
+    answer("status", [&](const SentRequest&) {
+        if (!std::exchange(isNested, true)) {
+            client->toggleGreyListByToken("key", true);
+            client->init(Event(EActivityListener::LocalModulesSetUp));
+            EXPECT_EQ(shown(), QStringList()) << "within another exchange of the same thread";
+        }
+        return reply(200, {{"status", "not_configured"}});
+    });
+    check("key");
+    EXPECT_EQ(shown(), QStringList({grey, init}));
+    {
+        const auto turn = client->takeTurn(0s);
+        client->init(Event(EActivityListener::LocalModulesSetUp));
+        client->toggleGreyListByToken("key", true);
+        client->sendErrorNotification(tr::Tr("id", "text"));
+        EXPECT_EQ(log.take().last(), "error text");
+        EXPECT_EQ(shown(), QStringList());
+    }
+    EXPECT_EQ(shown(), QStringList({init, grey, "Lmchz|id|text"}));
+    client->sendErrorNotification(tr::Tr("id", "text"));
+    EXPECT_EQ(shown(), QStringList("Lmchz|id|text"));
+}
+
+TEST_F(LocalModuleTurns, EndsWhenARunningInitHasEnded)
+{
+    settings.set("LMCHZ 2:maintain", "true");
+    client.emplace();
+    StoppedAnswer stopped;
+    answer("status", stopped.of(reply(200)));
+    auto running = inAnotherThread([] { sendEvent96(); });
+    stopped.waitForRequest();
+    auto end = inAnotherThread([this] { client.reset(); });
+    EXPECT_EQ(end.wait_for(20ms), std::future_status::timeout);
+    stopped.goOn();
+    running.wait();
+    end.wait();
+    EXPECT_EQ(http.take().size(), 2U) << "both modules are asked";
+    sendEvent96();
+    EXPECT_TRUE(http.take().empty()) << "nobody is left";
+}
+
+}  // namespace

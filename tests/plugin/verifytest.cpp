@@ -1,0 +1,128 @@
+#include <new>
+
+#include "tests/plugin/crptservicetest.h"
+#include <orvex/args.h>
+#include <orvex/basicplugin.h>
+#include <orvex/dialog.h>
+
+using control::Action;
+using control::EActionType;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+TEST_F(Verification, OfAnotherServiceIsNotServed)
+{
+    for (const char* other : {"", "turon", "esm", "unknown"}) {
+        if (*other != '\0') {
+            arguments.setService(other);
+        }
+        EXPECT_THAT(perform(action), ElementsAre(3)) << other;
+        EXPECT_FALSE(action.contains("verifyResult"));
+    }
+    EXPECT_THAT(service.client().checks, IsEmpty());
+}
+
+TEST_F(Verification, GoesThroughWhatATestOverrides)
+{
+    struct Overriding : Service
+    {
+        EContext::Result checkMarkingCodes(const Action&) override { return EContext::Result(41); }
+        EContext::Result beforeCheckConnection(const Action& connection) const override
+        {
+            (void)Service::beforeCheckConnection(connection);
+            return EContext::Result(42);
+        }
+        QSharedPointer<TaskResult> pingCrptServers() const override { return {}; }
+    } overriding;
+    service.deinit();
+    overriding.init();
+    const Action connection(EActionType(223));
+    control::args::Plugin(connection).setPluginName("crpt");
+    EXPECT_THAT(perform(action), ElementsAre(41));
+    EXPECT_THAT(perform(connection), ElementsAre(42));
+    EXPECT_EQ(connection.value("pingTask").value<QSharedPointer<BasicTask>>()->run(), nullptr);
+}
+
+TEST_F(Verification, ComesInItsOrderAndPriorityAmongOthers)
+{
+    struct Other : BasicPlugin
+    {
+        bool init() override { return true; }
+    } other;
+    QStringList calls;
+    using Trigger = ActionTrigger;
+    const std::tuple<const char*, Trigger::Order, Trigger::Priority> neighbours[] = {
+        {"before", Trigger::Before, Trigger::Low},
+        {"high", Trigger::During, Trigger::High},
+        {"low", Trigger::During, Trigger::Low},
+        {"after", Trigger::After, Trigger::Highest}};
+    for (const EActionType type : {EActionType(253), EActionType(223)}) {
+        for (const auto& [name, order, priority] : neighbours) {
+            other.addTrigger(Trigger(
+                EContext::Any, type, order,
+                [&calls, name = name](const Action&) {
+                    calls.append(name);
+                    return EContext::Result(9);
+                },
+                Trigger::Whatever, priority));
+        }
+        EXPECT_EQ(perform(Action(type)).indexOf(type == EActionType(253) ? 3 : 2), 2) << "the third of five";
+    }
+    EXPECT_EQ(calls.mid(4), QStringList({"before", "high", "low", "after"}));
+}
+
+TEST_F(Verification, HandsTimeLimitsOnInMilliseconds)
+{
+    arguments.setService("crpt");
+    constexpr seconds max = std::chrono::floor<seconds>(milliseconds::max());
+    const std::pair<seconds, milliseconds> cases[] = {{seconds(0), seconds(0)},
+                                                      {seconds(3), milliseconds(3000)},
+                                                      {seconds(-1), milliseconds(-1000)},
+                                                      {seconds::max(), max},
+                                                      {seconds::min(), -max}};
+    for (const auto& [given, handedOn] : cases) {
+        arguments.setOperationTimeout(given);
+        arguments.setRequestTimeout(seconds(7));
+        perform(action);
+        EXPECT_EQ(service.client().limits, std::pair(handedOn, milliseconds(7000)));
+    }
+}
+
+TEST_F(Verification, ShowsItsProgressWhileItRuns)
+{
+    struct DialogDouble : Dialog
+    {
+        DialogDouble() { MockFactory<Dialog>::mocked = this; }
+        ~DialogDouble() override { MockFactory<Dialog>::mocked = nullptr; }
+        SimpleProgress showProgress(const tr::Tr& title, const tr::Tr& text) override
+        {
+            if (shown == "broken") {
+                throw std::bad_alloc();
+            }
+            shown = title.id() + '|' + title.ru() + '|' + text.id() + text.ru();
+            return SimpleProgress([this] { shown = "closed"; });
+        }
+        QString shown;
+    } dialog;
+    perform(action);
+    EXPECT_EQ(dialog.shown, "") << "nothing to do";
+    arguments.setService("crpt");
+    service.client().onCheck = [&dialog] {
+        EXPECT_EQ(dialog.shown, "processRequestMessage|Обращение к серверу...|");
+    };
+    perform(action);
+    EXPECT_EQ(dialog.shown, "closed");
+
+    EXPECT_THAT(service.client().checks, ElementsAre("Key 2"));
+
+    dialog.shown = "broken";
+    service.client().onCheck = {};
+    EXPECT_THAT(perform(action), ElementsAre(2));
+    EXPECT_EQ(arguments.verifyResult().passedCodes, arguments.markingCodes());
+}
+
+}  // namespace
