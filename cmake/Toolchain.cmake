@@ -28,8 +28,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Unique symbols pin a library in memory: dlclose() of the plug-in would do nothing.
     add_compile_options(-fno-gnu-unique)
 endif()
-# Calls into other libraries go straight through their address: a check makes many, and finds most code cold.
-add_compile_options(-fno-plt)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
 add_link_options(-Wl,--no-undefined-version)
 
