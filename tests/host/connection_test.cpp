@@ -4,8 +4,6 @@
 #include <mutex>
 #include <thread>
 
-#include <fcntl.h>
-#include <netinet/tcp.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -179,29 +177,6 @@ TEST_F(IdleConnectionTest, IsNotUsedAgainAfterMoreThan15Seconds)
     }
     EXPECT_EQ(connectionsOf(stand), (QList{1, 1, 2}));
     secondsAhead = 0;  // other tests wait by this clock
-}
-
-TEST_F(IdleConnectionTest, IsProbedByTheSystemAndNotInherited)
-{
-    get(site);
-    int found = 0;
-    for (int socket = 0; socket < 256; ++socket) {
-        sockaddr_in peer = {};
-        socklen_t length = sizeof peer;
-        if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &length) != 0 ||
-            ntohs(peer.sin_port) != site.port()) {
-            continue;
-        }
-        ++found;
-        int keepAlive = 0, idleSeconds = 0;
-        length = sizeof keepAlive;
-        getsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &keepAlive, &length);
-        getsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &idleSeconds, &length);
-        EXPECT_EQ(keepAlive, 1);
-        EXPECT_EQ(idleSeconds, 5);
-        EXPECT_EQ(fcntl(socket, F_GETFD), FD_CLOEXEC);
-    }
-    EXPECT_EQ(found, 1);
 }
 
 }  // namespace

@@ -13,15 +13,12 @@
 #include <stdexcept>
 #include <thread>
 
-#include <malloc.h>
-
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 
 #include "contracts/metatypes.h"
-#include "tests/e2e/till.h"
+#include "tests/soak/footprint.h"
+#include "tests/soak/till.h"
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/task.h>
@@ -46,37 +43,11 @@ constexpr std::chrono::seconds longestCheck(std::chrono::seconds operationTimeou
     return 2 * threadCount * maxUpdateTime + 2 * operationTimeout + 2 * moduleTimeout + schedulingTime;
 }
 
-/// What the process holds.
-struct Footprint
-{
-    qint64 residentKiB = 0;
-    qsizetype files = 0;
-    qsizetype threads = 0;
-
-    static Footprint now()
-    {
-        malloc_trim(0);
-        QFile statm(QStringLiteral("/proc/self/statm"));
-        (void)statm.open(QIODevice::ReadOnly);
-        const auto entries = [](const char* folder) {
-            return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
-        };
-        return {statm.readAll().split(' ').at(1).toLongLong() * 4, entries("/proc/self/fd"),
-                entries("/proc/self/task")};
-    }
-
-    [[nodiscard]] std::string text() const
-    {
-        return std::to_string(residentKiB) + " KiB, " + std::to_string(files) + " open files, " +
-               std::to_string(threads) + " threads";
-    }
-};
-
 struct Counts
 {
     std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, offline = 0, pings = 0, events = 0,
                         loads = 0, faults = 0, slowestMs = 0, overOwnLimit = 0;
-    std::atomic<qint64> lost = 0, late = 0, thrown = 0;  ///< broken promises
+    std::atomic<qint64> lost = 0, late = 0, thrown = 0, stuck = 0;  ///< broken promises
 };
 
 class Soak
@@ -110,19 +81,22 @@ public:
         for (std::thread& thread : threads) {
             thread.join();
         }
-        m_till.reset();
+        unload();
     }
 
     Counts counts;
 
 private:
-    void load()
+    void unload()
     {
         m_till.reset();
-        m_till.emplace(m_stand, moduleSettings(m_stand) +
-                                    QStringList{"LMCHZ:maintain=true", "LMCHZ:enableGreyList=true",
-                                                "LMCHZ:timeout=" + QString::number(moduleTimeout.count()),
-                                                "CRPT:getInfoTimeout=1", "CRPT:healthCheckTimeout=1"});
+        counts.stuck += isPluginLoaded();
+    }
+
+    void load()
+    {
+        unload();
+        m_till.emplace(m_stand, moduleTimeout);
         m_till->connectOperator();
         ++counts.loads;
     }
@@ -170,7 +144,7 @@ private:
         const QList<MarkingCode> codes = basket.mid(random() % 3, 1 + random() % 2);
         const std::chrono::seconds operationTimeout(2 + random() % 4);
         const auto start = Clock::now();
-        const auto result = m_till->tryVerify(codes, operationTimeout, requestTimeout);
+        const auto result = m_till->verify(codes, operationTimeout, requestTimeout);
         const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         ++counts.checks;
         counts.late += took > longestCheck(operationTimeout);
@@ -208,36 +182,20 @@ private:
         }
     }
 
-    /// What the test itself keeps must not pass for what the plug-in keeps.
-    void forgetLog()
-    {
-        const std::shared_lock lock(m_loading, std::try_to_lock);
-        if (lock && !m_reloading) {
-            (void)m_till->takeLog();
-        }
-    }
-
     void breakThingsUntilEnd()
     {
-        static const char* const behaviours[] = {"[]",
-                                                 "[]",
-                                                 "[]",
-                                                 R"({"connect": "refuse"})",
-                                                 R"({"connect": "reset"})",
-                                                 R"({"silent": true})",
-                                                 R"({"status": 503})",
-                                                 R"({"status": 203})",
-                                                 R"({"status": 429, "times": 2})",
-                                                 R"({"cut": {"after": 40, "by": "reset"}})",
-                                                 R"({"payload": "malformed"})",
-                                                 R"({"latencyMs": 50, "jitterMs": 200})"};
+        static const QByteArrayList behaviours =
+            QByteArray(R"([] [] [] {"connect":"refuse"} {"connect":"reset"} {"silent":true} {"status":503}
+                {"status":203} {"status":429,"times":2} {"cut":{"after":40,"by":"reset"}}
+                {"payload":"malformed"} {"latencyMs":50,"jitterMs":200})")
+                .simplified()
+                .split(' ');
         static const char* const servers[] = {"operator-1", "site-1", "site-2", "site-3", "module-1", "all"};
         std::mt19937 random(m_seed + 100);
         while (!m_ended) {
             m_stand.behave(servers[random() % std::size(servers)],
-                           behaviours[random() % std::size(behaviours)]);
+                           behaviours[qsizetype(random()) % behaviours.size()].constData());
             m_stand.forgetRequests();
-            forgetLog();
             ++counts.faults;
             std::this_thread::sleep_for(std::chrono::milliseconds(random() % 500));
         }
@@ -263,7 +221,8 @@ void print(const Counts& counts)
               << ", slowest check " << counts.slowestMs << " ms, longer than their operation time-out "
               << counts.overOwnLimit << "\n"
               << "codes without a verdict " << counts.lost << ", checks that were late " << counts.late
-              << ", exceptions " << counts.thrown << '\n';
+              << ", exceptions " << counts.thrown << ", unloads that left code behind " << counts.stuck
+              << '\n';
 }
 
 int soak(std::chrono::seconds length, unsigned seed)
@@ -273,11 +232,11 @@ int soak(std::chrono::seconds length, unsigned seed)
     const auto warmUp = std::max<std::chrono::seconds>(length / 4, 5s);
     Soak(stand, seed).run(warmUp);
     const Footprint before = Footprint::now();
-    std::cout << "seed " << seed << "; after " << warmUp.count() << " s: " << before.text() << std::endl;
+    std::cout << "seed " << seed << "; after " << warmUp.count() << " s: " << before << std::endl;
     Soak soak(stand, seed + 1000);
     soak.run(length);
     const Footprint after = Footprint::now();
-    std::cout << "after " << length.count() << " s more: " << after.text() << '\n';
+    std::cout << "after " << length.count() << " s more: " << after << '\n';
     print(soak.counts);
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
     constexpr bool isMemoryItsOwn = false;  // the sanitizer's is more, and grows
@@ -289,7 +248,7 @@ int soak(std::chrono::seconds length, unsigned seed)
     const bool grew = after.files > before.files + 1 || after.threads > before.threads + 1 ||
                       (isMemoryItsOwn && after.residentKiB > allowed);
     const Counts& counts = soak.counts;
-    const bool broken = counts.lost + counts.late + counts.thrown > 0 || counts.passed == 0 ||
+    const bool broken = counts.lost + counts.late + counts.thrown + counts.stuck > 0 || counts.passed == 0 ||
                         counts.failed == 0 || counts.offline == 0;
     std::cout << (grew ? "GREW" : "did not grow") << ", "
               << (broken ? "BROKE A PROMISE" : "kept its promises") << '\n';

@@ -65,16 +65,6 @@ TEST_F(Interface, EchoesCodesInOrderWithWhatTheyNameAndWhoAnswered)
     EXPECT_EQ(entries[0]["printView"], "0104607026010011215rhTuv");
 }
 
-TEST_F(Interface, ALargeBodyIsPromisedToBeReadAndTooLargeOneIsRefused)
-{
-    const QStringList codes(20'000, milk);
-    const HttpReply reply = client.check(codes);  // libcurl waits for "100 Continue" with a body of this size
-    EXPECT_EQ(reply.json()["codes"].toArray().size(), codes.size());
-    const HttpReply refusal =
-        client.send("POST", stand.url("site-1"), QByteArray(65 << 20, ' '), {"Expect:"});
-    EXPECT_EQ(refusal.json()["code"], 413);
-}
-
 TEST_F(Log, TellsWhatWasSentAndHowItEnded)
 {
     EXPECT_EQ(client.check({milk}, "site-2").status, 200);

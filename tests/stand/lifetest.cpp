@@ -1,9 +1,6 @@
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTcpSocket>
 #include <QUrl>
-#include <latch>
-#include <thread>
 
 #include "tests/stand/standtest.h"
 
@@ -44,32 +41,5 @@ TEST(Life, EndsCleanlyWithConnectionsHangingInEveryState)
         EXPECT_EQ(outcome.output, "") << "one line is all that goes to standard output";
         EXPECT_EQ(outcome.errors, "");
         EXPECT_FALSE(QFileInfo::exists(folder));
-    }
-}
-
-/// Made whole before its first byte, the compressed one would take the stand's only thread for half a minute.
-TEST(Life, OneLargePaddedReplyDoesNotHoldUpTheOthers)
-{
-    for (const char* encoding : {"", R"(, "encoding": "gzip")"}) {
-        const MarkSim stand;
-        const StandClient other(stand);
-        QElapsedTimer timer;
-        timer.start();
-        EXPECT_EQ(other.health("site-2").status, 200);
-        const auto idle = timer.elapsed();
-        stand.behave("site-1", (QByteArray(R"({"padMegabytes": 4096)") + encoding + '}').data());
-        std::latch asked(1);
-        const std::jthread reader([&](const std::stop_token& stop) {
-            Connection large(stand.url("site-1"), healthRequest + other.keyHeader().toUtf8() + "\r\n\r\n");
-            asked.count_down();
-            while (!stop.stop_requested() && large.waitForReadyRead(100)) {
-                (void)large.readAll();
-            }
-        });
-        asked.wait();
-        timer.start();
-        EXPECT_EQ(other.health("site-2").status, 200);
-        EXPECT_LT(timer.elapsed(), 10 * idle + 1000) << encoding;
-        EXPECT_EQ(stand.requests("site-1").size(), 1);
     }
 }

@@ -126,17 +126,6 @@ TEST_F(Page, IsServedConfinedAndOnlyWhenAskedFor)
     EXPECT_EQ(plain.ask("GET", "/").status, 404);
 }
 
-TEST_F(Page, PutsBehavioursFirstAndTakesSingleOnesOff)
-{
-    const QJsonObject delay{{"latencyMs", 1}}, status{{"status", 500}, {"times", 9}};
-    stand.behave("site-1", delay);
-    stand.admin("POST", "/behaviours/site-1?first=1", toJson(status));
-    EXPECT_EQ(stand.admin("GET", "/behaviours/site-1")["site-1"], (QJsonArray{status, delay}));
-    EXPECT_EQ(client.health().status, 500);
-    stand.admin("DELETE", "/behaviours/all", R"([{"status": 500}, {"status": 501}])");
-    EXPECT_EQ(stand.admin("GET", "/behaviours/site-1")["site-1"], QJsonArray{delay});
-}
-
 TEST_F(Page, PlaysScenariosThatNeedFewerServers)
 {
     const auto listed = [this] {

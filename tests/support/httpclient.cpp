@@ -50,7 +50,6 @@ HttpReply HttpClient::send(const char* verb, const QString& url, const QByteArra
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, &reply.headers);
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_CAINFO, caFile.isEmpty() ? nullptr : caFile.constData());
-    curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, gzip ? "gzip" : nullptr);
     reply.result = curl_easy_perform(curl);
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &reply.status);
     return reply;

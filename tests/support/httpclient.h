@@ -31,7 +31,6 @@ public:
 
     std::chrono::milliseconds timeout{30'000};
     QByteArray caFile;
-    bool gzip = false;
 
 private:
     std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> m_handle{curl_easy_init(), &curl_easy_cleanup};

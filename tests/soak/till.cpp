@@ -1,23 +1,23 @@
-#include "tests/e2e/till.h"
+#include "tests/soak/till.h"
 
 #include <stdexcept>
 
 #include "contracts/initverifyservice.h"
+#include <log4qt/logmanager.h>
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/basicplugin.h>
 #include <orvex/eactivitylistener.h>
 
-using std::chrono::seconds;
-
-Till::Till(const MarkSim& stand, const QStringList& settings)
+Till::Till(const MarkSim& stand, std::chrono::seconds moduleTimeout)
     : m_stand(stand)
     , m_loader(QStringLiteral(PLUGIN_PATH))
 {
-    m_settings.set("Network:caFile", stand.ready()["caFile"].toString());
-    for (const QString& setting : settings) {
-        m_settings.set(setting.section('=', 0, 0), setting.section('=', 1));
+    Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = "/dev/null"});
+    for (const char* key : {"url", "user", "password", "token"}) {
+        m_settings.set(QString("LMCHZ:") + key, stand.module()[key].toString());
     }
+    m_settings.set("LMCHZ:timeout", QString::number(moduleTimeout.count()));
     QString error;
     if (!m_loader.load("CrptService", &error) || !m_loader.plugin()->init()) {
         throw std::runtime_error("the plug-in does not work: " + error.toStdString());
@@ -26,9 +26,7 @@ Till::Till(const MarkSim& stand, const QStringList& settings)
 
 Till::~Till()
 {
-    if (!m_stopped) {
-        stop();
-    }
+    stop();
     m_loader.unload();
 }
 
@@ -42,18 +40,9 @@ void Till::connectOperator(const QStringList& keys, const QStringList& hosts)
     Singleton<ActivityNotifier>::instance()->sendEvent(settings.event());
 }
 
-CheckMarkingCodesResult Till::verify(const QList<MarkingCode>& codes)
-{
-    const auto result = tryVerify(codes, seconds(20), seconds(2));
-    if (!result) {
-        throw std::runtime_error("the action was not taken");
-    }
-    return *result;
-}
-
-std::optional<CheckMarkingCodesResult> Till::tryVerify(const QList<MarkingCode>& codes,
-                                                       std::chrono::seconds operationTimeout,
-                                                       std::chrono::seconds requestTimeout) const
+std::optional<CheckMarkingCodesResult> Till::verify(const QList<MarkingCode>& codes,
+                                                    std::chrono::seconds operationTimeout,
+                                                    std::chrono::seconds requestTimeout) const
 {
     const control::Action action(control::EActionType::VerifyMarking);
     const control::args::marking::Verify arguments(action, "crpt");
@@ -69,15 +58,5 @@ std::optional<CheckMarkingCodesResult> Till::tryVerify(const QList<MarkingCode>&
 
 void Till::stop()
 {
-    m_stopped = true;
     m_loader.plugin()->deinit();
-}
-
-QStringList moduleSettings(const MarkSim& stand)
-{
-    QStringList settings{"LMCHZ:enable=true"};
-    for (const char* key : {"url", "user", "password", "token"}) {
-        settings << QString("LMCHZ:") + key + '=' + stand.module()[key].toString();
-    }
-    return settings;
 }
