@@ -7,7 +7,9 @@
 
 #include <CLI/CLI.hpp>
 #include <QElapsedTimer>
+#include <rapidcheck.h>
 
+#include "tests/model/generator.h"
 #include "tests/model/realside.h"
 #include "tests/model/rules.h"
 
@@ -23,7 +25,6 @@ struct Options
 {
     std::uint64_t seed = 1;
     std::uint64_t runs = 50000;
-    std::uint64_t first = 0;
 };
 
 struct Tally
@@ -79,49 +80,6 @@ QString disagreement(const Schedule& schedule, RealSide& side, Tally& tally)
     return wrong;
 }
 
-/// Leaves out steps and lowers numbers as long as the schedule still fails.
-Schedule shrunk(Schedule schedule, RealSide& side)
-{
-    bool changed = true;
-    const auto tryInstead = [&](const Schedule& smaller) {
-        Tally ignored;
-        const bool fails = !disagreement(smaller, side, ignored).isEmpty();
-        schedule = fails ? smaller : schedule;
-        changed = changed || fails;
-        return fails;
-    };
-    while (std::exchange(changed, false)) {
-        for (size_t at = 0; at < schedule.size();) {
-            Schedule smaller = schedule;
-            smaller.erase(smaller.begin() + std::ptrdiff_t(at));
-            at += tryInstead(smaller) ? 0 : 1;
-        }
-        for (size_t at = 0; at < schedule.size(); ++at) {
-            for (size_t number = 0; number < Step().n.size(); ++number) {
-                for (int less = schedule[at].n[number]; less != 0; less /= 2) {
-                    Schedule smaller = schedule;
-                    smaller[at].n[number] -= less;
-                    if (tryInstead(smaller) && schedule[at].n[number] == 0) {
-                        break;
-                    }
-                }
-            }
-        }
-    }
-    return schedule;
-}
-
-void explain(const Schedule& failing, RealSide& side)
-{
-    const Schedule small = shrunk(failing, side);
-    std::cout << "It fails, shrunk to:\n";
-    for (const Step& step : small) {
-        std::cout << "    " << step.toText().toStdString() << '\n';
-    }
-    Tally ignored;
-    std::cout << disagreement(small, side, ignored).toStdString();
-}
-
 /// The run that is under way, for whoever looks why the program ended in it.
 std::array<char, 128> underWay;
 void endsInIt(int /*signal*/)
@@ -130,26 +88,9 @@ void endsInIt(int /*signal*/)
     _exit(1);
 }
 
-int run(const Options& options)
+/// How often each kind of event came; false when one never did although there were runs enough.
+bool sumUp(const Options& options, const Tally& tally, qint64 milliseconds)
 {
-    for (const int signal : {SIGALRM, SIGSEGV, SIGABRT, SIGFPE}) {
-        std::signal(signal, endsInIt);
-    }
-    QElapsedTimer timer;
-    timer.start();
-    RealSide side;
-    Tally tally;
-    for (std::uint64_t i = options.first; i < options.first + options.runs; ++i) {
-        std::snprintf(underWay.data(), underWay.size(),
-                      "It crashes or hangs. Again: crptmodel --seed %ju --first %ju --runs 1\n",
-                      std::uintmax_t(options.seed), std::uintmax_t(i));
-        const Schedule schedule = randomSchedule(options.seed, i);
-        if (!disagreement(schedule, side, tally).isEmpty()) {
-            explain(schedule, side);
-            std::cout << "Again: crptmodel --seed " << options.seed << " --first " << i << " --runs 1\n";
-            return 1;
-        }
-    }
     size_t kinds = 0;
     for (const auto& [what, times] : tally.coverage) {
         std::cout << std::setw(12) << times << "  " << what << '\n';
@@ -157,9 +98,34 @@ int run(const Options& options)
     }
     std::cout << "seed " << options.seed << ": " << options.runs << " runs, " << tally.checks << " checks, "
               << tally.requests << " requests, " << kinds << " of " << Kinds << " kinds of events, "
-              << std::fixed << std::setprecision(1) << double(timer.elapsed()) / 1000
-              << " s, no difference\n";
-    return kinds == Kinds || options.runs < FewestForAll ? 0 : 1;
+              << std::fixed << std::setprecision(1) << double(milliseconds) / 1000 << " s, no difference\n";
+    return kinds == Kinds || options.runs < FewestForAll;
+}
+
+int run(const Options& options)
+{
+    for (const int signal : {SIGALRM, SIGSEGV, SIGABRT, SIGFPE}) {
+        std::signal(signal, endsInIt);
+    }
+    if (!qEnvironmentVariableIsSet("RC_PARAMS")) {
+        qputenv("RC_PARAMS", "seed=" + QByteArray::number(quint64(options.seed)) +
+                                 " max_success=" + QByteArray::number(quint64(options.runs)));
+    }
+    QElapsedTimer timer;
+    timer.start();
+    RealSide side;
+    Tally tally;
+    std::uint64_t runs = 0;
+    const rc::Gen<Schedule> schedule = schedules();
+    const bool agree = rc::check("the client does what the rules say", [&] {
+        std::snprintf(underWay.data(), underWay.size(),
+                      "It crashes or hangs. Again: crptmodel --seed %ju --runs %ju\n",
+                      std::uintmax_t(options.seed), std::uintmax_t(++runs));
+        if (const QString wrong = disagreement(*schedule, side, tally); !wrong.isEmpty()) {
+            RC_FAIL(wrong.toStdString());
+        }
+    });
+    return agree && sumUp(options, tally, timer.elapsed()) ? 0 : 1;
 }
 
 }  // namespace
@@ -168,12 +134,12 @@ int main(int argc, char** argv)
 {
     Options options;
     CLI::App app("Checks the online client against a model of its rules on random schedules.\n"
+                 "What RC_PARAMS says comes first, such as reproduce=... of a run that failed.\n"
                  "Exit status: 0 no difference, 1 a difference (shown) or something never happened, 2 usage.",
                  "crptmodel");
     app.option_defaults()->always_capture_default();
     app.add_option("--seed", options.seed, "Seed of the schedules");
     app.add_option("--runs", options.runs, "How many schedules");
-    app.add_option("--first", options.first, "Number of the first one");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

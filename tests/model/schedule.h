@@ -1,7 +1,7 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -36,7 +36,7 @@ struct Step
     enum CheckNumber { Codes, Key, Budget, Limit, Direct };
     enum UpdateNumber { Outcome, Takes, WallStepAfter, OthersEnd };
     enum ReplyNumber {
-        Content,   ///< a hexadecimal digit for each site listed or code mentioned
+        Content,   ///< see ContentBit
         Latency,   ///< microseconds
         ToLimit,   ///< 1: that much after the request's limit, 2: a millisecond before it
         WallStep,  ///< seconds
@@ -48,6 +48,13 @@ struct Step
         Form
     };
 
+    enum ContentBit {
+        Digits = 0xfff,  ///< a hexadecimal digit for each site listed or code mentioned
+        MemberMissing = 0x1000,
+        MemberOfWrongType = 0x2000,
+        Many = 0x4000  ///< a list of more sites than are looked at
+    };
+
     Kind kind = Pass;
     std::array<int, 10> n{};
 
@@ -56,8 +63,8 @@ struct Step
 };
 using Schedule = std::vector<Step>;
 
-/// The schedule of one run; the same for the same numbers on every machine.
-[[nodiscard]] Schedule randomSchedule(std::uint64_t seed, std::uint64_t run);
+/// For RapidCheck, a line of its own.
+void showValue(const Step& step, std::ostream& stream);
 
 /// The operator's hosts in URL order, then the sites and those that make a list long, as the operator or the
 /// till gives them; and what the URLs of their methods begin with.
