@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,6 +11,12 @@
 
 /// How often each thing that can happen has happened, so that a run can show that nothing was left out.
 using Coverage = std::map<std::string, std::uint64_t>;
+
+inline constexpr qint64 Forever = std::numeric_limits<qint64>::max();
+inline constexpr qint64 UpdateSeconds = 60;
+inline const QString TokenNotice =
+    QStringLiteral("Crpt|crptIncorrectTokenErrorNotification|"
+                   "Честный знак: ошибка токена. Чеки будут сформированы некорректно");
 
 /// The rules of the online client, stated a second time and as plainly as possible: no locks, no network, no
 /// concern for cost. It does what a schedule says in a world of its own.
@@ -61,6 +68,7 @@ private:
     void check(const Step& check);
     void recordVerdicts(const Answer& answer, const std::vector<int>& requested);
 
+    static QString urlOf(int address, World::Method method);
     const Step& ask(World::Method method, int address, const QString& key, qint64 limit,
                     const QByteArray& body = {});
     static QString toText(const QString& text) { return text; }
