@@ -77,15 +77,23 @@ done
 
 stoplist="$prefix/share/doc/crptservice-dev/examples/stoplist"
 sale=(verify 0104602114050016215wDq 0104607026010011215rhT)
+# An older standard than the headers need: the targets are to ask for theirs, each of them.
+consumer=(-G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_STANDARD=17)
+for targets in "$prefix"/lib/*/cmake/{OrvexHost/OrvexHost,CrptService/CrptService}Targets.cmake; do
+    if [[ $(grep -c '^add_library' "$targets") != $(grep -c 'INTERFACE_COMPILE_FEATURES "cxx_std_20"' "$targets") ]]; then
+        say "$targets has a target without cxx_std_20"
+        exit 1
+    fi
+done
 say "a plug-in of one's own with find_package()"
-cmake -S "$stoplist" -B "$work/stoplist" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$stoplist" -B "$work/stoplist" "${consumer[@]}" >/dev/null
 cmake --build "$work/stoplist" >/dev/null
 expect 1 'продажа заблокирована; «в стоп-листе магазина»' \
     "$poshost" --config "$stoplist/stoplist.ini" --plugin "$work/stoplist/libstoplist.so" "${sale[@]}"
 
 say "a host of one's own, beside the stand"
 cp -r "$prefix/share/doc/crptservice-dev/examples/host" "$work/host"
-cmake -S "$work/host" -B "$work/host/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$work/host" -B "$work/host/build" "${consumer[@]}" >/dev/null
 cmake --build "$work/host/build" >/dev/null
 sed 's/^keys = .*/keys = of-nobody/' "$work/host/host.ini" >"$work/refused.ini"
 "$prefix/bin/marksim" --log-level debug --scenario "$work/host/stand.json" >"$work/ready.json" 2>"$work/stand.log" &
