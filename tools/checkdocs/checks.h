@@ -21,6 +21,10 @@ namespace checkdocs {
 /// The document names every member of this JSON object.
 [[nodiscard]] QStringList checkMembers(const QString& root, const QString& file, const QByteArray& object);
 
+/// The constants of limits.json stand in the sources as written there, and the documents that state them say
+/// what stands there for them.
+[[nodiscard]] QStringList checkLimits(const QString& root);
+
 /// docs/stand.md names every property, and every word one may be, that the published descriptions of
 /// scenario and admin port have.
 [[nodiscard]] QStringList checkStandInterface(const QString& root);

@@ -101,7 +101,7 @@ int checkTree(const QString& root, const QString& programs, bool write)
     qputenv("PATH", programs.toUtf8() + ':' + qgetenv("PATH"));
     return report("copies", checkCopies(root, poshost, write)) |
            report("links", checkdocs::checkLinks(root, files)) |
-           report("members", checkReplies(root, poshost)) |
+           report("limits", checkdocs::checkLimits(root)) | report("members", checkReplies(root, poshost)) |
            report("the stand's interface", checkdocs::checkStandInterface(root)) |
            report("languages", checkdocs::compareLanguages(root, files)) |
            report("examples",
