@@ -1,6 +1,5 @@
 #include <atomic>
 #include <future>
-#include <semaphore>
 #include <thread>
 
 #include <orvex/activitynotifier.h>
@@ -9,6 +8,7 @@
 #include <orvex/events.h>
 
 #include "tests/crpt/crptclienttest.h"
+#include "tests/doubles/stoppedanswer.h"
 
 using http::ErrorKind;
 using std::chrono::seconds;
@@ -17,15 +17,29 @@ namespace {
 
 constexpr seconds testLimit(20);  // a bound for a test that fails, not a pace
 
-/// Something that one thread announces and another waits for.
-using Moment = std::counting_semaphore<>;
-
 class ClientInSeveralThreads : public CrptClientTest
 {
 protected:
     std::future<http::Response> requestElsewhere(milliseconds limit = milliseconds::max())
     {
         return std::async(std::launch::async, [this, limit] { return request(limit); });
+    }
+    /// Another check, which waits for its turn now.
+    std::future<http::Response> waitElsewhere(milliseconds limit)
+    {
+        clock.onLook = [this] { begun.announce(); };
+        auto waiting = requestElsewhere(limit);
+        EXPECT_TRUE(begun.comes());
+        std::this_thread::sleep_for(milliseconds(20));
+        return waiting;
+    }
+    /// The list of a search that takes this long.
+    Answer listsAfter(milliseconds time, const QStringList& sites)
+    {
+        return [=, this](const SentRequest& sent) {
+            clock.advance(time);
+            return lists(sites)(sent);
+        };
     }
     /// What a site gives that has the code as sold, to a request that still has time.
     static Answer soldInTime()
@@ -34,14 +48,14 @@ protected:
             return sent.left > milliseconds(0) ? reply(200, sold) : timedOut();
         };
     }
-    static bool comes(Moment& moment) { return moment.try_acquire_for(testLimit); }
-    template <class Result>
-    static bool ends(const std::future<Result>& future, milliseconds limit = testLimit)
+    static bool ends(const auto& future, milliseconds limit = testLimit)
     {
         return future.wait_for(limit) == std::future_status::ready;
     }
 
     static inline const QJsonObject sold = {{"code", 0}, {"description", "ok"}, {"codes", "sold"}};
+    Moment begun;
+    StoppedAnswer stopped;
 };
 
 TEST_F(ClientInSeveralThreads, ASearchOfAnotherCheckCostsNoBudgetWhateverItTakes)
@@ -49,20 +63,14 @@ TEST_F(ClientInSeveralThreads, ASearchOfAnotherCheckCostsNoBudgetWhateverItTakes
     startWithSites({});
     relist({"s1"});
     check("s1", {soldInTime()});
-    Moment searching(0), waiting(0);
     std::future<http::Response> first;
-    info({[&](const SentRequest&) {
-        searching.release();
-        EXPECT_TRUE(comes(waiting));
-        clock.advance(seconds(3));
-        return lists({"s1"})({});
-    }});
+    info({stopped.of(listsAfter(seconds(3), {"s1"}))});
     clock.onSleep = [&] {
-        waiting.release();
+        stopped.goOn();
         EXPECT_TRUE(ends(first));
     };
     first = requestElsewhere(seconds(2));
-    ASSERT_TRUE(comes(searching));
+    ASSERT_TRUE(stopped.isAsked());
     EXPECT_EQ(request(seconds(2)).status(), 200) << "of the check that waited";
     EXPECT_EQ(first.get().status(), 200) << "of the check that searched";
 }
@@ -71,19 +79,12 @@ TEST_F(ClientInSeveralThreads, TheFailoverOfAnotherCheckCostsBudgetItsListUpdate
 {
     startWithSites({"s1"});
     std::future<http::Response> second;
-    Moment begun(0);
     check("s1", {[&](const SentRequest&) {
-              clock.onLook = [&] { begun.release(); };
-              second = requestElsewhere(seconds(10));
-              EXPECT_TRUE(comes(begun));
-              std::this_thread::sleep_for(milliseconds(20));
+              second = waitElsewhere(seconds(10));
               return reply(500);
           }});
     relist({"s2"});
-    info({[&](const SentRequest&) {
-        clock.advance(seconds(11));
-        return lists({"s2"})({});
-    }});
+    info({listsAfter(seconds(11), {"s2"})});
     check("s2", {says(200, Ok), soldInTime()});
     EXPECT_EQ(request().status(), 200);
     EXPECT_EQ(second.get().errorKind(), ErrorKind::SalePermitted) << "its 10 s are over";
@@ -93,19 +94,14 @@ TEST_F(ClientInSeveralThreads, ACheckThatIsHeldBackReturnsAtOnceWhileAnotherOneS
 {
     const Settings settings{{"CRPT:updateInfoInterval", "4000000"}};  // longer than the machine is up
     startWithSites({"s1"});
-    Moment searching(0), proceed(0);
     check("s1", {says(500)});
-    info({[&](const SentRequest&) {
-        searching.release();
-        EXPECT_TRUE(comes(proceed));
-        return reply(500);
-    }});
+    info({stopped.of(says(500))});
     auto failover = requestElsewhere();
-    ASSERT_TRUE(comes(searching));
+    ASSERT_TRUE(stopped.isAsked());
     auto heldBack = requestElsewhere();
     EXPECT_TRUE(ends(heldBack));
     EXPECT_FALSE(ends(failover, milliseconds(0)));
-    proceed.release();
+    stopped.goOn();
     EXPECT_EQ(heldBack.get().errorKind(), ErrorKind::SalePermitted) << "no list request has failed so far";
     EXPECT_EQ(failover.get().errorKind(), ErrorKind::Unreachable);
 }
@@ -113,22 +109,16 @@ TEST_F(ClientInSeveralThreads, ACheckThatIsHeldBackReturnsAtOnceWhileAnotherOneS
 TEST_F(ClientInSeveralThreads, OneFailoverAtATimeAndAWaitingCheckGivesUpAtItsOwnDeadline)
 {
     startWithSites({"s1", "s2"});
-    Moment asking(0), proceed(0);
-    check("s1", {[&](const SentRequest&) {
-                     asking.release();
-                     EXPECT_TRUE(comes(proceed));
-                     return reply(200, Ok);
-                 },
-                 says(200, Ok)});
+    check("s1", {stopped.of(says(200, Ok)), says(200, Ok)});
     auto first = requestElsewhere();
-    ASSERT_TRUE(comes(asking));
+    ASSERT_TRUE(stopped.isAsked());
     const http::Response late = request(milliseconds(50));
     EXPECT_EQ(late.errorKind(), ErrorKind::SalePermitted);
     EXPECT_EQ(late.status(), 0);
     EXPECT_EQ(log.take().last(), "warn Суммарное время ожидания ответа от сервера превысило 50 мсек.");
     EXPECT_FALSE(ends(first, milliseconds(0)));
     EXPECT_EQ(http.take().size(), 1U) << "nobody was asked besides";
-    proceed.release();
+    stopped.goOn();
     EXPECT_EQ(first.get().status(), 200);
     EXPECT_EQ(request(milliseconds(50)).status(), 200);
 }
@@ -137,20 +127,13 @@ TEST_F(ClientInSeveralThreads, ACheckThatFindsNoSiteLeftWhenItsTurnComesSearches
 {
     startWithSites({"s1"});
     std::future<http::Response> second;
-    Moment begun(0);
     check("s1", {[&](const SentRequest&) {
-              clock.onLook = [&] { begun.release(); };
-              second = requestElsewhere(seconds(10));
-              EXPECT_TRUE(comes(begun));
-              std::this_thread::sleep_for(milliseconds(20));
+              second = waitElsewhere(seconds(10));
               clock.advance(seconds(4));
               return reply(500);
           }});
     relist({"s2"});
-    info({says(500), [&](const SentRequest&) {
-              clock.advance(seconds(9));
-              return lists({"s2"})({});
-          }});
+    info({says(500), listsAfter(seconds(9), {"s2"})});
     check("s2", {soldInTime()});
     EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);
     EXPECT_EQ(second.get().status(), 200) << "4 s of 10 are spent, the search is off the budget";
@@ -161,10 +144,7 @@ TEST_F(ClientInSeveralThreads, ACheckSearchesNoMoreOnceItsSearchesHaveTakenAMinu
 {
     startWithSites({});
     relist({"s1"});
-    const Answer slowList = [&](const SentRequest&) {
-        clock.advance(seconds(40));
-        return lists({"s1"})({});
-    };
+    const Answer slowList = listsAfter(seconds(40), {"s1"});
     info({slowList, says(500), slowList, says(500), slowList, says(500)});
     check("s1", {says(500)});
     bool isFound = false;
@@ -183,22 +163,17 @@ TEST_F(ClientInSeveralThreads, ACheckSearchesNoMoreOnceItsSearchesHaveTakenAMinu
 TEST_F(ClientInSeveralThreads, ACheckWaitsInItsFailoverForAnUpdateThatAnotherThreadMakes)
 {
     startWithSites({"s1"});
-    Moment updating(0), waiting(0);
     std::future<Status> update;
     relist({"s2"});
-    info({[&](const SentRequest&) {
-        updating.release();
-        EXPECT_TRUE(comes(waiting)) << "for the check to wait for this update";
-        return lists({"s2"})({});
-    }});
+    info({stopped.of(lists({"s2"}))});
     check("s1", {[&](const SentRequest&) {
               update = std::async(std::launch::async, [this] { return client->updateInfo(); });
-              EXPECT_TRUE(comes(updating));
+              EXPECT_TRUE(stopped.isAsked());
               return reply(500);
           }});
     check("s2", {says(200, Ok)});
     clock.onSleep = [&] {
-        waiting.release();
+        stopped.goOn();
         EXPECT_TRUE(ends(update)) << "while the check has its turn";
     };
     EXPECT_EQ(request().status(), 200);
@@ -229,29 +204,21 @@ struct BlockingHost : BaseActivityListener
 TEST_F(ClientInSeveralThreads, NoticesAreSentWhenNothingIsHeldThatACheckNeeds)
 {
     const QString refused = "crptIncorrectTokenErrorNotification";
-    const std::function<void()> update = [&] { client->updateInfo(); };
-    const std::function<void()> checkCodes = [&] { (void)request(); };
     struct Case
     {
-        QStringList sites;  // none: the client is new
+        QStringList sites;  // none: the client is new and updates
         Answer list, reply;
-        std::function<void()> act;
         QStringList notices;
     };
-    const Case cases[] = {{{}, says(401), says(500), update, {"", "", refused}},  // the check updates, too
-                          {{"s1"}, says(500), says(401), checkCodes, {refused}},
-                          {{"s1"}, says(500), says(500), checkCodes, {"", ""}}};
+    const Case cases[] = {{{}, says(401), says(500), {"", "", refused}},  // the check updates, too
+                          {{"s1"}, says(500), says(401), {refused}},
+                          {{"s1"}, says(500), says(500), {"", ""}}};
     for (const Case& c : cases) {
-        if (c.sites.isEmpty()) {
-            make();
-            client->onStart();
-        } else {
-            startWithSites(c.sites);
-        }
+        c.sites.isEmpty() ? (make(), client->onStart()) : startWithSites(c.sites);
         check("s1", {c.reply, says(200, Ok)});
         info({c.list, says(500)});
         BlockingHost host([&] { EXPECT_TRUE(ends(requestElsewhere())) << "or it waits for ever"; });
-        c.act();
+        c.sites.isEmpty() ? (void)client->updateInfo() : (void)request();
         EXPECT_EQ(host.notices, c.notices);
     }
 }
@@ -269,24 +236,19 @@ TEST_F(ClientInSeveralThreads, ACheckThatComesBeforeTheStartWaitsForNothing)
 
 TEST_F(ClientInSeveralThreads, ItsEndWaitsForAnEventThatItIsHandling)
 {
-    Moment handling(0), proceed(0);
     startWithSites({"s1"});
-    http.onSetUp = [&] {
-        handling.release();
-        EXPECT_TRUE(comes(proceed));
-    };
+    http.onSetUp = [&] { (void)stopped.of(says(200))({}); };
     std::thread host([] { Singleton<ActivityNotifier>::instance()->sendEvent(Event(172)); });
-    ASSERT_TRUE(comes(handling));
+    ASSERT_TRUE(stopped.isAsked());
     auto end = std::async(std::launch::async, [this] { client.reset(); });
     EXPECT_FALSE(ends(end, milliseconds(20)));
-    proceed.release();
+    stopped.goOn();
     EXPECT_TRUE(ends(end));
     host.join();
 }
 
 TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
 {
-    constexpr int rounds = 15;
     const Settings settings{{"CRPT:updateInfoInterval", "1"}};
     startWithSites({"s1", "s2"});
     const Answer listed = lists({"s1", "s2"}), failed = says(500);
@@ -296,17 +258,16 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
     Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
     check("s1", {says(200, Ok), says(500), answers(cutOff()), says(401), answers(timedOut()), says(500)});
     check("s2", {says(200, Ok), says(500), says(500, {{"code", 5000}}), says(200, Ok), says(429)});
-    std::atomic<int> checking = 2;
-    std::atomic<int> verdicts = 0;
-    const auto checks = [&] {
+    std::atomic<int> checksLeft = 30;
+    const auto checkCodes = [&](int) {
         const MarkingCode code("A");
-        for (int round = 0; round < rounds; ++round) {
-            const auto result = client->checkMarkingCodes("key", {code}, seconds(10), seconds(5));
-            verdicts += result.passedCodes.contains(code) != result.failedCodes.contains(code) ? 1 : 0;
-        }
-        --checking;
+        const auto result = client->checkMarkingCodes("key", {code}, seconds(10), seconds(5));
+        EXPECT_NE(result.passedCodes.contains(code), result.failedCodes.contains(code));
+        --checksLeft;
     };
     const std::function<void(int)> jobs[] = {
+        checkCodes,
+        checkCodes,
         [&](int) { client->updateInfo(); },
         [&](int round) {
             client->addHost(QUrl("http://op" + QString::number(round % 4)), "nobody");
@@ -314,24 +275,17 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
         },
         [&](int) { EXPECT_FALSE(client->getHosts(CdnMethod::HealthCheck).isEmpty()); },
         [&](int round) {
-            Singleton<ActivityNotifier>::instance()->sendEvent(
-                Event(std::array{10, 11, 172}[size_t(round) % 3]));
+            Singleton<ActivityNotifier>::instance()->sendEvent(Event(std::array{10, 11, 172}[round % 3]));
             clock.advance(seconds(1));
         }};
-    std::vector<std::thread> threads;
-    threads.emplace_back(checks);
-    threads.emplace_back(checks);
+    std::vector<std::jthread> threads;
     for (const auto& job : jobs) {
         threads.emplace_back([&] {
-            for (int round = 0; checking > 0; ++round) {
+            for (int round = 0; checksLeft > 0; ++round) {
                 job(round);
             }
         });
     }
-    for (std::thread& running : threads) {
-        running.join();
-    }
-    EXPECT_EQ(verdicts, 2 * rounds);
 }
 
 }  // namespace

@@ -1,35 +1,15 @@
 #include <array>
 #include <functional>
-#include <semaphore>
 #include <vector>
 
 #include <QJsonArray>
 
+#include "tests/doubles/stoppedanswer.h"
 #include "tests/lmchz/localmodule.h"
 
 using namespace std::chrono_literals;
 
 namespace {
-
-/// An answer that holds its request up until it is told to go on.
-class StoppedAnswer
-{
-public:
-    [[nodiscard]] ScriptedClient::Answer of(const http::Response& response)
-    {
-        return [this, response](const SentRequest&) {
-            m_arrived.release();
-            m_goOn.acquire();
-            return response;
-        };
-    }
-    void waitForRequest() { ASSERT_TRUE(m_arrived.try_acquire_for(5s)); }
-    void goOn() { m_goOn.release(); }
-
-private:
-    std::binary_semaphore m_arrived{0};
-    std::binary_semaphore m_goOn{0};
-};
 
 template <class Work>
 std::future<void> inAnotherThread(Work work)
@@ -77,9 +57,9 @@ TEST_F(LocalModuleTurns, EveryOperationWaitsForTheExchangeBeforeIt)
         StoppedAnswer stopped;
         const http::Response says = reply(200, {{"status", c.status}});
         answer("status", says);
-        answer(c.stopped, stopped.of(says));
+        answer(c.stopped, stopped.of([says](const SentRequest&) { return says; }));
         auto first = inAnotherThread(c.operation);
-        stopped.waitForRequest();
+        ASSERT_TRUE(stopped.isAsked());
         (void)http.take();
         const std::vector<std::function<void()>> operations{
             [this] { client->getStatus("key-2"); },
@@ -125,26 +105,6 @@ TEST_F(LocalModuleTurns, OneTurnIsOneExchange)
     EXPECT_EQ(http.take().at(0).url.host(), "m2");
 }
 
-TEST_F(LocalModuleTurns, TwoKeysAtOnceGetEachItsOwnModulesVerdict)
-{
-    const auto verdict = [](bool isBlocked) {
-        const QJsonObject entry{{"cis", "A"}, {"isBlocked", isBlocked}};
-        return reply(200, {{"results", QJsonArray{QJsonObject{{"codes", QJsonArray{entry}}}}}});
-    };
-    answer("cis/outCheck", verdict(true));
-    http.script("m2/api/v2/status", {[](const SentRequest&) { return reply(200, {{"status", "ready"}}); }});
-    http.script("m2/api/v2/cis/outCheck", {[&](const SentRequest&) { return verdict(false); }});
-    const auto checks = [this](const char* token, bool passes) {
-        for (int i = 0; i < 50; ++i) {
-            ASSERT_EQ(check(token).isSuccess(), passes) << token;
-        }
-    };
-    auto first = inAnotherThread([&] { checks("key", false); });
-    auto second = inAnotherThread([&] { checks("key-2", true); });
-    first.wait();
-    second.wait();
-}
-
 TEST_F(LocalModuleTurns, NoticesAreShownWhenTheWholeExchangeIsOver)
 {
     const QString init = "Lmchz|lmchzInitError|Ошибка инициализации ЛМЧЗ";
@@ -183,9 +143,9 @@ TEST_F(LocalModuleTurns, EndsWhenARunningInitHasEnded)
     settings.set("LMCHZ 2:maintain", "true");
     client.emplace();
     StoppedAnswer stopped;
-    answer("status", stopped.of(reply(200)));
+    answer("status", stopped.of([](const SentRequest&) { return reply(200); }));
     auto running = inAnotherThread([] { sendEvent96(); });
-    stopped.waitForRequest();
+    ASSERT_TRUE(stopped.isAsked());
     auto end = inAnotherThread([this] { client.reset(); });
     EXPECT_EQ(end.wait_for(20ms), std::future_status::timeout);
     stopped.goOn();
