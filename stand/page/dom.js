@@ -1,9 +1,7 @@
 // Elements are made here and nowhere else. What came with a request is only ever a text node: a till can send
 // anything.
 
-/** h('button', {class: 'quiet', onclick: f}, 'text', otherElement) */
-export function h(tag, properties = {}, ...children) {
-  const element = document.createElement(tag);
+function furnish(element, properties, children) {
   for (const [name, value] of Object.entries(properties)) {
     if (value === undefined || value === null || value === false) continue;
     if (name.startsWith('on')) element.addEventListener(name.slice(2), value);
@@ -12,6 +10,12 @@ export function h(tag, properties = {}, ...children) {
   element.append(...children.flat().filter((child) => child !== null && child !== undefined));
   return element;
 }
+
+/** h('button', {class: 'quiet', onclick: f}, 'text', otherElement) */
+export const h = (tag, properties = {}, ...children) => furnish(document.createElement(tag), properties, children);
+
+/** The same for elements of a drawing. */
+export const svg = (tag, properties, ...children) => furnish(document.createElementNS('http://www.w3.org/2000/svg', tag), properties, children);
 
 export const byId = (id) => document.getElementById(id);
 

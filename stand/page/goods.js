@@ -2,6 +2,7 @@
 // goes into the good's own members.
 
 import * as api from './api.js';
+import {dataMatrix} from './datamatrix.js';
 import {byId, fill, h, typedCode, visible} from './dom.js';
 import {language, onLanguage, t} from './texts.js';
 
@@ -66,6 +67,7 @@ function form() {
     h('button', {type: 'button', class: 'quiet back', onclick: close}, `← ${t('goods.back')}`),
     h('h3', {tabindex: -1}, visible(chosen.title) || t('goods.untitled')),
     h('p', {class: 'address'}, h('code', {}, visible(chosen.code))),
+    dataMatrix(chosen.code, t('goods.symbol')),
     h('label', {class: 'wide'}, t('goods.title'), h('input', {id: 'good-title', value: chosen.title, autocomplete: 'off'})),
     sides.map(sideFields),
     h('p', {class: 'complaint', id: 'goods-complaint', role: 'alert'}),

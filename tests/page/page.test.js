@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import {readFileSync} from 'node:fs';
 import {after, afterEach, before, beforeEach, test} from 'node:test';
-import {eventually, openPage, startBrowser, startStand, tabTo, verify} from './stand.js';
+import {eventually, openPage, scan, startBrowser, startStand, tabTo, verify} from './stand.js';
 
 const coat = 'RU-401301-AAA0277031';
 let browser;
@@ -134,6 +134,24 @@ test('a good is edited and the next check says so', async () => {
   await page.locator('#goods-edit [type=submit]').click();
   await page.locator('#goods-complaint', {hasText: 'groupIds'}).waitFor();
   assert.equal((await stand.ask('GET', `/goods/${encodeURIComponent('0104607026010011215new/1\x1d93aB+=')}`)).status, 200);
+});
+
+test('a good\'s symbol is read from the screen as its code, and one of GS1 by its FNC1', async () => {
+  const page = await openPage(browser, stand, {colorScheme: 'dark'});
+  await page.locator('[data-view=goods]').click();
+  const {goods} = (await stand.ask('GET', '/goods')).json;
+  const tobacco = goods.map(({code}) => code).find((code) => code.length === 29 && !code.startsWith('01'));
+  for (const [code, prefix] of [['0104602114050016215wDq+zuM14qHO\x1d93kmLr', 'FNC1'], [tobacco, ''], [coat, ''], ['^FNC1 ^^/\x1d', '']]) {
+    await page.locator('#goods-code').fill(code.replace('\x1d', '<GS>'));
+    await page.locator('#goods-new button').click();
+    await page.locator('#goods-edit .address').filter({hasText: code.replace('\x1d', '<GS>')}).waitFor();
+    assert.equal(scan(await page.locator('.symbol').screenshot()), prefix + code);
+  }
+  await page.locator('#goods-code').fill('x'.repeat(4000));  // more than a symbol holds
+  await page.locator('#goods-new button').click();
+  await page.locator('#goods-edit .address', {hasText: 'xxxx'}).waitFor();
+  assert.equal(await page.locator('.symbol').count(), 0);
+  assert.deepEqual(page.troubles, []);
 });
 
 test('what a till sends is shown as text, and the list has an end', async () => {

@@ -43,6 +43,17 @@ export function verify(settings, ...codes) {
   }
 }
 
+/** What a scanner reads from a picture: the text, with "FNC1" in front where the symbol begins with that. */
+export function scan(png) {
+  const folder = mkdtempSync(join(tmpdir(), 'page-'));
+  try {
+    writeFileSync(join(folder, 'symbol.png'), png);
+    return spawnSync('dmtxread', ['--stop-after=1', '--gs1=7', join(folder, 'symbol.png')], {encoding: 'utf8'}).stdout.replace(/^\x07/, 'FNC1');
+  } finally {
+    rmSync(folder, {recursive: true});
+  }
+}
+
 export const startBrowser = () => chromium.launch({executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium'});
 
 /** A page that notes in `page.troubles` whatever the browser complains about. */
