@@ -113,63 +113,51 @@ TEST_F(LocalModule, IsUsableWhenItsReplySaysReady)
 
 TEST_F(LocalModule, IsBroughtIntoTheConfiguredStateOnEvent96)
 {
-    struct Case
+    struct Order  // behind the request for the status: method and body, and its line in the log
     {
-        const char* greyList;  // setting enableGreyList, null for none yet
-        const char* status;
-        const char* method;  // that is called, empty for none
-        http::Response response;
-        QString notice;
+        QString sent, line;
     };
-    const QJsonObject code5{{"errorCode", 5}};
-    const QString init = "|Ошибка инициализации ЛМЧЗ", grey = "|Ошибка настройки серого списка GTIN";
+    const Order none, init{R"(init{"token":"key"})", "debug Инициализация ЛМЧЗ"},
+        initOn{R"(init{"enableGreyList":true,"token":"key"})", init.line},
+        initOff{R"(init{"enableGreyList":false,"token":"key"})", init.line},
+        on{R"(greyList{"enableGreyList":true,"token":"key"})", "info Включение серых списков GTIN"},
+        off{R"(greyList{"enableGreyList":false,"token":"key"})", "info Выключение серых списков GTIN"};
+    const QString initFails = "|Ошибка инициализации ЛМЧЗ",
+                  greyFails = "|Ошибка настройки серого списка GTIN";
     const QString unsupported = "lmchzGreyListInvalidOperation|Серые списки GTIN временно не поддерживаются";
-    const Case cases[] = {
-        {nullptr, "not_configured", "init", reply(200), {}},
-        {nullptr, "not_configured", "init", reply(500, code5), "lmchzInitError5" + init},
-        {nullptr, "not_configured", "init", reply(403), "lmchzInitError" + init},
-        {nullptr, "ready", "", {}, {}},
-        {"true", "not_configured", "init", cut(reply(200, code5)), {}},
-        {"false", "not_configured", "init", cut(reply(200)), "lmchzInitError" + init},
-        {"true", "ready", "greyList", reply(200), {}},
-        {"false", "ready", "greyList", late(reply(200, code5)), {}},
-        {"true", "ready", "greyList", late(unreadable()), "lmchzGreyListError" + grey},
-        {"true", "ready", "greyList", reply(400, code5), unsupported},
-        {"false", "ready", "greyList", reply(500, {{"errorCode", "x"}}), "lmchzGreyListError0" + grey},
-        {"true", "ready", "greyList", cutOff(), "lmchzGreyListError" + grey},
-        {"unreadable", "ready", "greyList", reply(200), {}},
-        {"true", "sync_error", "", {}, {}},
+    const QJsonObject code5{{"errorCode", 5}};
+    // The setting enableGreyList (null: none yet), what the module says of itself and to the order, the
+    // notice.
+    const std::tuple<const char*, const char*, http::Response, Order, QString> cases[] = {
+        {nullptr, "not_configured", reply(200), init, {}},
+        {nullptr, "not_configured", reply(500, code5), init, "lmchzInitError5" + initFails},
+        {nullptr, "not_configured", reply(403), init, "lmchzInitError" + initFails},
+        {nullptr, "ready", {}, none, {}},
+        {"true", "not_configured", cut(reply(200, code5)), initOn, {}},
+        {"false", "not_configured", cut(reply(200)), initOff, "lmchzInitError" + initFails},
+        {"true", "ready", reply(200), on, {}},
+        {"false", "ready", late(reply(200, code5)), off, {}},
+        {"true", "ready", late(unreadable()), on, "lmchzGreyListError" + greyFails},
+        {"true", "ready", reply(400, code5), on, unsupported},
+        {"false", "ready", reply(500, {{"errorCode", "x"}}), off, "lmchzGreyListError0" + greyFails},
+        {"true", "ready", cutOff(), on, "lmchzGreyListError" + greyFails},
+        {"unreadable", "ready", reply(200), off, {}},
+        {"true", "sync_error", {}, none, {}},
     };
     settings.set("LMCHZ:maintain", "true");
-    for (const Case& c : cases) {
-        QJsonObject body{{"token", "key"}};
-        QStringList lines{"info Получение статуса ЛМЧЗ", QString("debug  статус: ") + c.status};
-        if (c.greyList != nullptr) {
-            settings.set("LMCHZ:enableGreyList", c.greyList);
-            body.insert("enableGreyList", qstrcmp(c.greyList, "true") == 0);
-        }
-        if (qstrcmp(c.method, "init") == 0) {
-            lines << "debug Инициализация ЛМЧЗ";
-        } else if (*c.method != '\0') {
-            lines << (body["enableGreyList"].toBool() ? "info Включение серых списков GTIN"
-                                                      : "info Выключение серых списков GTIN");
+    for (const auto& [greyList, status, response, order, notice] : cases) {
+        if (greyList != nullptr) {
+            settings.set("LMCHZ:enableGreyList", greyList);
         }
         client.emplace();
-        answer("status", reply(200, {{"status", c.status}}));
-        answer("init", c.response);
-        answer("greyList", c.response);
+        answer("status", reply(200, {{"status", status}}));
+        answer("init", response);
+        answer("greyList", response);
         sendEvent96();
-        const auto sent = http.take();
-        ASSERT_EQ(sent.size(), *c.method != '\0' ? 2U : 1U);
-        if (sent.size() == 2) {
-            EXPECT_EQ(sent[1].method + ' ' + sent[1].url.path(), QString("POST /p/api/v2/") + c.method);
-            EXPECT_EQ(QJsonDocument::fromJson(sent[1].body).object(), body);
-        }
-        if (!c.notice.isEmpty()) {
-            lines << "error " + c.notice.section('|', 1);
-        }
-        EXPECT_EQ(log.take(), lines);
-        EXPECT_EQ(shown(), c.notice.isEmpty() ? QStringList() : QStringList("Lmchz|" + c.notice));
+        EXPECT_EQ(orders(), order.sent.isEmpty() ? QStringList() : QStringList("m: " + order.sent));
+        const QStringList lines{order.line, notice.isEmpty() ? "" : "error " + notice.section('|', 1)};
+        EXPECT_EQ(log.take().mid(2), lines.filter(" "));
+        EXPECT_EQ(shown(), notice.isEmpty() ? QStringList() : QStringList("Lmchz|" + notice));
     }
 }
 
@@ -191,12 +179,8 @@ TEST_F(LocalModule, IsMaintainedAsAllItsSectionsSayTogether)
                     }});
     }
     sendEvent96();
-    QStringList asked;
-    for (const SentRequest& sent : http.take()) {
-        asked << sent.url.host() + sent.url.path().section('/', -1) + QString::fromUtf8(sent.body);
-    }
-    EXPECT_EQ(asked, QStringList({"m6status", R"(m6init{"enableGreyList":false,"token":"key"})", "m2status",
-                                  R"(m2init{"token":"key-2"})"}));
+    EXPECT_EQ(orders(), QStringList({R"(m6: init{"enableGreyList":false,"token":"key"})",
+                                     R"(m2: init{"token":"key-2"})"}));
     EXPECT_EQ(shown().size(), 2);
 }
 

@@ -30,6 +30,18 @@ protected:
         Singleton<ActivityNotifier>::instance()->sendEvent(Event(EActivityListener::LocalModulesSetUp));
     }
 
+    /// What was posted since the last call, as "<host>: <method><body>".
+    QStringList orders()
+    {
+        QStringList orders;
+        for (const SentRequest& sent : http.take()) {
+            if (sent.method == "POST") {
+                orders << sent.url.host() + ": " + sent.url.path().section('/', -1) + QString(sent.body);
+            }
+        }
+        return orders;
+    }
+
     /// What the cashier was shown since the last call, as "<id>|<text id>|<text>"; in front of it "locked "
     /// if no other thread could have begun an exchange meanwhile.
     QStringList shown() { return std::exchange(notices, {}); }

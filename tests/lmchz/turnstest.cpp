@@ -33,6 +33,21 @@ protected:
     {
         return client->checkMarkingCodes({}, {MarkingCode("A")}, token);
     }
+    /// Begins everything that must wait while an exchange is running, each in a thread of its own.
+    std::vector<std::future<void>> beginAll()
+    {
+        std::vector<std::future<void>> begun;
+        for (const std::function<void()>& operation : std::initializer_list<std::function<void()>>{
+                 [this] { client->getStatus("key-2"); }, [this] { check("key-2"); },
+                 [this] { client->toggleGreyListByToken("key-2", true); },
+                 [this] { (void)client->createClient(); },
+                 [this] { (void)client->getUrl(LmchzClient::Status); },
+                 [this] { (void)client->getHeaders(); },
+                 [this] { EXPECT_TRUE(client->takeTurn(1h).owns_lock()); }}) {
+            begun.push_back(inAnotherThread(operation));
+        }
+        return begun;
+    }
 };
 
 TEST_F(LocalModuleTurns, EveryOperationWaitsForTheExchangeBeforeIt)
@@ -41,40 +56,24 @@ TEST_F(LocalModuleTurns, EveryOperationWaitsForTheExchangeBeforeIt)
     const std::function<void()> aCheck = [this] { check("key"); };
     const std::function<void()> init = [this] { client->init(Event(EActivityListener::LocalModulesSetUp)); };
     const std::function<void()> greyList = [this] { client->toggleGreyListByToken("key", true); };
-    struct Case
-    {
-        std::function<void()> operation;
-        const char* stopped;  // which request of it
-        const char* status;   // what the module says of itself
-        size_t following;     // requests
-    };
-    const Case cases[] = {{status, "status", "ready", 0},       {aCheck, "status", "ready", 1},
-                          {aCheck, "cis/outCheck", "ready", 0}, {init, "status", "not_configured", 1},
-                          {init, "init", "not_configured", 0},  {greyList, "greyList", "ready", 0}};
-    for (const Case& c : cases) {
+    // The operation, which request of it is stopped, what the module says of itself, how many requests
+    // follow.
+    const std::tuple<std::function<void()>, const char*, const char*, size_t> cases[] = {
+        {status, "status", "ready", 0},       {aCheck, "status", "ready", 1},
+        {aCheck, "cis/outCheck", "ready", 0}, {init, "status", "not_configured", 1},
+        {init, "init", "not_configured", 0},  {greyList, "greyList", "ready", 0}};
+    for (const auto& [operation, request, state, following] : cases) {
         answer("status", reply(200, {{"status", "ready"}}));
         client->getStatus("key");
         StoppedAnswer stopped;
-        const http::Response says = reply(200, {{"status", c.status}});
+        const http::Response says = reply(200, {{"status", state}});
         answer("status", says);
-        answer(c.stopped, stopped.of([says](const SentRequest&) { return says; }));
-        auto first = inAnotherThread(c.operation);
+        answer(request, stopped.of([says](const SentRequest&) { return says; }));
+        auto first = inAnotherThread(operation);
         ASSERT_TRUE(stopped.isAsked());
         (void)http.take();
-        const std::vector<std::function<void()>> operations{
-            [this] { client->getStatus("key-2"); },
-            [this] { check("key-2"); },
-            [this] { client->toggleGreyListByToken("key-2", true); },
-            [this] { (void)client->createClient(); },
-            [this] { (void)client->getUrl(LmchzClient::Status); },
-            [this] { (void)client->getHeaders(); },
-            [this] { EXPECT_TRUE(client->takeTurn(1h).owns_lock()); }};
-        std::vector<std::future<void>> waiting;
-        for (const auto& operation : operations) {
-            waiting.push_back(inAnotherThread(operation));
-        }
-        auto hasty = inAnotherThread([this] { EXPECT_FALSE(client->takeTurn(1ms).owns_lock()); });
-        EXPECT_EQ(hasty.wait_for(10s), std::future_status::ready);
+        auto waiting = beginAll();
+        inAnotherThread([this] { EXPECT_FALSE(client->takeTurn(1ms).owns_lock()); }).wait();
         EXPECT_EQ(waiting.front().wait_for(20ms), std::future_status::timeout);
         for (const auto& one : waiting) {
             EXPECT_EQ(one.wait_for(0s), std::future_status::timeout);
@@ -82,12 +81,10 @@ TEST_F(LocalModuleTurns, EveryOperationWaitsForTheExchangeBeforeIt)
         EXPECT_TRUE(http.take().empty());
         stopped.goOn();
         first.wait();
-        for (const auto& one : waiting) {
-            one.wait();
-        }
+        waiting.clear();  // each waits for its end
         const auto sent = http.take();
-        ASSERT_GE(sent.size(), c.following + 3);
-        EXPECT_TRUE(c.following == 0 || sent[0].url.host() == "m") << c.stopped;
+        ASSERT_GE(sent.size(), following + 3);
+        EXPECT_TRUE(following == 0 || sent[0].url.host() == "m") << request;
     }
 }
 

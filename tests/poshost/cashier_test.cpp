@@ -114,21 +114,6 @@ TEST(Cashier, ExitStatusTellsWhetherSomethingIsLeftRefused)
     }
 }
 
-TEST(Cashier, IsShownNoticesAndModulesAndPermissions)
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"bad-token", "! СООБЩЕНИЕ КАССИРУ\n"},
-        {"bad-token", "  ключ не принят: сообщите администратору\n"},
-        {"blackout", "  проверено локальным модулем\n"},
-        {"blackout-alone", "  нет связи с сервером проверки: повторите позже\n"},
-        {"emergency-alone", "  вердикта нет, продажа разрешена\n"},
-    };
-    for (const auto& [scenario, text] : cases) {
-        const ProcessOutcome run = poshost({"--scenario", scenario, "cashier"}, milk);
-        EXPECT_TRUE(run.output.contains(text)) << scenario << ": " << run.output.data();
-    }
-}
-
 struct Ending
 {
     const char* name;

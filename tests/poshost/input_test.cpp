@@ -51,19 +51,6 @@ TEST(Input, IsReadToItsEndHoweverItComes)
     }
 }
 
-TEST(Input, OfSettingsAndOfACashierMayBeAPipe)
-{
-    const MarkSim stand;
-    const SettingsFile settings(QByteArray(100'000, '#') + '\n' + settingsFor(stand));
-    const QByteArray milk = "0104607026010011215rhTuv<GS>93VBOs";
-    const ProcessOutcome run = shell(
-        R"({ printf '\xef\xbb\xbf0104607026'; sleep 0.2; printf '010011215rhTuv<GS>93VBOs\r\n'; } |
-           "$0" --config <(head -c 70000 "$1"; sleep 0.2; tail -c +70001 "$1") cashier)",
-        settings, {});
-    EXPECT_EQ(run.exitStatus, 0) << run.errors.data() << run.output.data();
-    EXPECT_EQ(checkedCodes(stand), QJsonArray{QString(milk).replace("<GS>", "\x1d")});
-}
-
 TEST(Input, OfAKeyIsAFileOrTheEnvironment)
 {
     const MarkSim stand;

@@ -7,11 +7,6 @@
 
 namespace {
 
-const QString milk = "0104607026010011215rhTuv\x1d"
-                     "93VBOs";
-const QString sold = "0104602114050023215Hlpa+Bq/Cefu\x1d"
-                     "93Xxhu";
-
 QStringList verifyAt(const SettingsFile& settings, const QStringList& arguments)
 {
     return QStringList{"--config", settings.path(), "verify"} + arguments;
@@ -32,55 +27,23 @@ TEST(Outcome, ARefusalThatNobodyAskedForIsNoSuccess)
     EXPECT_EQ(run.exitStatus, 1);
 }
 
-TEST(Outcome, ARefundForgivesWhatWasSoldAndNothingElse)
-{
-    const MarkSim stand;
-    const SettingsFile settings(settingsFor(stand));
-    const QString blocked = "010290000047504521RWlBaT+F6E9CP\x1d"
-                            "91EE34\x1d"
-                            "92YBy9Lmr4PaWbP3gvY1pIXoQOrgRb5vPG5c6qSYhzYTF=";
-    for (const auto& [codes, status] :
-         {std::pair(QStringList{milk, sold}, 0), {QStringList{sold, blocked}, 1}}) {
-        const ProcessOutcome run = poshost(verifyAt(settings, QStringList{"--json", "--refund"} + codes));
-        const QJsonObject report = onlyObject(run.output);
-        EXPECT_EQ(run.exitStatus, status);
-        EXPECT_EQ(report["success"], status == 0);
-        EXPECT_TRUE(report["passedCodes"].toArray().contains(sold));
-    }
-    EXPECT_EQ(poshost(verifyAt(settings, {sold})).exitStatus, 1);
-    EXPECT_TRUE(poshost(verifyAt(settings, {"--refund", sold})).output.contains("товар был продан"));
-}
-
-struct WithoutVerdict
-{
-    const char* behaviour;
-    int exitStatus;
-    const char* text;
-    const char* banner;
-};
-
-/// No module is configured. A cashier's till ends with the same status.
+/// In the table and on the banner; a cashier's till ends with the same status.
 TEST(Outcome, AGoodWithoutAVerdictIsNotOneThatPassed)
 {
-    const WithoutVerdict cases[] = {
-        {R"({"method": "check", "status": 203})", 5, "! БЕЗ ПРОВЕРКИ  RU-1\n\n",
-         "  ! БЕЗ ПРОВЕРКИ: продажа разрешена\n"},
-        {R"({"method": "check", "status": 401})", 1, "✗ ОТКАЗ   RU-1  ключ не принят;", "  ключ не принят: "},
-        {R"({"connect": "refuse"})", 1, "ни одна площадка не доступна", "  нет связи с сервером проверки"},
-    };
-    for (const auto& [behaviour, exitStatus, text, banner] : cases) {
-        const MarkSim stand;
-        stand.behave("sites", behaviour);
-        const SettingsFile settings(settingsFor(stand).replace("enable = true", "enable = false"));
-        const ProcessOutcome table = poshost(verifyAt(settings, {"RU-1"}));
-        EXPECT_EQ(table.exitStatus, exitStatus) << behaviour;
-        EXPECT_TRUE(table.output.contains(text)) << table.output.data();
-        const QJsonObject report = onlyObject(poshost(verifyAt(settings, {"--json", "RU-1"})).output);
-        EXPECT_TRUE(report.contains("source"));
-        EXPECT_EQ(report["source"].isNull(), report["errorKind"] != 0) << behaviour;
-        const ProcessOutcome cashier = poshost({"--config", settings.path(), "cashier"}, "RU-1\n");
-        EXPECT_EQ(cashier.exitStatus, exitStatus);
-        EXPECT_TRUE(cashier.output.contains(banner)) << cashier.output.data();
+    const std::tuple<const char*, int, const char*, const char*> cases[] = {
+        {"emergency-alone", 5, "! БЕЗ ПРОВЕРКИ  RU-1\n\n", "  ! БЕЗ ПРОВЕРКИ: продажа разрешена\n"},
+        {"bad-token", 1, "✗ ОТКАЗ   RU-1  ", "  ключ не принят: сообщите администратору\n"},
+        {"bad-token", 1, "ключ не принят", "! СООБЩЕНИЕ КАССИРУ\n"},
+        {"blackout-alone", 1, "ни одна площадка не доступна",
+         "  нет связи с сервером проверки: повторите позже\n"},
+        {"blackout", 0, "Источник: локальный модуль", "  проверено локальным модулем\n"}};
+    for (const auto& [scenario, exitStatus, text, banner] : cases) {
+        for (const auto& [output, run] :
+             {std::pair(text, poshost({"--scenario", scenario, "verify", "RU-1"})),
+              {banner, poshost({"--scenario", scenario, "cashier"}, "RU-1\n")}}) {
+            EXPECT_EQ(run.exitStatus, exitStatus) << scenario;
+            EXPECT_TRUE(run.output.contains(output)) << scenario << run.output.data();
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #include <QFile>
 #include <QJsonArray>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -72,23 +73,6 @@ INSTANTIATE_TEST_SUITE_P(All, ShippedScenario, testing::ValuesIn(shipped), [](co
     return QString(expected.param.scenario).remove('-').toStdString();
 });
 
-/// Who gives the verdicts, in the words of a page of the documentation.
-struct Page
-{
-    const char* file;
-    const char* nobody;
-    const char* site;
-    const char* module;
-
-    [[nodiscard]] QByteArray giver(const Expected& expected) const
-    {
-        if (expected.errorKind != 0) {
-            return nobody;
-        }
-        return QByteArray(expected.source) == "online" ? site : module;
-    }
-};
-
 TEST(Scenarios, EveryShippedOneIsListedWithALineAndTested)
 {
     const QList<QByteArray> lines = poshost({"scenarios"}).output.trimmed().split('\n');
@@ -102,18 +86,14 @@ TEST(Scenarios, EveryShippedOneIsListedWithALineAndTested)
 
 TEST(Scenarios, EveryShippedOneIsDocumentedWithWhatItComesTo)
 {
-    const Page pages[] = {{SOURCE_FOLDER "/docs/scenarios.md", "nobody", "the operator", "the local module"},
-                          {SOURCE_FOLDER "/docs/scenarios.ru.md", "ничьи", "оператора", "локального модуля"}};
-    for (const Page& page : pages) {
-        QFile file(page.file);
+    for (const char* page : {SOURCE_FOLDER "/docs/scenarios.md", SOURCE_FOLDER "/docs/scenarios.ru.md"}) {
+        QFile file(page);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        const QByteArray text = file.readAll();
+        const QString text = QString::fromUtf8(file.readAll());
         for (const Expected& expected : shipped) {
-            const QByteArray begin = QByteArray("\n| `") + expected.scenario + "` |";
-            const QByteArray row = text.mid(text.indexOf(begin) + 1).split('\n').first();
-            const QByteArray end =
-                "| " + page.giver(expected) + " | " + QByteArray::number(expected.exitStatus);
-            EXPECT_TRUE(text.contains(begin) && row.contains(end)) << page.file << begin.data() << row.data();
+            const QRegularExpression row(
+                QStringLiteral("\n\\| `%1` \\|.*\\| %2\\b").arg(expected.scenario).arg(expected.exitStatus));
+            EXPECT_TRUE(text.contains(row)) << page << expected.scenario;
         }
     }
 }

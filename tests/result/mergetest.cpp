@@ -171,12 +171,10 @@ TEST(Comparison, SeesEveryDifferenceAndOrdersByIt)
         [](Result& r) { r.setUrl(QUrl("http://s")); },
         [](Result& r) { r.setBody("{}"); },
         [](Result& r) { r.setErrorKind(http::ErrorKind::Unreachable); },
-        [](Result& r) { r.setErrorText(tr::Tr("id", "")); },
         [](Result& r) { r.setErrorText(tr::Tr("id", "text")); },
         [](Result& r) { r.setTimeout(true); },
         [](Result& r) { r.setNetworkError(true); },
         [](Result& r) { r.setNetworkError(http::NetworkError::Timeout); },
-        [](Result& r) { r = Result(CheckMarkingCodesReply(r, {})); },
         [](Result& r) {
             r = Result(CheckMarkingCodesReply(r, {{"x", 1}}));
         },
@@ -192,7 +190,6 @@ TEST(Comparison, SeesEveryDifferenceAndOrdersByIt)
         [&](Result& r) { r.requestInfos[code].inst = "i"; },
         [&](Result& r) { r.expireDates[code] = date; },
         [&](Result& r) { r.productWeights[code] = 1; },
-        [&](Result& r) { r.mrps[code].groupId = 1; },
         [&](Result& r) { r.mrps[code].mrp = 1; }};
     Result before;
     for (const auto& change : changes) {

@@ -217,24 +217,6 @@ TEST(CheckReply, IsReadFromTheObjectThatTheReplyGives)
     EXPECT_EQ(Result(replaced).responseObject(), replaced.responseObject());
 }
 
-TEST(CheckReply, AsksTheClockForEachDateThatCounts)
-{
-    struct Clock : CurrentTime
-    {
-        mutable int looks = 0;
-        Clock() { MockFactory<CurrentTime>::mocked = this; }
-        ~Clock() override { MockFactory<CurrentTime>::mocked = nullptr; }
-        QDateTime currentDateTime() const override { return QDateTime::fromMSecsSinceEpoch(++looks); }
-    } clock;
-    const Result result = parse(R"({"codes": [
-        {"cis": "A", "expireDate": "1970-01-01T00:00:00.002Z"}, {"cis": "B"},
-        {"cis": "C", "expireDate": "1970-01-01T00:00:00.002Z"},
-        {"cis": "D", "expireDate": "1970-01-01T00:00:00.002Z", "isCheckedOffline": true}]})");
-    EXPECT_EQ(clock.looks, 2);
-    EXPECT_EQ(result.failedCodes.keys(), QList{MarkingCode("C")});
-    EXPECT_EQ(result.expireDates.size(), 3);
-}
-
 TEST(CheckReply, IsReadUpToABoundFarAboveAnyCheck)
 {
     QByteArray body = R"({"codes": [{"cis": "A"})";

@@ -32,23 +32,3 @@ TEST_F(Admin, ChangesBehavioursGoodsAndModulesAndGoesBackToTheStart)
     EXPECT_EQ(client.entry(code)["found"], false);
     EXPECT_EQ(stand.admin("GET", "/modules/module-1")["state"], "ready");
 }
-
-TEST(LogOverTls, TellsOfDurationsAndOfConnectionsThatCameToNothing)
-{
-    const MarkSim stand({"--tls"});
-    StandClient client(stand);
-    EXPECT_EQ(client.health().status, 0) << "the authority is not trusted";
-    client.caFile = stand.ready()["caFile"].toString().toUtf8();
-    stand.behave("site-1", R"([{"connect": "reset", "times": 1}, {"latencyMs": 300}])");
-    EXPECT_EQ(client.health().status, 0);
-    EXPECT_EQ(client.health().status, 200);
-    EXPECT_EQ(stand.requests("site-1").size(), 1) << "only requests, unless connections are asked for";
-    const QJsonArray log = stand.admin("GET", "/requests?connections=1&server=site-1")["requests"].toArray();
-    ASSERT_EQ(log.size(), 3);
-    EXPECT_EQ(log[0]["outcome"], "handshake failed");
-    EXPECT_TRUE(log[0]["reason"].toString().contains("unknown ca")) << toJson(log[0]).data();
-    EXPECT_EQ(log[0]["method"], "");
-    EXPECT_EQ(log[1]["outcome"], "reset");
-    EXPECT_GE(log[2]["durationMs"].toInt(), 300);
-    EXPECT_LT(log[2]["durationMs"].toInt(), 5000);
-}

@@ -110,27 +110,3 @@ TEST(Scenario, IsTakenByTheNameOfAShippedOne)
     expectRefusal({"--scenario", "blackot"},
                   "blackot: there is no such file, and no such scenario is shipped; those are bad-token");
 }
-
-/// The published schema is what the program checks by: no definition in it takes what it does not name.
-TEST(Schema, RefusesUnknownKeysEverywhere)
-{
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-        {"/scenario", R"({"?": 1})", "body"},
-        {"/behaviours/all", R"([{"?": 1}])", "body[0]"},
-        {"/behaviours/all", R"({"cut": {"after": 1, "?": 1}})", "body.cut"},
-        {"/behaviours/all", R"({"drip": {"?": 1}})", "body.drip"},
-        {"/behaviours/all", R"({"answers": {"?": 1}})", "body.answers"},
-        {"/goods/x", R"({"?": 1})", "body"},
-        {"/modules/module-1", R"({"?": 1})", "body"},
-        {"/scenario", R"({"servers": {"operator-1": {"?": 1}}})", "body.servers.operator-1"},
-        {"/scenario", R"({"servers": {"site-1": {"?": 1}}})", "body.servers.site-1"},
-        {"/scenario", R"({"servers": {"module-1": {"?": 1}}})", "body.servers.module-1"},
-        {"/scenario", R"({"servers": {"all": {"keys": ["x"]}}})", "body.servers.all"},
-    };
-    const MarkSim stand;
-    for (const auto& [path, body, where] : cases) {
-        const HttpReply reply = stand.ask("PUT", path, body);
-        EXPECT_EQ(reply.status, 400) << body;
-        EXPECT_TRUE(reply.json()["error"].toString().startsWith(QString(where) + ": unknown key")) << body;
-    }
-}
