@@ -56,6 +56,7 @@ completes "poshost --stand sc" scenarios
 completes "poshost --st" --stand
 completes "poshost verify --re" --refund --request-timeout
 completes "poshost verify --service t" turon
+completes "poshost doctor --lang " en ru
 completes "poshost --scenario black" blackout blackout-alone
 completes "poshost --scenario=cal" calm
 completes "poshost --log-level w" warn

@@ -12,6 +12,7 @@ _crptservice_tools_values() {
         mapfile -t COMPREPLY < <(compgen -W "$("${program/%marksim/poshost}" scenarios 2>/dev/null | sed 's/ .*//')" -- "$current")
         ;;
     --only) mapfile -t COMPREPLY < <(compgen -W "trouble" -- "$current") ;;
+    --lang) mapfile -t COMPREPLY < <(compgen -W "en ru" -- "$current") ;;
     --color) mapfile -t COMPREPLY < <(compgen -W "always never auto" -- "$current") ;;
     --service) mapfile -t COMPREPLY < <(compgen -W "crpt turon esm" -- "$current") ;;
     --log-level)

@@ -3,6 +3,8 @@
 # The values that the option of the help's line takes; fails when there is nothing to choose from.
 function __crptservice_tools_values --argument-names program option line
     switch $option
+        case --lang
+            printf '%s\n' en ru
         case --color
             printf '%s\n' always never auto
         case --only

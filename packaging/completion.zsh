@@ -15,6 +15,7 @@ _crptservice_tools() {
     done
     if [[ $previous == --* ]] && line=$(grep -E -m 1 -- "^  (-[a-z],)?$previous [A-Z]" <<<$help); then
         case $previous in
+        --lang) compadd en ru ;;
         --color) compadd always never auto ;;
         --only) compadd trouble ;;
         --service) compadd crpt turon esm ;;

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "poshost/language.h"
 #include "poshost/till/fatalerror.h"
 #include "poshost/till/output.h"
 
@@ -122,6 +123,9 @@ CommandLine::CommandLine(CLI::App& app)
     m_app.fallthrough();
     m_app.allow_extras();
     addGlobalOptions(m_app, m_options);
+    addText(m_app, "--lang", m_language, "LANG",
+            "Language of results: en or ru; by default that of the locale")
+        ->check(CLI::IsMember({"en", "ru"}).description(""));
 }
 
 CLI::App* CommandLine::addVerb(const char* name, const char* help, Work work)
@@ -149,9 +153,21 @@ std::function<int()> CommandLine::parse(int argc, const char* const* argv)
     } catch (const CLI::ParseError& error) {
         refuseLine(m_app, error);
     }
+    chooseLanguage();
     readCodes(end == all.end() ? Arguments() : Arguments(end + 1, all.end()));
     m_options.stand = m_options.stand || !m_options.scenario.isEmpty();
     return [work = m_work, options = m_options] { return work(options); };
+}
+
+/// What programs read says the same in every language.
+void CommandLine::chooseLanguage() const
+{
+    const CLI::Option* json = m_app.get_subcommands().front()->get_option_no_throw("--json");
+    if (json != nullptr && json->count() > 0) {
+        setLanguage(Language::Russian);
+    } else if (!m_language.isEmpty()) {
+        askForLanguage(m_language == QLatin1String("en") ? Language::English : Language::Russian);
+    }
 }
 
 /// What no option has taken is a code, here and behind "--".

@@ -62,10 +62,12 @@ public:
     [[nodiscard]] std::function<int()> parse(int argc, const char* const* argv);
 
 private:
+    void chooseLanguage() const;
     void readCodes(const std::vector<std::string>& behindDashes);
 
     CLI::App& m_app;
     Options m_options;
+    QString m_language;  ///< of --lang
     Work m_work;
 };
 

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 
 #include "poshost/commandline.h"
+#include "poshost/language.h"
 #include "poshost/till/fatalerror.h"
 #include "poshost/till/output.h"
 #include "poshost/till/signals.h"
@@ -72,7 +73,8 @@ int statusOf(int argc, char** argv)
 int main(int argc, char** argv)
 {
     occupyStandardStreams();
-    useUtf8();
+    poshost::setLanguage(poshost::languageOfEnvironment());
+    useUtf8();  // changes the environment
     // A failed write is reported where it happens.
     (void)std::signal(SIGPIPE, SIG_IGN);
     QCoreApplication app(argc, argv);

@@ -5,6 +5,7 @@
 
 #include <QJsonDocument>
 
+#include "poshost/language.h"
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>
 
@@ -14,12 +15,14 @@ namespace {
 
 using http::NetworkError;
 using http::Stage;
+using poshost::said;
+using poshost::Text;
 
 struct Words
 {
     const char* id;
-    const char16_t* text;
-    const char16_t* advice;
+    Text text;
+    Text advice;
 };
 
 struct ErrorRow
@@ -27,28 +30,47 @@ struct ErrorRow
     NetworkError error;
     Words words;
 };
-constexpr const char16_t* lookAtProxy = u"проверьте [Network] proxy";
-constexpr Words badReply = {"bad-reply", u"ответ не разобрать", u"проверьте, тот ли это сервер и порт"};
+constexpr Text lookAtProxy = {u"look at [Network] proxy", u"проверьте [Network] proxy"};
+constexpr Words badReply = {
+    "bad-reply",
+    {u"the reply makes no sense", u"ответ не разобрать"},
+    {u"see whether server and port are the right ones", u"проверьте, тот ли это сервер и порт"}};
 constexpr std::array errors = {
     ErrorRow{NetworkError::HostNotFound,
-             {"not-resolved", u"имя сервера не найдено", u"проверьте адрес, кабель и настройку DNS"}},
+             {"not-resolved",
+              {u"the server's name was not found", u"имя сервера не найдено"},
+              {u"look at the address, the cable and the DNS settings",
+               u"проверьте адрес, кабель и настройку DNS"}}},
     ErrorRow{NetworkError::ConnectionRefused,
-             {"refused", u"соединение отклонено",
-              u"проверьте порт в адресе, запущен ли сервер и межсетевой экран"}},
+             {"refused",
+              {u"connection refused", u"соединение отклонено"},
+              {u"look at the port of the address, whether the server runs, and the firewall",
+               u"проверьте порт в адресе, запущен ли сервер и межсетевой экран"}}},
     ErrorRow{NetworkError::RemoteHostClosed,
-             {"closed", u"соединение прервано до полного ответа",
-              u"повторите позже; если не пройдёт, проверьте межсетевой экран и прокси"}},
-    ErrorRow{NetworkError::ProxyConnectionRefused, {"proxy", u"прокси-сервер не отвечает", lookAtProxy}},
-    ErrorRow{NetworkError::ProxyNotFound, {"proxy", u"имя прокси-сервера не найдено", lookAtProxy}},
-    ErrorRow{NetworkError::ProxyAuthenticationRequired, {"proxy", u"прокси-сервер не пускает", lookAtProxy}},
+             {"closed",
+              {u"the connection broke off before the whole reply", u"соединение прервано до полного ответа"},
+              {u"try again later; if it stays so, look at firewall and proxy",
+               u"повторите позже; если не пройдёт, проверьте межсетевой экран и прокси"}}},
+    ErrorRow{NetworkError::ProxyConnectionRefused,
+             {"proxy", {u"the proxy does not answer", u"прокси-сервер не отвечает"}, lookAtProxy}},
+    ErrorRow{NetworkError::ProxyNotFound,
+             {"proxy", {u"the proxy's name was not found", u"имя прокси-сервера не найдено"}, lookAtProxy}},
+    ErrorRow{NetworkError::ProxyAuthenticationRequired,
+             {"proxy", {u"the proxy lets nobody through", u"прокси-сервер не пускает"}, lookAtProxy}},
     ErrorRow{NetworkError::ProtocolUnknown,
-             {"bad-address", u"по такому адресу нельзя обратиться", u"исправьте адрес"}},
+             {"bad-address",
+              {u"nobody can be asked at such an address", u"по такому адресу нельзя обратиться"},
+              {u"correct the address", u"исправьте адрес"}}},
     ErrorRow{NetworkError::ProtocolFailure, badReply},
-    ErrorRow{
-        NetworkError::OperationCanceled,
-        {"refused-here", u"касса сама не отправила запрос", u"проверьте, нет ли в ключе перевода строки"}},
+    ErrorRow{NetworkError::OperationCanceled,
+             {"refused-here",
+              {u"the till itself did not send the request", u"касса сама не отправила запрос"},
+              {u"see whether the key holds a line end", u"проверьте, нет ли в ключе перевода строки"}}},
 };
-constexpr Words otherError = {"network", u"нет связи", u"проверьте сеть, маршрут и межсетевой экран"};
+constexpr Words otherError = {
+    "network",
+    {u"no connection", u"нет связи"},
+    {u"look at the network, the route and the firewall", u"проверьте сеть, маршрут и межсетевой экран"}};
 
 struct StageRow
 {
@@ -57,16 +79,26 @@ struct StageRow
 };
 constexpr std::array timeouts = {
     StageRow{Stage::LookUp,
-             {"not-resolved", u"имя сервера не нашлось за отведённое время", u"проверьте настройку DNS"}},
+             {"not-resolved",
+              {u"the server's name was not found in time", u"имя сервера не нашлось за отведённое время"},
+              {u"look at the DNS settings", u"проверьте настройку DNS"}}},
     StageRow{Stage::Connect,
-             {"not-connected", u"соединение не установлено за отведённое время",
-              u"проверьте адрес, маршрут и межсетевой экран"}},
+             {"not-connected",
+              {u"no connection was made in time", u"соединение не установлено за отведённое время"},
+              {u"look at the address, the route and the firewall",
+               u"проверьте адрес, маршрут и межсетевой экран"}}},
     StageRow{Stage::Handshake,
-             {"tls", u"защищённое соединение не установлено за отведённое время",
-              u"проверьте межсетевой экран и прокси; на том ли порту сервер"}},
+             {"tls",
+              {u"no secure connection was made in time",
+               u"защищённое соединение не установлено за отведённое время"},
+              {u"look at firewall and proxy; is the server at that port?",
+               u"проверьте межсетевой экран и прокси; на том ли порту сервер"}}},
 };
-constexpr Words noAnswer = {"no-answer", u"соединение есть, ответа за отведённое время нет",
-                            u"повторите позже; если не пройдёт, увеличьте предел ожидания"};
+constexpr Words noAnswer = {
+    "no-answer",
+    {u"connected, but no reply in time", u"соединение есть, ответа за отведённое время нет"},
+    {u"try again later; if it stays so, raise the time limit",
+     u"повторите позже; если не пройдёт, увеличьте предел ожидания"}};
 
 /// By OpenSSL's numbers.
 struct CertificateRow
@@ -76,30 +108,54 @@ struct CertificateRow
     Words words;
 };
 constexpr std::array certificates = {
+    CertificateRow{9,
+                   9,
+                   {"certificate-not-yet-valid",
+                    {u"the certificate is not valid yet", u"сертификат ещё не действует"},
+                    {u"look at the till's date and clock", u"проверьте дату и часы кассы"}}},
     CertificateRow{
-        9, 9, {"certificate-not-yet-valid", u"сертификат ещё не действует", u"проверьте дату и часы кассы"}},
-    CertificateRow{10,
-                   10,
-                   {"certificate-expired", u"срок сертификата истёк",
-                    u"проверьте дату и часы кассы; если они верны, дело владельца сервера"}},
-    CertificateRow{18,
-                   21,
-                   {"certificate-untrusted", u"сертификат выдан центром, которому нет доверия",
-                    u"установите корневой сертификат в систему или назовите его в [Network] caFile"}},
+        10,
+        10,
+        {"certificate-expired",
+         {u"the certificate has expired", u"срок сертификата истёк"},
+         {u"look at the till's date and clock; if they are right, it is for the server's owner to mend",
+          u"проверьте дату и часы кассы; если они верны, дело владельца сервера"}}},
+    CertificateRow{
+        18,
+        21,
+        {"certificate-untrusted",
+         {u"the certificate's issuer is not trusted", u"сертификат выдан центром, которому нет доверия"},
+         {u"install the root certificate in the system or name it in [Network] caFile",
+          u"установите корневой сертификат в систему или назовите его в [Network] caFile"}}},
 };
-constexpr Words otherCertificate = {"certificate", u"сертификат не принят",
-                                    u"проверьте часы кассы и [Network] caFile"};
-constexpr Words wrongName = {"certificate-name", u"сертификат выдан другому имени",
-                             u"проверьте адрес; нет ли прокси, который подменяет сертификаты"};
-constexpr Words noHandshake = {"tls", u"защищённое соединение не установлено",
-                               u"проверьте, не http ли это порт, и не мешает ли межсетевой экран"};
+constexpr Words otherCertificate = {
+    "certificate",
+    {u"the certificate is not accepted", u"сертификат не принят"},
+    {u"look at the till's clock and [Network] caFile", u"проверьте часы кассы и [Network] caFile"}};
+constexpr Words wrongName = {"certificate-name",
+                             {u"the certificate is for another name", u"сертификат выдан другому имени"},
+                             {u"look at the address; is there a proxy that replaces certificates?",
+                              u"проверьте адрес; нет ли прокси, который подменяет сертификаты"}};
+constexpr Words noHandshake = {"tls",
+                               {u"no secure connection was made", u"защищённое соединение не установлено"},
+                               {u"see whether it is a port for http, and whether a firewall is in the way",
+                                u"проверьте, не http ли это порт, и не мешает ли межсетевой экран"}};
 
-constexpr Words brokenCaFile = {"ca-file", u"файл доверенных сертификатов не читается",
-                                u"назовите в [Network] caFile файл PEM или уберите строку"};
-constexpr Words tooLarge = {"reply-too-large", u"ответ больше предела [Network] maxReplyBytes",
-                            u"проверьте адрес; если сервер тот, увеличьте предел"};
-constexpr Words webPage = {"captive-portal", u"вместо ответа пришла веб-страница: отвечает не тот сервер",
-                           u"проверьте адрес и то, не требует ли сеть входа через браузер"};
+constexpr Words brokenCaFile = {
+    "ca-file",
+    {u"the file of trusted certificates cannot be read", u"файл доверенных сертификатов не читается"},
+    {u"name a PEM file in [Network] caFile or take the line out",
+     u"назовите в [Network] caFile файл PEM или уберите строку"}};
+constexpr Words tooLarge = {
+    "reply-too-large",
+    {u"the reply is over the limit [Network] maxReplyBytes", u"ответ больше предела [Network] maxReplyBytes"},
+    {u"look at the address; if the server is the right one, raise the limit",
+     u"проверьте адрес; если сервер тот, увеличьте предел"}};
+constexpr Words webPage = {"captive-portal",
+                           {u"a web page came in place of a reply: another server answers",
+                            u"вместо ответа пришла веб-страница: отвечает не тот сервер"},
+                           {u"look at the address, and whether the network wants a login by browser",
+                            u"проверьте адрес и то, не требует ли сеть входа через браузер"}};
 
 template <class Rows, class Fits>
 const Words& pick(const Rows& rows, const Words& otherwise, Fits fits)
@@ -179,7 +235,7 @@ Trouble troubleOf(const http::ExchangeRecord& exchange)
     }
     const QString& detail = exchange.transport.detail;
     const QString more = detail.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(detail);
-    return {words->id, QString::fromUtf16(words->text) + more, QString::fromUtf16(words->advice)};
+    return {words->id, said(words->text) + more, said(words->advice)};
 }
 
 }  // namespace doctor

@@ -11,7 +11,7 @@
 
 namespace doctor {
 
-/// Called with what is about to be done, in Russian, before every request. What it throws ends the
+/// Called with what is about to be done, before every request. What it throws ends the
 /// examination.
 using OnStep = std::function<void(const QString&)>;
 
@@ -26,8 +26,8 @@ using OnStep = std::function<void(const QString&)>;
 struct Trouble
 {
     const char* id = nullptr;  ///< null when there was a reply
-    QString text;              ///< in Russian
-    QString advice;            ///< in Russian
+    QString text;
+    QString advice;
 
     explicit operator bool() const { return id != nullptr; }
 };

@@ -15,6 +15,7 @@
 #include "poshost/doctor/operatorcheck.h"
 #include "poshost/doctor/reports.h"
 #include "poshost/doctor/settingscheck.h"
+#include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/till/fatalerror.h"
 #include "poshost/till/output.h"
@@ -43,7 +44,6 @@ struct DoctorOptions
     bool offline = false;            ///< the settings alone
     bool strict = false;             ///< notes count
     std::vector<std::string> files;  ///< of settings, offline
-    QString language;                ///< of the list of keys: "en" or "ru"
 };
 
 /// Shows on a terminal what is being waited for.
@@ -110,7 +110,7 @@ void Examination::useStand(const ShippedScenario& scenario)
 {
     m_report.stand = true;
     m_report.add(Level::Note, Area::Settings, "stand", QStringLiteral("--stand"),
-                 QStringLiteral("проверяется тестовый стенд"));
+                 said({u"the test stand is examined", u"проверяется тестовый стенд"}));
     m_stand.emplace(scenario.stand);
     m_stand->applyTo(m_config);
     scenario.applySettings(m_config);
@@ -130,7 +130,8 @@ QString markingSections(const QList<doctor::MarkingSection>& sections)
     for (const doctor::MarkingSection& section : sections) {
         texts.append(QStringLiteral("[%1] %2").arg(section.section, section.service));
     }
-    return texts.isEmpty() ? QStringLiteral("нет ни одной секции MarkedGoods*, DraftBeer*, Motp*, Moot*")
+    return texts.isEmpty() ? said({u"no section MarkedGoods*, DraftBeer*, Motp*, Moot*",
+                                   u"нет ни одной секции MarkedGoods*, DraftBeer*, Motp*, Moot*"})
                            : texts.join(QLatin1String(", "));
 }
 
@@ -151,13 +152,16 @@ void judgePlugin(doctor::Report& report, const QString& subject)
     const QString sections = markingSections(report.markingSections);
     if (*report.pluginWorks) {
         report.add(Level::Good, Area::Plugin, "plugin-works", subject,
-                   QStringLiteral("плагин работает: %1").arg(sections));
+                   said({u"the plug-in works: %1", u"плагин работает: %1"}).arg(sections));
         return;
     }
     report.add(
         Level::Bad, Area::Plugin, "plugin-idle", subject,
-        QStringLiteral("плагин бездействует, сервиса crpt никто не использует: %1").arg(sections),
-        QStringLiteral("впишите markverifycrptservice = crpt в секцию маркировки, например [MarkedGoods]"));
+        said({u"the plug-in is idle, nobody uses the service crpt: %1",
+              u"плагин бездействует, сервиса crpt никто не использует: %1"})
+            .arg(sections),
+        said({u"write markverifycrptservice = crpt into a section of marked goods, such as [MarkedGoods]",
+              u"впишите markverifycrptservice = crpt в секцию маркировки, например [MarkedGoods]"}));
 }
 
 /// Has the plug-in itself say whether it has anything to do.
@@ -174,7 +178,8 @@ void Examination::checkPlugin()
     } catch (const FatalError& failure) {
         Signals::throwIfReceived();
         m_report.add(Level::Bad, Area::Plugin, "plugin-not-loaded", file, failure.line(),
-                     QStringLiteral("назовите библиотеку в --plugin или [Host] plugin"));
+                     said({u"name the library in --plugin or [Host] plugin",
+                           u"назовите библиотеку в --plugin или [Host] plugin"}));
         return;
     }
     judgePlugin(m_report, file);
@@ -195,7 +200,7 @@ doctor::Report examineOffline(const QString& file, const Options& options, bool 
     report.pluginWorks = std::any_of(sections.begin(), sections.end(), [](const auto& section) {
         return section.service == QLatin1String("crpt");
     });
-    judgePlugin(report, QStringLiteral("плагин"));
+    judgePlugin(report, said({u"plug-in", u"плагин"}));
     const QString named =
         options.pluginFile.isEmpty() ? config.getString(QStringLiteral("Host:plugin")) : options.pluginFile;
     try {
@@ -226,9 +231,7 @@ int examineFiles(const Options& options, const DoctorOptions& own)
 int runDoctor(const Options& options, const DoctorOptions& own)
 {
     if (own.listKeys) {
-        const auto language =
-            own.language == QLatin1String("en") ? doctor::Language::English : doctor::Language::Russian;
-        printOut(own.json ? doctor::keysAsJson() : doctor::keysAsMarkdown(language));
+        printOut(own.json ? doctor::keysAsJson() : doctor::keysAsMarkdown());
         return exitstatus::Good;
     }
     if (own.offline) {
@@ -237,8 +240,11 @@ int runDoctor(const Options& options, const DoctorOptions& own)
     const Progress progress(false);
     const doctor::Report report = inWorker([&] { return Examination(options, own.strict).run(); });
     const bool colours = styleOf(STDOUT_FILENO, options.colours).colours;
-    printOut(own.json ? doctor::toJson(report)
-                      : (report.stand ? standHead() : QString()) + doctor::toText(report, colours));
+    if (own.json) {
+        printOut(doctor::toJson(report));
+    } else {
+        printReport((report.stand ? standHead() : QString()) + doctor::toText(report, colours));
+    }
     if (report.isFileMissing) {
         return exitstatus::Usage;
     }
@@ -260,11 +266,8 @@ void addDoctor(CommandLine& line)
     verb->add_option("FILE", own->files, "Settings files; by default that of --config")
         ->type_name("")
         ->needs(offline);
-    auto* keys = verb->add_flag("--keys", own->listKeys,
-                                "Only list the keys of the settings that are read, as a table in Markdown");
-    addText(*verb, "--lang", own->language, "LANG", "Language of that table: en or ru (by default)")
-        ->check(CLI::IsMember({"en", "ru"}))
-        ->needs(keys);
+    verb->add_flag("--keys", own->listKeys,
+                   "Only list the keys of the settings that are read, as a table in Markdown");
     verb->footer("Exit status: 0 all is well, 1 something is wrong, 2 the command line is wrong or there are "
                  "no settings.");
 }

@@ -9,9 +9,14 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include "poshost/language.h"
+
 namespace doctor {
 
 namespace {
+
+using poshost::said;
+using poshost::Text;
 
 const QStringList ownSections = {QStringLiteral("Host"), QStringLiteral("Network"), QStringLiteral("Log")};
 
@@ -25,7 +30,8 @@ QJsonArray readEntries()
     QJsonArray entries;
     for (const auto& value : QJsonDocument::fromJson(file.readAll()).array()) {
         QJsonObject entry = value.toObject();
-        for (const char* member : {"default", "least", "most", "instead", "outside"}) {
+        for (const char* member :
+             {"default", "least", "most", "instead", "insteadEn", "outside", "outsideEn"}) {
             entry.insert(QLatin1String(member), entry.value(QLatin1String(member)).toVariant().toJsonValue());
         }
         entry.insert(QStringLiteral("choices"), entry.value(QStringLiteral("choices")).toArray());
@@ -46,6 +52,13 @@ const QJsonArray& keyEntries()
     return entries;
 }
 
+/// A member that is Russian, or its English twin.
+QString saidBy(const QJsonValue& entry, const QString& member)
+{
+    return entry[poshost::language() == poshost::Language::English ? member + QLatin1String("En") : member]
+        .toString();
+}
+
 KnownKey keyOf(const QJsonValue& entry)
 {
     KnownKey key;
@@ -53,26 +66,19 @@ KnownKey keyOf(const QJsonValue& entry)
     key.name = entry[QLatin1String("key")].toString();
     key.type = entry[QLatin1String("type")].toString();
     key.fallback = entry[QLatin1String("default")].toString();
-    key.instead = entry[QLatin1String("instead")].toString();
-    key.outside = entry[QLatin1String("outside")].toString(key.instead);
+    key.instead = saidBy(entry, QStringLiteral("instead"));
+    const QString outside = saidBy(entry, QStringLiteral("outside"));
+    key.outside = outside.isEmpty() ? key.instead : outside;
     key.min = entry[QLatin1String("least")].toInt(key.min);
     key.max = entry[QLatin1String("most")].toInt(key.max);
     key.choices = entry[QLatin1String("choices")].toVariant().toStringList();
     return key;
 }
 
-/// By language.
-using Words = std::array<const char16_t*, 2>;
-
-QString in(Language language, const Words& words)
-{
-    return QString::fromUtf16(words.at(size_t(language)));
-}
-
 struct TypeName
 {
     const char* type;
-    Words words;
+    Text words;
 };
 constexpr std::array typeNames = {
     TypeName{"text", {u"text", u"текст"}},
@@ -85,14 +91,13 @@ constexpr std::array typeNames = {
     TypeName{"file", {u"file", u"файл"}},
 };
 
-QString typeOf(const QJsonValue& entry, Language language)
+QString typeOf(const QJsonValue& entry)
 {
     const QString type = entry[QLatin1String("type")].toString();
     const auto* row = std::find_if(typeNames.begin(), typeNames.end(),
                                    [&](const TypeName& name) { return type == QLatin1String(name.type); });
     const QStringList choices = entry[QLatin1String("choices")].toVariant().toStringList();
-    return row != typeNames.end() ? in(language, row->words)
-                                  : u'`' + choices.join(QLatin1String("`, `")) + u'`';
+    return row != typeNames.end() ? said(row->words) : u'`' + choices.join(QLatin1String("`, `")) + u'`';
 }
 
 }  // namespace
@@ -130,20 +135,18 @@ const KnownKey* knownKey(const QString& section, const QString& name)
     return key != knownKeys().end() ? &*key : nullptr;
 }
 
-QString keysAsMarkdown(Language language)
+QString keysAsMarkdown()
 {
-    static constexpr Words head = {
+    static constexpr Text head = {
         u"| section | key | type | default | meaning |\n|---|---|---|---|---|\n",
         u"| секция | ключ | тип | по умолчанию | значение |\n|---|---|---|---|---|\n"};
-    const QLatin1String meaning(language == Language::English ? "meaningEn" : "meaning");
-    QString text = in(language, head);
+    QString text = said(head);
     for (const auto& entry : keyEntries()) {
         const QString fallback = entry[QLatin1String("default")].toString();
         text += QStringLiteral("| `%1` | `%2` | %3 | %4 | %5 |\n")
                     .arg(entry[QLatin1String("section")].toString(), entry[QLatin1String("key")].toString(),
-                         typeOf(entry, language),
-                         fallback.isEmpty() ? QString() : QStringLiteral("`%1`").arg(fallback),
-                         entry[meaning].toString());
+                         typeOf(entry), fallback.isEmpty() ? QString() : QStringLiteral("`%1`").arg(fallback),
+                         saidBy(entry, QStringLiteral("meaning")));
     }
     return text;
 }

@@ -17,8 +17,8 @@ struct KnownKey
     QString name;
     QString type;      ///< text, texts, switch, number, choice, url, address, addresses or file
     QString fallback;  ///< what a missing key stands for, as text; empty for nothing
-    QString instead;   ///< what is done with a value that makes no sense, in Russian
-    QString outside;   ///< what is done with a number that is out of its limits, in Russian
+    QString instead;   ///< what is done with a value that makes no sense
+    QString outside;   ///< what is done with a number that is out of its limits
     int min = std::numeric_limits<int>::min();  ///< of a number that does what it says
     int max = std::numeric_limits<int>::max();
     QStringList choices;
@@ -37,10 +37,8 @@ struct KnownKey
 /// That key of that section; null when nobody reads it.
 [[nodiscard]] const KnownKey* knownKey(const QString& section, const QString& name);
 
-enum class Language { English, Russian };
-
 /// The list as tables in Markdown, a table for each who reads the keys.
-[[nodiscard]] QString keysAsMarkdown(Language language);
+[[nodiscard]] QString keysAsMarkdown();
 /// The list as one JSON object on one line.
 [[nodiscard]] QString keysAsJson();
 

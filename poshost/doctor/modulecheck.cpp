@@ -7,31 +7,51 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/language.h"
 
 namespace doctor {
 
 namespace {
+
+using poshost::said;
+using poshost::Text;
 
 struct StatusRow
 {
     const char* status;
     Level level;
     const char* id;
-    const char16_t* text;
-    const char16_t* advice;
+    Text text;
+    Text advice;
 };
 constexpr std::array statuses = {
-    StatusRow{"ready", Level::Good, "module-ready", u"готов", u""},
-    StatusRow{"initialization", Level::Bad, "module-initialization", u"ещё готовится",
-              u"подождите, пока он загрузит данные, и повторите"},
-    StatusRow{"not_configured", Level::Bad, "module-not-configured", u"не инициализирован",
-              u"включите maintain, и плагин инициализирует его по событию 96, или сделайте это сами"},
-    StatusRow{"sync_error", Level::Bad, "module-sync-error", u"не может обновить данные",
-              u"проверьте, есть ли у модуля связь с оператором и верен ли его токен"},
+    StatusRow{"ready", Level::Good, "module-ready", {u"ready", u"готов"}, {}},
+    StatusRow{"initialization",
+              Level::Bad,
+              "module-initialization",
+              {u"still getting ready", u"ещё готовится"},
+              {u"wait until it has loaded its data and try again",
+               u"подождите, пока он загрузит данные, и повторите"}},
+    StatusRow{"not_configured",
+              Level::Bad,
+              "module-not-configured",
+              {u"not initialised", u"не инициализирован"},
+              {u"switch maintain on and the plug-in initialises it at event 96, or do it yourself",
+               u"включите maintain, и плагин инициализирует его по событию 96, или сделайте это сами"}},
+    StatusRow{"sync_error",
+              Level::Bad,
+              "module-sync-error",
+              {u"it cannot update its data", u"не может обновить данные"},
+              {u"see whether the module reaches the operator and whether its token is right",
+               u"проверьте, есть ли у модуля связь с оператором и верен ли его токен"}},
 };
 /// In place of the row above where the plug-in maintains the module.
-constexpr StatusRow willBeSetUp = {"not_configured", Level::Note, "module-not-configured",
-                                   u"не инициализирован; плагин сделает это по событию 96", u""};
+constexpr StatusRow willBeSetUp = {"not_configured",
+                                   Level::Note,
+                                   "module-not-configured",
+                                   {u"not initialised; the plug-in will do so at event 96",
+                                    u"не инициализирован; плагин сделает это по событию 96"},
+                                   {}};
 
 const StatusRow* rowOf(const ModuleState& module)
 {
@@ -84,14 +104,19 @@ void judge(const ModuleState& module, const http::ExchangeRecord& exchange, Repo
         add(Level::Bad, trouble.id, trouble.text, trouble.advice);
     } else if (!module.credentialsAccepted.value_or(true)) {
         add(Level::Bad, "credentials-refused",
-            QStringLiteral("имя или пароль не приняты (HTTP %1)").arg(module.httpStatus),
-            QStringLiteral("впишите в user и password те, что заданы при установке модуля"));
+            said({u"user name or password refused (HTTP %1)", u"имя или пароль не приняты (HTTP %1)"})
+                .arg(module.httpStatus),
+            said({u"write those into user and password that were set when the module was installed",
+                  u"впишите в user и password те, что заданы при установке модуля"}));
     } else if (const StatusRow* row = rowOf(module)) {
-        add(row->level, row->id, QString::fromUtf16(row->text), QString::fromUtf16(row->advice));
+        add(row->level, row->id, said(row->text), said(row->advice));
     } else {
         add(Level::Bad, "module-status-unknown",
-            QStringLiteral("непонятный ответ о состоянии (HTTP %1)").arg(module.httpStatus),
-            QStringLiteral("проверьте адрес: тот ли это порт, и того ли модуль образца"));
+            said({u"the reply about its state makes no sense (HTTP %1)",
+                  u"непонятный ответ о состоянии (HTTP %1)"})
+                .arg(module.httpStatus),
+            said({u"look at the address: is it the right port, and a module of the right kind?",
+                  u"проверьте адрес: тот ли это порт, и того ли модуль образца"}));
     }
 }
 
@@ -120,7 +145,7 @@ void askModules(const Config& config, const OnStep& onStep, Report& report)
         if (!module.enabled || module.token.isEmpty()) {
             continue;
         }
-        onStep(QStringLiteral("Локальный модуль %1").arg(module.url));
+        onStep(said({u"Local module %1", u"Локальный модуль %1"}).arg(module.url));
         const http::ExchangeRecord exchange = askForStatus(config, module);
         module.httpStatus = exchange.response.status();
         module.elapsed = elapsedOf(exchange);

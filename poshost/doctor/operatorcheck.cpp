@@ -11,11 +11,14 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/language.h"
 
 namespace doctor {
 
 namespace {
 
+using poshost::said;
+using poshost::Text;
 using std::chrono::seconds;
 
 constexpr seconds maxClockSkew{60};
@@ -30,26 +33,72 @@ struct Verdict
     bool accepted;
     Level level;
     const char* id;
-    const char16_t* text;
-    const char16_t* advice;
+    Text text;
+    Text advice;
 };
 /// The first row that holds the status is it.
 constexpr std::array verdicts = {
-    Verdict{200, 200, true, Level::Good, "key-accepted", u"ключ принят", u""},
-    Verdict{203, 203, true, Level::Note, "emergency",
-            u"оператор объявил аварийный режим (HTTP %1): продажа разрешена без проверки", u""},
-    Verdict{401, 401, false, Level::Bad, "key-refused", u"ключ не принят (HTTP %1)",
-            u"выпустите ключ в личном кабинете оператора и впишите его в настройки"},
-    Verdict{403, 403, false, Level::Bad, "forbidden", u"HTTP %1: отвечает не тот, кто выдаёт список площадок",
-            u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"},
-    Verdict{404, 404, false, Level::Bad, "not-found", u"HTTP %1: отвечает не тот, кто выдаёт список площадок",
-            u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"},
-    Verdict{429, 429, false, Level::Bad, "server-error", u"сервер перегружен или неисправен (HTTP %1)",
-            u"повторите позже; касса это время продаёт по локальному модулю"},
-    Verdict{500, 599, false, Level::Bad, "server-error", u"сервер перегружен или неисправен (HTTP %1)",
-            u"повторите позже; касса это время продаёт по локальному модулю"},
-    Verdict{0, 999, false, Level::Bad, "not-understood", u"сервер не понял запроса (HTTP %1)",
-            u"проверьте адрес сервера: это может быть другой сервер"},
+    Verdict{200, 200, true, Level::Good, "key-accepted", {u"key accepted", u"ключ принят"}, {}},
+    Verdict{203,
+            203,
+            true,
+            Level::Note,
+            "emergency",
+            {u"the operator has declared an emergency (HTTP %1): sales are permitted without a check",
+             u"оператор объявил аварийный режим (HTTP %1): продажа разрешена без проверки"},
+            {}},
+    Verdict{401,
+            401,
+            false,
+            Level::Bad,
+            "key-refused",
+            {u"key refused (HTTP %1)", u"ключ не принят (HTTP %1)"},
+            {u"have a key issued in your account with the operator and write it into the settings",
+             u"выпустите ключ в личном кабинете оператора и впишите его в настройки"}},
+    Verdict{403,
+            403,
+            false,
+            Level::Bad,
+            "forbidden",
+            {u"HTTP %1: not the server that gives the list of sites",
+             u"HTTP %1: отвечает не тот, кто выдаёт список площадок"},
+            {u"look at the server's address, and whether a proxy or filter answers in its place",
+             u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"}},
+    Verdict{404,
+            404,
+            false,
+            Level::Bad,
+            "not-found",
+            {u"HTTP %1: not the server that gives the list of sites",
+             u"HTTP %1: отвечает не тот, кто выдаёт список площадок"},
+            {u"look at the server's address, and whether a proxy or filter answers in its place",
+             u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"}},
+    Verdict{429,
+            429,
+            false,
+            Level::Bad,
+            "server-error",
+            {u"the server is overloaded or out of order (HTTP %1)",
+             u"сервер перегружен или неисправен (HTTP %1)"},
+            {u"try again later; meanwhile the till sells by the local module",
+             u"повторите позже; касса это время продаёт по локальному модулю"}},
+    Verdict{500,
+            599,
+            false,
+            Level::Bad,
+            "server-error",
+            {u"the server is overloaded or out of order (HTTP %1)",
+             u"сервер перегружен или неисправен (HTTP %1)"},
+            {u"try again later; meanwhile the till sells by the local module",
+             u"повторите позже; касса это время продаёт по локальному модулю"}},
+    Verdict{0,
+            999,
+            false,
+            Level::Bad,
+            "not-understood",
+            {u"the server did not understand the request (HTTP %1)", u"сервер не понял запроса (HTTP %1)"},
+            {u"look at the server's address: it may be another server",
+             u"проверьте адрес сервера: это может быть другой сервер"}},
 };
 
 const Verdict& verdictOf(int httpStatus)
@@ -166,7 +215,7 @@ http::ExchangeRecord OperatorCheck::askOperator(const QUrl& base, const char* pa
 /// The sites that the server lists for the key; nothing when it gave no reply.
 std::optional<QJsonArray> OperatorCheck::askForSites(HostState& host, const QUrl& url, const QString& key)
 {
-    m_onStep(QStringLiteral("Сервер оператора %1").arg(host.url));
+    m_onStep(said({u"Operator's server %1", u"Сервер оператора %1"}).arg(host.url));
     const http::ExchangeRecord exchange = askOperator(url, "/cdn/info", key, "getInfoTimeout");
     const QJsonArray listed = exchange.response.responseObject().value(QLatin1String("hosts")).toArray();
     if (host.keys.isEmpty()) {
@@ -204,19 +253,22 @@ void OperatorCheck::judge(const HostState& host, const http::ExchangeRecord& exc
     }
     QStringList facts = {host.peer};
     if (host.certificateEnd.isValid()) {
-        facts.append(QStringLiteral("TLS, сертификат до %1")
+        facts.append(said({u"TLS, certificate until %1", u"TLS, сертификат до %1"})
                          .arg(host.certificateEnd.toLocalTime().toString(QStringLiteral("dd.MM.yyyy"))));
     }
     if (host.clockSkew) {
-        facts.append(QStringLiteral("часы расходятся на %1 с").arg(std::abs(host.clockSkew->count())));
+        facts.append(said({u"clocks differ by %1 s", u"часы расходятся на %1 с"})
+                         .arg(std::abs(host.clockSkew->count())));
     }
-    facts.append(QStringLiteral("%1 мс").arg(elapsedOf(exchange).count()));
+    facts.append(said({u"%1 ms", u"%1 мс"}).arg(elapsedOf(exchange).count()));
     m_report.add(Level::Good, Area::Hosts, "host", host.url,
-                 QStringLiteral("отвечает: ") + facts.join(QLatin1String(", ")));
+                 said({u"answers: ", u"отвечает: "}) + facts.join(QLatin1String(", ")));
     const auto daysLeft = QDateTime::currentDateTimeUtc().daysTo(host.certificateEnd);
     if (host.certificateEnd.isValid() && daysLeft < daysOfWarning) {
-        m_report.add(Level::Note, Area::Hosts, "certificate-ends-soon", host.url,
-                     QStringLiteral("сертификату сервера осталось дней: %1").arg(daysLeft));
+        m_report.add(
+            Level::Note, Area::Hosts, "certificate-ends-soon", host.url,
+            said({u"days left of the server's certificate: %1", u"сертификату сервера осталось дней: %1"})
+                .arg(daysLeft));
     }
     judgeClock(host);
 }
@@ -230,10 +282,11 @@ void OperatorCheck::judgeClock(const HostState& host)
     m_clockJudged = true;
     const bool isBehind = host.clockSkew->count() > 0;
     m_report.add(Level::Bad, Area::Hosts, "clock-skew", host.url,
-                 QStringLiteral("часы кассы %1 на %2 с")
-                     .arg(isBehind ? QStringLiteral("отстают") : QStringLiteral("спешат"))
+                 said({u"the till's clock is %2 s %1", u"часы кассы %1 на %2 с"})
+                     .arg(isBehind ? said({u"slow", u"отстают"}) : said({u"fast", u"спешат"}))
                      .arg(std::abs(host.clockSkew->count())),
-                 QStringLiteral("включите синхронизацию времени: timedatectl set-ntp true"));
+                 said({u"switch the synchronisation of time on: timedatectl set-ntp true",
+                       u"включите синхронизацию времени: timedatectl set-ntp true"}));
 }
 
 void OperatorCheck::judgeKey(HostState& host, const QString& key, const http::ExchangeRecord& exchange,
@@ -241,21 +294,22 @@ void OperatorCheck::judgeKey(HostState& host, const QString& key, const http::Ex
 {
     KeyState state{masked(key), {}, exchange.response.status(), elapsedOf(exchange)};
     const QString place =
-        m_keys.size() > 1 ? QStringLiteral("ключ %1 из %2, ").arg(m_keys.indexOf(key) + 1).arg(m_keys.size())
-                          : QString();
-    const QString subject = QStringLiteral("%1%2 на %3").arg(place, state.key, host.url);
+        m_keys.size() > 1
+            ? said({u"key %1 of %2, ", u"ключ %1 из %2, "}).arg(m_keys.indexOf(key) + 1).arg(m_keys.size())
+            : QString();
+    const QString subject = said({u"%1%2 at %3", u"%1%2 на %3"}).arg(place, state.key, host.url);
     if (!troubleOf(exchange)) {
         const Verdict& verdict = verdictOf(state.httpStatus);
         state.accepted = verdict.accepted;
-        m_report.add(
-            verdict.level, Area::Keys, verdict.id, subject,
-            QString::fromUtf16(verdict.text).replace(QLatin1String("%1"), QString::number(state.httpStatus)),
-            QString::fromUtf16(verdict.advice));
+        m_report.add(verdict.level, Area::Keys, verdict.id, subject,
+                     said(verdict.text).replace(QLatin1String("%1"), QString::number(state.httpStatus)),
+                     said(verdict.advice));
     }
     if (state.accepted.value_or(false) && listed.isEmpty()) {
         m_report.add(Level::Bad, Area::Sites, "no-sites", subject,
-                     QStringLiteral("в списке нет ни одной площадки"),
-                     QStringLiteral("повторите позже; если не пройдёт, обратитесь к оператору"));
+                     said({u"the list has no site", u"в списке нет ни одной площадки"}),
+                     said({u"try again later; if it stays so, turn to the operator",
+                           u"повторите позже; если не пройдёт, обратитесь к оператору"}));
     }
     host.keys.append(state);
 }
@@ -267,7 +321,7 @@ bool OperatorCheck::checkSite(const HostState& host, const QString& address, con
     SiteState site;
     site.site = shown(url);
     site.host = host.url;
-    m_onStep(QStringLiteral("Площадка %1").arg(site.site));
+    m_onStep(said({u"Site %1", u"Площадка %1"}).arg(site.site));
     const http::ExchangeRecord exchange = askOperator(url, "/cdn/health/check", key, "healthCheckTimeout");
     site.healthy = isHealthy(exchange.response.responseObject());
     site.httpStatus = exchange.response.status();
@@ -281,8 +335,11 @@ bool OperatorCheck::checkSite(const HostState& host, const QString& address, con
         m_report.add(Level::Bad, Area::Sites, trouble.id, site.site, trouble.text, trouble.advice);
     } else {
         m_report.add(Level::Bad, Area::Sites, "site-unhealthy", site.site,
-                     QStringLiteral("площадка не сообщает, что исправна (HTTP %1)").arg(site.httpStatus),
-                     QStringLiteral("касса обойдётся другими площадками; повторите позже"));
+                     said({u"the site does not say that it is healthy (HTTP %1)",
+                           u"площадка не сообщает, что исправна (HTTP %1)"})
+                         .arg(site.httpStatus),
+                     said({u"the till makes do with other sites; try again later",
+                           u"касса обойдётся другими площадками; повторите позже"}));
     }
     return false;
 }
@@ -296,10 +353,12 @@ void OperatorCheck::judgeTime(const SiteState& site)
     const seconds limit = set.count() > 0 ? set : ofPlugin;
     if (site.elapsed > limit) {
         m_report.add(Level::Bad, Area::Sites, "site-slow", site.site,
-                     QStringLiteral("отвечает за %1 мс, предел запроса проверки %2 с")
+                     said({u"answers in %1 ms, the limit of a check's request is %2 s",
+                           u"отвечает за %1 мс, предел запроса проверки %2 с"})
                          .arg(site.elapsed.count())
                          .arg(limit.count()),
-                     QStringLiteral("увеличьте requestTimeout и operationTimeout или проверьте сеть"));
+                     said({u"raise requestTimeout and operationTimeout or look at the network",
+                           u"увеличьте requestTimeout и operationTimeout или проверьте сеть"}));
     }
 }
 
@@ -311,18 +370,22 @@ void OperatorCheck::chooseSite()
             return one.healthy != other.healthy ? one.healthy : one.elapsed < other.elapsed;
         });
     if (fastest == sites.end() || !fastest->healthy) {
-        m_report.add(Level::Bad, Area::Sites, "no-healthy-site", QStringLiteral("площадки"),
-                     QStringLiteral("нет ни одной исправной: онлайн-проверки не будет"),
-                     QStringLiteral(
-                         "устраните то, что названо выше; без этого вердикты даёт только локальный модуль"));
+        m_report.add(
+            Level::Bad, Area::Sites, "no-healthy-site", said({u"sites", u"площадки"}),
+            said({u"none is healthy: there will be no online check",
+                  u"нет ни одной исправной: онлайн-проверки не будет"}),
+            said({u"mend what is named above; until then only the local module gives verdicts",
+                  u"устраните то, что названо выше; без этого вердикты даёт только локальный модуль"}));
         return;
     }
     fastest->chosen = true;
     const auto healthy =
         std::count_if(sites.begin(), sites.end(), [](const auto& site) { return site.healthy; });
-    m_report.add(
-        Level::Good, Area::Sites, "chosen-site", fastest->site,
-        QStringLiteral("исправных площадок %1 из %2, первой была бы эта").arg(healthy).arg(sites.size()));
+    m_report.add(Level::Good, Area::Sites, "chosen-site", fastest->site,
+                 said({u"healthy sites %1 of %2, this one would be asked first",
+                       u"исправных площадок %1 из %2, первой была бы эта"})
+                     .arg(healthy)
+                     .arg(sites.size()));
 }
 
 }  // namespace

@@ -24,9 +24,9 @@ struct Finding
     Area area = Area::Settings;
     QString id;       ///< the kind of finding, for programs: "unknown-key"
     QString subject;  ///< "[CRPT] getInfoTimout", an address, ...
-    QString text;     ///< in Russian
-    QString advice;   ///< what to do about it, in Russian; empty when nothing is to be done
-    int line = 0;     ///< of the settings file; 0 when it is about no line
+    QString text;
+    QString advice;  ///< what to do about it; empty when nothing is to be done
+    int line = 0;    ///< of the settings file; 0 when it is about no line
 };
 
 /// A settings section that may put the plug-in to work, and the service that it names.

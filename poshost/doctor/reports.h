@@ -6,7 +6,7 @@
 
 namespace doctor {
 
-/// The report for a person, in Russian: finding by finding, then the sites as a table, then the sum.
+/// The report for a person: finding by finding, then the sites as a table, then the sum.
 [[nodiscard]] QString toText(const Report& report, bool colours);
 
 /// What counts or is worth knowing, a line "<file>:<line>: <message>" for each; line 1 for what stands

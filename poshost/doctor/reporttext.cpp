@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <array>
 
+#include "poshost/language.h"
 #include <utils/printable.h>
 
 namespace doctor {
 
 namespace {
+
+using poshost::said;
+using poshost::Text;
 
 struct Mark
 {
@@ -20,12 +24,15 @@ constexpr std::array marks = {Mark{u"✓", u"\x1b[32m"}, Mark{u"·", u"\x1b[33m"
 struct Heading
 {
     Area area;
-    const char16_t* text;
+    Text text;
 };
 constexpr std::array headings = {
-    Heading{Area::Settings, u"Настройки"},      Heading{Area::Plugin, u"Плагин"},
-    Heading{Area::Hosts, u"Серверы оператора"}, Heading{Area::Keys, u"Ключи"},
-    Heading{Area::Sites, u"Площадки"},          Heading{Area::Modules, u"Локальные модули"},
+    Heading{Area::Settings, {u"Settings", u"Настройки"}},
+    Heading{Area::Plugin, {u"Plug-in", u"Плагин"}},
+    Heading{Area::Hosts, {u"Operator's servers", u"Серверы оператора"}},
+    Heading{Area::Keys, {u"Keys", u"Ключи"}},
+    Heading{Area::Sites, {u"Sites", u"Площадки"}},
+    Heading{Area::Modules, {u"Local modules", u"Локальные модули"}},
 };
 
 /// What came from outside cannot break the report: no control characters, no line ends.
@@ -40,7 +47,7 @@ QString line(const Finding& finding, bool colours)
     const QString sign = QString::fromUtf16(mark.sign);
     QString text = colours ? QString::fromUtf16(mark.colour) + sign + QLatin1String("\x1b[0m") : sign;
     const bool isPlaced = finding.line > 0 && finding.level != Level::Good;
-    const QString place = isPlaced ? QStringLiteral(", строка %1").arg(finding.line) : QString();
+    const QString place = isPlaced ? said({u", line %1", u", строка %1"}).arg(finding.line) : QString();
     text += QStringLiteral(" %1%2: %3\n").arg(oneLine(finding.subject), place, oneLine(finding.text));
     if (!finding.advice.isEmpty()) {
         text += QStringLiteral("    → %1\n").arg(oneLine(finding.advice));
@@ -56,8 +63,9 @@ QString siteTable(const QList<SiteState>& sites)
     }
     QString text;
     for (const SiteState& site : sites) {
-        const QString health = site.healthy ? QStringLiteral("исправна") : QStringLiteral("неисправна");
-        text += QStringLiteral("  %1 %2  %3 %4 мс\n")
+        const QString health =
+            site.healthy ? said({u"healthy", u"исправна"}) : said({u"unhealthy", u"неисправна"});
+        text += said({u"  %1 %2  %3 %4 ms\n", u"  %1 %2  %3 %4 мс\n"})
                     .arg(site.chosen ? QStringLiteral("▸") : QStringLiteral(" "),
                          oneLine(site.site).leftJustified(width), health.leftJustified(10),
                          QString::number(site.elapsed.count()).rightJustified(6));
@@ -68,9 +76,9 @@ QString siteTable(const QList<SiteState>& sites)
 QString greyList(const std::optional<bool>& wanted)
 {
     if (!wanted) {
-        return QStringLiteral("не трогать");
+        return said({u"leave alone", u"не трогать"});
     }
-    return *wanted ? QStringLiteral("включить") : QStringLiteral("выключить");
+    return *wanted ? said({u"switch on", u"включить"}) : said({u"switch off", u"выключить"});
 }
 
 QString moduleTable(const QList<ModuleState>& modules)
@@ -80,9 +88,10 @@ QString moduleTable(const QList<ModuleState>& modules)
         if (!module.enabled) {
             continue;
         }
-        const QString status = module.status.isEmpty() ? QStringLiteral("неизвестно") : module.status;
-        const QString token = module.token.isEmpty() ? QStringLiteral("не задан") : module.token;
-        text += QStringLiteral("  [%1] состояние: %2; серые списки: %3; ключ: %4; %5 мс\n")
+        const QString status = module.status.isEmpty() ? said({u"unknown", u"неизвестно"}) : module.status;
+        const QString token = module.token.isEmpty() ? said({u"none", u"не задан"}) : module.token;
+        text += said({u"  [%1] state: %2; grey lists: %3; key: %4; %5 ms\n",
+                      u"  [%1] состояние: %2; серые списки: %3; ключ: %4; %5 мс\n"})
                     .arg(module.section, oneLine(status), greyList(module.greyListWanted), token,
                          QString::number(module.elapsed.count()));
     }
@@ -92,8 +101,10 @@ QString moduleTable(const QList<ModuleState>& modules)
 QString sum(const Report& report)
 {
     const qsizetype bad = report.count(Level::Bad) + (report.strict ? report.count(Level::Note) : 0);
-    const QString time = QStringLiteral(", за %1 мс\n").arg(report.elapsed.count());
-    return (bad == 0 ? QStringLiteral("Всё в порядке") : QStringLiteral("Не в порядке: %1").arg(bad)) + time;
+    const QString time = said({u", in %1 ms\n", u", за %1 мс\n"}).arg(report.elapsed.count());
+    return (bad == 0 ? said({u"All is well", u"Всё в порядке"})
+                     : said({u"Not in order: %1", u"Не в порядке: %1"}).arg(bad)) +
+           time;
 }
 
 }  // namespace
@@ -112,7 +123,7 @@ QString toText(const Report& report, bool colours)
             lines += moduleTable(report.modules);
         }
         if (!lines.isEmpty()) {
-            text += QString::fromUtf16(heading.text) +
+            text += said(heading.text) +
                     (heading.area == Area::Settings && !report.settingsFile.isEmpty()
                          ? QStringLiteral(" (%1)").arg(oneLine(report.settingsFile))
                          : QString()) +
@@ -132,7 +143,7 @@ QString toLines(const Report& report)
         const QString advice = finding.advice.isEmpty() ? QString() : QLatin1String("; ") + finding.advice;
         text += QStringLiteral("%1:%2: %3%4: %5%6\n")
                     .arg(oneLine(report.settingsFile), QString::number(std::max(1, finding.line)),
-                         finding.level == Level::Note ? QStringLiteral("замечание: ") : QString(),
+                         finding.level == Level::Note ? said({u"note: ", u"замечание: "}) : QString(),
                          oneLine(finding.subject), oneLine(finding.text), advice);
     }
     return text;

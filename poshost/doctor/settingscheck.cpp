@@ -9,16 +9,20 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/language.h"
 
 namespace doctor {
 
 namespace {
 
+using poshost::said;
+
 QString faultOfSwitch(const KnownKey&, const QString& value)
 {
     static const QRegularExpression words(QStringLiteral("^(true|yes|on|1|false|no|off|0)$"),
                                           QRegularExpression::CaseInsensitiveOption);
-    return words.match(value).hasMatch() ? QString() : QStringLiteral("не true и не false");
+    return words.match(value).hasMatch() ? QString()
+                                         : said({u"neither true nor false", u"не true и не false"});
 }
 
 QString faultOfNumber(const KnownKey& key, const QString& value)
@@ -26,33 +30,34 @@ QString faultOfNumber(const KnownKey& key, const QString& value)
     bool isNumber = false;
     const int number = value.toInt(&isNumber);
     if (!isNumber) {
-        return QStringLiteral("не целое число");
+        return said({u"no whole number", u"не целое число"});
     }
     if (number < key.min) {
-        return QStringLiteral("меньше %1").arg(key.min);
+        return said({u"less than %1", u"меньше %1"}).arg(key.min);
     }
-    return number > key.max ? QStringLiteral("больше %1").arg(key.max) : QString();
+    return number > key.max ? said({u"more than %1", u"больше %1"}).arg(key.max) : QString();
 }
 
 QString faultOfChoice(const KnownKey& key, const QString& value)
 {
     // The plug-in compares letter by letter, this host does not.
     const auto letters = key.isOfHost() ? Qt::CaseInsensitive : Qt::CaseSensitive;
-    return key.choices.contains(value, letters)
-               ? QString()
-               : QStringLiteral("не из слов: %1").arg(key.choices.join(QLatin1String(", ")));
+    return key.choices.contains(value, letters) ? QString()
+                                                : said({u"none of the words: %1", u"не из слов: %1"})
+                                                      .arg(key.choices.join(QLatin1String(", ")));
 }
 
 QString faultOfUrl(const KnownKey&, const QString& value)
 {
     return isAskable(QUrl(value, QUrl::StrictMode))
                ? QString()
-               : QStringLiteral("не адрес, начинающийся с http:// или https://");
+               : said({u"no address that begins with http:// or https://",
+                       u"не адрес, начинающийся с http:// или https://"});
 }
 
 QString faultOfProxy(const KnownKey&, const QString& value)
 {
-    return addressOf(value).host().isEmpty() ? QStringLiteral("не адрес") : QString();
+    return addressOf(value).host().isEmpty() ? said({u"no address", u"не адрес"}) : QString();
 }
 
 QString faultOfAddresses(const KnownKey&, const QString& value)
@@ -61,7 +66,8 @@ QString faultOfAddresses(const KnownKey&, const QString& value)
     const bool areAskable = std::all_of(texts.begin(), texts.end(), [](const QString& text) {
         return text.trimmed().isEmpty() || isAskable(addressOf(text.trimmed()));
     });
-    return areAskable ? QString() : QStringLiteral("не все адреса http или https");
+    return areAskable ? QString()
+                      : said({u"not all addresses are http or https", u"не все адреса http или https"});
 }
 
 QString faultOfFile(const KnownKey& key, const QString& value)
@@ -70,14 +76,16 @@ QString faultOfFile(const KnownKey& key, const QString& value)
     if (key.section == QLatin1String("Log")) {
         const bool isWritable =
             info.exists() ? info.isFile() && info.isWritable() : QFileInfo(info.absolutePath()).isWritable();
-        return isWritable ? QString() : QStringLiteral("такой файл нельзя записать");
+        return isWritable ? QString()
+                          : said({u"such a file cannot be written", u"такой файл нельзя записать"});
     }
     QFile file(value);
     if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("нет такого файла, или его нельзя прочитать");
+        return said(
+            {u"there is no such file, or it cannot be read", u"нет такого файла, или его нельзя прочитать"});
     }
     const bool isPem = key.name != QLatin1String("caFile") || file.readAll().contains("-----BEGIN ");
-    return isPem ? QString() : QStringLiteral("это не сертификаты в виде PEM");
+    return isPem ? QString() : said({u"these are no certificates in PEM", u"это не сертификаты в виде PEM"});
 }
 
 struct TypeCheck
@@ -93,7 +101,7 @@ constexpr std::array typeChecks = {
     TypeCheck{"file", faultOfFile},
 };
 
-/// What is wrong with a value, in Russian; empty when nothing is.
+/// What is wrong with a value; empty when nothing is.
 QString faultOf(const KnownKey& key, const QString& value)
 {
     // Nothing means the default, but for a switch that is there to be off.
@@ -159,9 +167,11 @@ public:
             }
         }
         if (m_report.findings.size() == before) {
-            m_findings.add(Level::Good, Area::Settings, "section", section, {},
-                           keys.isEmpty() ? QStringLiteral("ключей нет, действуют значения по умолчанию")
-                                          : QStringLiteral("ключей %1, все читаются").arg(keys.size()));
+            m_findings.add(
+                Level::Good, Area::Settings, "section", section, {},
+                keys.isEmpty()
+                    ? said({u"no keys, the defaults hold", u"ключей нет, действуют значения по умолчанию"})
+                    : said({u"keys %1, all are read", u"ключей %1, все читаются"}).arg(keys.size()));
         }
     }
 
@@ -170,13 +180,16 @@ public:
         const KnownKey* meant = nearestSection(section);
         if (meant == nullptr) {
             m_findings.add(Level::Note, Area::Settings, "foreign-section", section, {},
-                           QStringLiteral("такой секции не читают ни плагин, ни poshost"));
+                           said({u"neither the plug-in nor poshost reads such a section",
+                                 u"такой секции не читают ни плагин, ни poshost"}));
             return;
         }
-        m_findings.add(
-            Level::Bad, Area::Settings, "unknown-section", section, {},
-            QStringLiteral("такой секции никто не читает; ближайшая известная: [%1]").arg(meant->section),
-            QStringLiteral("исправьте имя (регистр букв важен) или уберите секцию"));
+        m_findings.add(Level::Bad, Area::Settings, "unknown-section", section, {},
+                       said({u"nobody reads such a section; the nearest known one: [%1]",
+                             u"такой секции никто не читает; ближайшая известная: [%1]"})
+                           .arg(meant->section),
+                       said({u"correct the name (letter case counts) or take the section out",
+                             u"исправьте имя (регистр букв важен) или уберите секцию"}));
     }
 
 private:
@@ -190,14 +203,18 @@ private:
         bool isNumber = false;
         Q_UNUSED(value.toInt(&isNumber));
         const QString without =
-            key.fallback.isEmpty() ? QString() : QStringLiteral(": без неё действует %1").arg(key.fallback);
+            key.fallback.isEmpty()
+                ? QString()
+                : said({u": without it %1 holds", u": без неё действует %1"}).arg(key.fallback);
         // The till may have what this machine has not.
         const bool isElsewhere =
             m_report.offline && key.type == QLatin1String("file") && !QFileInfo::exists(value);
         m_findings.add(
             isElsewhere ? Level::Note : Level::Bad, Area::Settings, "wrong-value", section, key.name,
-            QStringLiteral("«%1»: %2; %3").arg(shownText(value), fault, isNumber ? key.outside : key.instead),
-            QStringLiteral("исправьте значение или уберите строку") + without);
+            said({u"\"%1\": %2; %3", u"«%1»: %2; %3"})
+                .arg(shownText(value), fault, isNumber ? key.outside : key.instead),
+            said({u"correct the value or take the line out", u"исправьте значение или уберите строку"}) +
+                without);
     }
 
     void judgeUnknownKey(const QString& section, const QString& name)
@@ -210,8 +227,11 @@ private:
         const QString where =
             meant.isIn(section) ? meant.name : QStringLiteral("[%1] %2").arg(meant.section, meant.name);
         m_findings.add(Level::Bad, Area::Settings, "unknown-key", section, name,
-                       QStringLiteral("такого ключа никто не читает; ближайший известный: %1").arg(where),
-                       QStringLiteral("исправьте имя (регистр букв важен) или уберите строку"));
+                       said({u"nobody reads such a key; the nearest known one: %1",
+                             u"такого ключа никто не читает; ближайший известный: %1"})
+                           .arg(where),
+                       said({u"correct the name (letter case counts) or take the line out",
+                             u"исправьте имя (регистр букв важен) или уберите строку"}));
     }
 
     const Config& m_config;

@@ -3,10 +3,13 @@
 
 #include "poshost/doctor/modulecheck.h"
 #include "poshost/doctor/settingscheck.h"
+#include "poshost/language.h"
 
 namespace doctor {
 
 namespace {
+
+using poshost::said;
 
 void checkFile(const Config& config, Report& report)
 {
@@ -16,10 +19,13 @@ void checkFile(const Config& config, Report& report)
     const QString advice = QStringLiteral("chmod 600 %1").arg(file);
     if (permissions.testFlag(QFile::WriteOther)) {
         report.add(Level::Bad, Area::Settings, "file-writable", file,
-                   QStringLiteral("файл могут изменить другие пользователи"), advice);
+                   said({u"other users can change the file", u"файл могут изменить другие пользователи"}),
+                   advice);
     } else if (permissions.testFlag(QFile::ReadOther)) {
         report.add(Level::Note, Area::Settings, "file-readable", file,
-                   QStringLiteral("файл с ключами могут прочитать другие пользователи"), advice);
+                   said({u"other users can read the file with the keys",
+                         u"файл с ключами могут прочитать другие пользователи"}),
+                   advice);
     }
     const auto judge = [&](const QString& section, const QString& key, Level level, const QString& outcome) {
         QStringList numbers;
@@ -27,15 +33,17 @@ void checkFile(const Config& config, Report& report)
             numbers.append(QString::number(line));
         }
         if (numbers.size() > 1) {
-            findings.add(level, Area::Settings, "repeated", section, key,
-                         QStringLiteral("строки %1: %2").arg(numbers.join(QLatin1String(", ")), outcome),
-                         QStringLiteral("оставьте одну"));
+            findings.add(
+                level, Area::Settings, "repeated", section, key,
+                said({u"lines %1: %2", u"строки %1: %2"}).arg(numbers.join(QLatin1String(", ")), outcome),
+                said({u"keep one", u"оставьте одну"}));
         }
     };
     for (const QString& section : config.sections()) {
-        judge(section, {}, Level::Note, QStringLiteral("секция записана по частям"));
+        judge(section, {}, Level::Note,
+              said({u"the section is written in parts", u"секция записана по частям"}));
         for (const QString& key : config.keys(section)) {
-            judge(section, key, Level::Bad, QStringLiteral("действует последняя"));
+            judge(section, key, Level::Bad, said({u"the last one counts", u"действует последняя"}));
         }
     }
 }
@@ -49,8 +57,9 @@ bool readSettings(const QString& file, Config& config, Report& report)
     report.isFileMissing = !info.isFile() || !info.isReadable();
     if (report.isFileMissing) {
         report.add(Level::Bad, Area::Settings, "missing-file", file,
-                   QStringLiteral("нет такого файла, или его нельзя прочитать"),
-                   QStringLiteral("назовите другой файл"));
+                   said({u"there is no such file, or it cannot be read",
+                         u"нет такого файла, или его нельзя прочитать"}),
+                   said({u"name another file", u"назовите другой файл"}));
         return false;
     }
     QString error;
@@ -59,9 +68,11 @@ bool readSettings(const QString& file, Config& config, Report& report)
     }
     static const QRegularExpression place(QStringLiteral("^:([0-9]+): "));
     const auto found = place.match(error.mid(file.size()));
-    report.add(
-        Level::Bad, Area::Settings, "broken-file", file, error.mid(file.size() + found.capturedLength()),
-        QStringLiteral("исправьте эту строку; остальное проверяется после этого"), found.captured(1).toInt());
+    report.add(Level::Bad, Area::Settings, "broken-file", file,
+               error.mid(file.size() + found.capturedLength()),
+               said({u"correct this line; the rest is looked at after that",
+                     u"исправьте эту строку; остальное проверяется после этого"}),
+               found.captured(1).toInt());
     return false;
 }
 

@@ -6,10 +6,13 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/language.h"
 
 namespace doctor {
 
 namespace {
+
+using poshost::said;
 
 /// Longer than any cashier waits.
 constexpr int maxTimeout = 120;  // seconds
@@ -82,13 +85,16 @@ void Rules::checkHosts()
         anyAskable |= isAskable(url);
         if (isOverheard(url) && !m_keys.isEmpty()) {
             bad(Area::Hosts, "key-overheard", m_host, "hosts",
-                QStringLiteral("ключ уйдёт на %1 открытым текстом").arg(shown(url)),
-                QStringLiteral("впишите адрес, который начинается с https://"));
+                said({u"the key will go to %1 in the open", u"ключ уйдёт на %1 открытым текстом"})
+                    .arg(shown(url)),
+                said({u"write an address that begins with https://",
+                      u"впишите адрес, который начинается с https://"}));
         }
     }
     if (!anyAskable) {
-        bad(Area::Hosts, "no-hosts", m_host, "hosts", QStringLiteral("нет ни одного сервера оператора"),
-            QStringLiteral("впишите адрес, который выдал оператор"));
+        bad(Area::Hosts, "no-hosts", m_host, "hosts",
+            said({u"no server of the operator", u"нет ни одного сервера оператора"}),
+            said({u"write the address that the operator gave", u"впишите адрес, который выдал оператор"}));
     }
 }
 
@@ -96,18 +102,23 @@ void Rules::checkKeys()
 {
     if (m_keys.isEmpty()) {
         bad(Area::Keys, "no-keys", m_host, "keys",
-            QStringLiteral("нет ни одного ключа API: каждый код будет продан без проверки"),
-            QStringLiteral("выпустите ключ в личном кабинете оператора и впишите его"));
+            said({u"no API key: every code will be sold without a check",
+                  u"нет ни одного ключа API: каждый код будет продан без проверки"}),
+            said({u"have a key issued in your account with the operator and write it here",
+                  u"выпустите ключ в личном кабинете оператора и впишите его"}));
     }
     for (qsizetype i = 0; i < m_keys.size(); ++i) {
-        checkKeyText(m_host, "keys", m_keys[i], QStringLiteral(" %1 из %2").arg(i + 1).arg(m_keys.size()));
+        checkKeyText(m_host, "keys", m_keys[i],
+                     said({u" %1 of %2", u" %1 из %2"}).arg(i + 1).arg(m_keys.size()));
     }
     const QString apiKey = value(m_host, QStringLiteral("apiKey"));
     checkKeyText(m_host, "apiKey", apiKey);
     if (!apiKey.isEmpty() && !m_keys.isEmpty() && !m_keys.contains(apiKey)) {
         bad(Area::Keys, "api-key-unlisted", m_host, "apiKey",
-            QStringLiteral("ключа %1, с которым идут проверки, нет среди keys").arg(masked(apiKey)),
-            QStringLiteral("впишите его в keys или уберите строку"));
+            said({u"the key %1 that checks are made with is not among keys",
+                  u"ключа %1, с которым идут проверки, нет среди keys"})
+                .arg(masked(apiKey)),
+            said({u"write it into keys or take the line out", u"впишите его в keys или уберите строку"}));
     }
 }
 
@@ -117,8 +128,11 @@ void Rules::checkKeyText(const QString& section, const char* name, const QString
     static const QRegularExpression strange(QStringLiteral("[\\s\"'`;,\\x{00}-\\x{1f}«»]"));
     if (key.contains(strange)) {
         bad(Area::Keys, "key-characters", section, name,
-            QStringLiteral("в ключе%1 (%2) пробел, кавычка или разделитель").arg(which, masked(key)),
-            QStringLiteral("впишите ключ без кавычек, несколько ключей через запятую"));
+            said({u"key%1 (%2) has a blank, a quotation mark or a separator",
+                  u"в ключе%1 (%2) пробел, кавычка или разделитель"})
+                .arg(which, masked(key)),
+            said({u"write the key without quotation marks, several keys with commas between them",
+                  u"впишите ключ без кавычек, несколько ключей через запятую"}));
     }
 }
 
@@ -130,11 +144,12 @@ void Rules::checkTimeouts()
     };
     if (limit("requestTimeout") > limit("operationTimeout")) {
         bad(Area::Settings, "timeout-order", m_host, "requestTimeout",
-            QStringLiteral(
-                "один запрос может длиться %1 с, а вся проверка %2 с: на другую площадку нет времени")
+            said({u"one request may take %1 s, the whole check %2 s: no time is left for another site",
+                  u"один запрос может длиться %1 с, а вся проверка %2 с: на другую площадку нет времени"})
                 .arg(limit("requestTimeout"))
                 .arg(limit("operationTimeout")),
-            QStringLiteral("сделайте requestTimeout в несколько раз меньше operationTimeout"));
+            said({u"make requestTimeout several times less than operationTimeout",
+                  u"сделайте requestTimeout в несколько раз меньше operationTimeout"}));
     }
     checkTimeout(m_host, "requestTimeout");
     checkTimeout(m_host, "operationTimeout");
@@ -149,26 +164,34 @@ void Rules::checkTimeout(const QString& section, const char* name)
 {
     if (const int seconds = number(section, name); seconds > maxTimeout) {
         bad(Area::Settings, "timeout-too-long", section, name,
-            QStringLiteral("касса может ждать %1 с").arg(seconds),
-            QStringLiteral("впишите не больше %1").arg(maxTimeout));
+            said({u"the till may wait for %1 s", u"касса может ждать %1 с"}).arg(seconds),
+            said({u"write %1 at most", u"впишите не больше %1"}).arg(maxTimeout));
     }
 }
 
 void Rules::checkSearches()
 {
     const QString section = QStringLiteral("CRPT");
-    m_findings.add(Level::Good, Area::Settings, "search-time", section, {},
-                   QStringLiteral("поиск площадок идёт сверх предела проверки (%1 с): до %2 с на список, "
-                                  "до %3 с на площадку, до минуты на весь список; кто ждёт чужого поиска, "
-                                  "ждёт до минуты и может остаться без вердикта")
-                       .arg(number(m_host, "operationTimeout"))
-                       .arg(number(section, "getInfoTimeout"))
-                       .arg(number(section, "healthCheckTimeout")));
+    m_findings.add(
+        Level::Good, Area::Settings, "search-time", section, {},
+        said({u"a search for sites comes on top of the limit of a check (%1 s): up to %2 s for the list, "
+              u"up to %3 s for a site, up to a minute for the whole list; who waits for another's "
+              u"search waits up to a minute and may be left without a verdict",
+              u"поиск площадок идёт сверх предела проверки (%1 с): до %2 с на список, "
+              u"до %3 с на площадку, до минуты на весь список; кто ждёт чужого поиска, "
+              u"ждёт до минуты и может остаться без вердикта"})
+            .arg(number(m_host, "operationTimeout"))
+            .arg(number(section, "getInfoTimeout"))
+            .arg(number(section, "healthCheckTimeout")));
     if (const int pause = number(section, "updateInfoInterval"); pause > 0) {
-        note(Area::Settings, "search-pause", section, "updateInfoInterval",
-             QStringLiteral("первые %1 с после включения кассы и столько же после неудачного поиска проверки "
-                            "без площадок кончаются сразу, без запроса, и обычно разрешают продажу")
-                 .arg(pause));
+        note(
+            Area::Settings, "search-pause", section, "updateInfoInterval",
+            said(
+                {u"for the first %1 s after the till is switched on, and as long after a search that failed, "
+                 u"checks without sites end at once, without a request, and usually permit the sale",
+                 u"первые %1 с после включения кассы и столько же после неудачного поиска проверки "
+                 u"без площадок кончаются сразу, без запроса, и обычно разрешают продажу"})
+                .arg(pause));
     }
 }
 
@@ -178,14 +201,16 @@ void Rules::checkService()
     m_report.service = service.isEmpty() ? QStringLiteral("crpt") : service;
     if (m_report.service.compare(QLatin1String("crpt"), Qt::CaseInsensitive) != 0) {
         bad(Area::Plugin, "service-not-served", m_host, "service",
-            QStringLiteral("проверки просят у сервиса %1, плагин обслуживает crpt").arg(m_report.service),
-            QStringLiteral("впишите service = crpt"));
+            said({u"checks are asked of the service %1, the plug-in serves crpt",
+                  u"проверки просят у сервиса %1, плагин обслуживает crpt"})
+                .arg(m_report.service),
+            said({u"write service = crpt", u"впишите service = crpt"}));
     }
     const QString section = value(m_host, QStringLiteral("section"));
     const bool isThere = m_config.sections().contains(section, Qt::CaseInsensitive);
     if (m_config.contains(QStringLiteral("Host:section")) && !section.isEmpty() && !isThere) {
         note(Area::Settings, "section-missing", m_host, "section",
-             QStringLiteral("секции [%1] в настройках нет").arg(section));
+             said({u"the settings have no section [%1]", u"секции [%1] в настройках нет"}).arg(section));
     }
 }
 
@@ -196,11 +221,12 @@ void Rules::checkLog()
     const QString pattern = value(log, QStringLiteral("pattern")).remove(QLatin1String("%%"));
     if (!pattern.isEmpty() && !pattern.contains(message)) {
         bad(Area::Settings, "log-pattern", log, "pattern",
-            QStringLiteral("строки журнала будут без сообщений"), QStringLiteral("впишите в образец %v"));
+            said({u"the lines of the log will have no messages", u"строки журнала будут без сообщений"}),
+            said({u"write %v into the pattern", u"впишите в образец %v"}));
     }
     if (m_config.getBool(QStringLiteral("Log:secrets"))) {
         note(Area::Settings, "log-secrets", log, "secrets",
-             QStringLiteral("ключи и пароли пишутся в журнал полностью"));
+             said({u"keys and passwords are logged in full", u"ключи и пароли пишутся в журнал полностью"}));
     }
 }
 
@@ -211,7 +237,7 @@ void Rules::checkModules()
             checkModule(module);
         } else {
             note(Area::Modules, "module-disabled", module.section, "enable",
-                 QStringLiteral("модуль выключен"));
+                 said({u"the module is switched off", u"модуль выключен"}));
         }
     }
 }
@@ -220,25 +246,32 @@ void Rules::checkModule(const ModuleState& module)
 {
     if (module.token.isEmpty()) {
         bad(Area::Modules, "module-without-token", module.section, "token",
-            QStringLiteral("нет токена, плагин пропускает эту секцию"),
-            QStringLiteral("впишите в token ключ API, проверки с которым должны идти в модуль"));
+            said({u"no token, the plug-in passes this section over",
+                  u"нет токена, плагин пропускает эту секцию"}),
+            said({u"write into token the API key whose checks are to go to the module",
+                  u"впишите в token ключ API, проверки с которым должны идти в модуль"}));
         return;
     }
     judgeToken(module);
     const QUrl url(value(module.section, QStringLiteral("url")));
     if (url.path().endsWith(u'/')) {
         bad(Area::Modules, "module-address-slash", module.section, "url",
-            QStringLiteral("косая черта в конце адреса: модуль получит путь с двумя"),
-            QStringLiteral("уберите её"));
+            said({u"the address ends with a slash: the module will get a path with two",
+                  u"косая черта в конце адреса: модуль получит путь с двумя"}),
+            said({u"take it out", u"уберите её"}));
     }
     if (isOverheard(url)) {
         note(Area::Modules, "module-overheard", module.section, "url",
-             QStringLiteral("пароль и ключ уйдут на %1 открытым текстом").arg(module.url));
+             said({u"password and key will go to %1 in the open",
+                   u"пароль и ключ уйдут на %1 открытым текстом"})
+                 .arg(module.url));
     }
     if (module.greyListWanted && !module.maintained) {
         bad(Area::Modules, "grey-list-not-kept", module.section, "enableGreyList",
-            QStringLiteral("enableGreyList не действует: maintain выключен"),
-            QStringLiteral("включите maintain или уберите enableGreyList"));
+            said({u"enableGreyList does nothing: maintain is off",
+                  u"enableGreyList не действует: maintain выключен"}),
+            said({u"switch maintain on or take enableGreyList out",
+                  u"включите maintain или уберите enableGreyList"}));
     }
 }
 
@@ -248,19 +281,23 @@ void Rules::judgeToken(const ModuleState& module)
     checkKeyText(module.section, "token", token);
     if (m_tokens.contains(token)) {
         bad(Area::Modules, "module-token-repeated", module.section, "token",
-            QStringLiteral("этот токен есть и у другой секции; действует последняя"),
-            QStringLiteral("оставьте одну секцию на токен"));
+            said({u"another section has this token too; the last one counts",
+                  u"этот токен есть и у другой секции; действует последняя"}),
+            said({u"keep one section for a token", u"оставьте одну секцию на токен"}));
     }
     m_tokens.append(token);
     const QString apiKey = value(m_host, QStringLiteral("apiKey"));
     const QString usual = apiKey.isEmpty() ? m_keys.value(0) : apiKey;
     if (token != usual && !m_keys.contains(token)) {
         bad(Area::Modules, "module-token-unused", module.section, "token",
-            QStringLiteral("токен не совпадает ни с одним ключом кассы: модуль никто не спросит"),
-            QStringLiteral("впишите в token тот ключ, с которым идут проверки"));
+            said({u"the token is none of the till's keys: nobody will ask the module",
+                  u"токен не совпадает ни с одним ключом кассы: модуль никто не спросит"}),
+            said({u"write into token the key that checks are made with",
+                  u"впишите в token тот ключ, с которым идут проверки"}));
     } else if (token != usual) {
         note(Area::Modules, "module-token-other", module.section, "token",
-             QStringLiteral("модуль спросят только для проверок с ключом %1, обычный ключ другой")
+             said({u"the module will be asked only for checks with the key %1, the usual key is another",
+                   u"модуль спросят только для проверок с ключом %1, обычный ключ другой"})
                  .arg(module.token));
     }
 }

@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 
+#include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 
 namespace poshost {
@@ -21,14 +22,14 @@ double toMs(nanoseconds duration)
 
 QString msText(nanoseconds duration)
 {
-    return QStringLiteral("%1 мс").arg(toMs(duration), 0, 'f', 1);
+    return said({u"%1 ms", u"%1 мс"}).arg(toMs(duration), 0, 'f', 1);
 }
 
 QString noteLines(const QList<TraceNote>& notes)
 {
     QString text;
     for (const TraceNote& note : notes) {
-        text += QStringLiteral("   → %1\n").arg(QString::fromUtf8(note.words));
+        text += QStringLiteral("   → %1\n").arg(said(note.words));
     }
     return text;
 }
@@ -50,7 +51,8 @@ QString stepLines(qsizetype number, const Step& step)
     const QString error = step.error.isEmpty() || step.httpStatus >= 400
                               ? QString()
                               : QStringLiteral("   %1\n").arg(step.error);
-    return QStringLiteral("%1. %2: %3\n   %4%5; начат через %6, длился %7\n")
+    return said({u"%1. %2: %3\n   %4%5; begun after %6, took %7\n",
+                 u"%1. %2: %3\n   %4%5; начат через %6, длился %7\n"})
                .arg(QString::number(number), purposeWords(step.purpose), step.address, status,
                     step.classWords, msText(step.at), msText(step.duration)) +
            error + noteLines(step.done);
@@ -74,10 +76,12 @@ QJsonObject stepJson(const Step& step)
 QString decisionWords(Source source, http::ErrorKind errorKind, int httpStatus)
 {
     if (source == Source::Offline) {
-        return QStringLiteral("вердикт локального модуля");
+        return said({u"the local module's verdict", u"вердикт локального модуля"});
     }
     const QString words = whyNoVerdict(errorKind, httpStatus);
-    return words.isEmpty() ? QStringLiteral("вердикт по последнему ответу площадки") : words;
+    return words.isEmpty()
+               ? said({u"the verdict of the last site's reply", u"вердикт по последнему ответу площадки"})
+               : words;
 }
 
 QString spentLine(const CheckStory& story)
@@ -88,7 +92,7 @@ QString spentLine(const CheckStory& story)
             text += QStringLiteral("%1 %2, ").arg(purposeWords(Purpose(i)), msText(spent));
         }
     }
-    return QStringLiteral("Время: %1остальное %2, всего %3\n")
+    return said({u"Time: %1rest %2, total %3\n", u"Время: %1остальное %2, всего %3\n"})
         .arg(text, msText(story.spentElsewhere()), msText(story.total));
 }
 
@@ -112,7 +116,7 @@ Decision decisionOf(const Verification& verification)
             .errorKind = int(result.errorKind()),
             .words = verification.isServed()
                          ? decisionWords(verification.source(), result.errorKind(), result.status())
-                         : QStringLiteral("проверки не было")};
+                         : said({u"there was no check", u"проверки не было"})};
 }
 
 Decision decisionOf(const CheckEnd& end)
@@ -131,7 +135,7 @@ QString explanationText(const CheckStory& story, const Decision& decision)
     for (qsizetype i = 0; i < story.steps.size(); ++i) {
         text += stepLines(i + 1, story.steps[i]);
     }
-    return text + QStringLiteral("Решение: %1\n").arg(decision.words) + spentLine(story);
+    return text + said({u"Decision: %1\n", u"Решение: %1\n"}).arg(decision.words) + spentLine(story);
 }
 
 QJsonObject explanationJson(const CheckStory& story, const Decision& decision)

@@ -1,5 +1,6 @@
 #include "poshost/reports/judgement.h"
 
+#include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/reports/table.h"
 #include "poshost/till/output.h"
@@ -14,16 +15,18 @@ QStringList refusalReasons(const Result::CodeStatus& failed, Deal deal)
 {
     QStringList reasons = cashierWords(failed, deal);
     if (!failed.message.isEmpty()) {
-        reasons.append(QStringLiteral("сообщение оператора: %1").arg(oneLine(failed.message)));
+        reasons.append(
+            said({u"the operator says: %1", u"сообщение оператора: %1"}).arg(oneLine(failed.message)));
     }
-    return reasons.isEmpty() ? QStringList(QStringLiteral("причина не названа")) : reasons;
+    return reasons.isEmpty() ? QStringList(said({u"no reason given", u"причина не названа"})) : reasons;
 }
 
 QString missingReason(const Result& result)
 {
     const QString why = whyNoVerdict(result.errorKind(), result.status());
     const QString words = why.isEmpty() ? oneLine(result.errorText().ru()) : why;
-    return words.isEmpty() ? QStringLiteral("вердикта нет") : QStringLiteral("вердикта нет: %1").arg(words);
+    return words.isEmpty() ? said({u"no verdict", u"вердикта нет"})
+                           : said({u"no verdict: %1", u"вердикта нет: %1"}).arg(words);
 }
 
 }  // namespace
@@ -44,7 +47,7 @@ Judgement judge(const Verification& verification)
     } else if (judgement.verdict == Verdict::Unverified) {
         judgement.remarks.append(whyNoVerdict(result.errorKind(), result.status()));
     } else if (verification.source() == Source::Offline) {
-        judgement.remarks.append(QStringLiteral("проверено локальным модулем"));
+        judgement.remarks.append(said({u"checked by the local module", u"проверено локальным модулем"}));
     }
     if (const QString data = sideData(result, code); !data.isEmpty()) {
         judgement.remarks.append(data);

@@ -10,8 +10,8 @@ namespace poshost {
 struct Judgement
 {
     Verdict verdict = Verdict::Missing;
-    QStringList reasons;  ///< why it was refused, in Russian; never empty then
-    QStringList remarks;  ///< what else there is to know, in Russian
+    QStringList reasons;  ///< why it was refused; never empty then
+    QStringList remarks;  ///< what else there is to know
 };
 
 /// Of the verification's first code. Pure.

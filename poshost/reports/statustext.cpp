@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "poshost/language.h"
+
 namespace poshost {
 
 namespace {
@@ -10,97 +12,144 @@ struct Entry
 {
     CheckMarkingCodesResult::EStatus status;
     const char* name;
-    const char* words;       ///< for people who know the system
-    const char* forCashier;  ///< plainly, with what to do where something can be done
+    Text words;       ///< for people who know the system
+    Text forCashier;  ///< plainly, with what to do where something can be done
 };
 
 constexpr std::array entries = {
-    Entry{CheckMarkingCodesResult::NotInReply, "NotInReply", "в ответе ничего не сказано о коде",
-          "сервер не ответил про этот код: отсканируйте ещё раз"},
-    Entry{CheckMarkingCodesResult::Unreachable, "Unreachable", "сервер проверки недоступен",
-          "нет связи с сервером проверки: повторите позже"},
-    Entry{CheckMarkingCodesResult::NotValid, "NotValid", "неверная структура кода",
-          "код повреждён или считан неверно: отсканируйте ещё раз"},
-    Entry{CheckMarkingCodesResult::NotVerified, "NotVerified", "криптоподпись не подтверждена",
-          "код не настоящий: его подпись не подтверждена"},
-    Entry{CheckMarkingCodesResult::Expired, "Expired", "истёк срок годности", "срок годности истёк"},
-    Entry{CheckMarkingCodesResult::GrayZoneNotRealizable, "GrayZoneNotRealizable",
-          "серая зона, продажа не разрешена", "товар с неполными данными, продавать его не разрешено"},
-    Entry{CheckMarkingCodesResult::Sold, "Sold", "уже продан", "этот товар уже продан"},
-    Entry{CheckMarkingCodesResult::NotUtilised, "NotUtilised", "код не нанесён на товар",
-          "производитель не сообщил, что код нанесён на товар"},
-    Entry{CheckMarkingCodesResult::NotRealizable, "NotRealizable", "не введён в оборот",
-          "товар не введён в оборот"},
-    Entry{CheckMarkingCodesResult::NotFound, "NotFound", "код не найден",
-          "такого кода в системе маркировки нет"},
-    Entry{CheckMarkingCodesResult::Blocked, "Blocked", "продажа заблокирована",
-          "продажа этого товара запрещена"},
-    Entry{CheckMarkingCodesResult::NotOwner, "NotOwner", "товар числится за другим владельцем",
-          "товар числится за другой организацией"},
-    Entry{CheckMarkingCodesResult::GreyGtin, "GreyGtin", "GTIN в сером списке", "товар в сером списке"},
-    Entry{CheckMarkingCodesResult::ZeroWeight, "ZeroWeight", "нулевой вес",
-          "вес товара в системе маркировки равен нулю"},
-    Entry{CheckMarkingCodesResult::NotTracking, "NotTracking", "товар не отслеживается",
-          "товар не отслеживается системой маркировки"},
+    Entry{CheckMarkingCodesResult::NotInReply,
+          "NotInReply",
+          {u"the reply says nothing of the code", u"в ответе ничего не сказано о коде"},
+          {u"the server said nothing of this code: scan it again",
+           u"сервер не ответил про этот код: отсканируйте ещё раз"}},
+    Entry{CheckMarkingCodesResult::Unreachable,
+          "Unreachable",
+          {u"the checking server is out of reach", u"сервер проверки недоступен"},
+          {u"no connection to the checking server: try again later",
+           u"нет связи с сервером проверки: повторите позже"}},
+    Entry{CheckMarkingCodesResult::NotValid,
+          "NotValid",
+          {u"the code is malformed", u"неверная структура кода"},
+          {u"the code is damaged or was misread: scan it again",
+           u"код повреждён или считан неверно: отсканируйте ещё раз"}},
+    Entry{CheckMarkingCodesResult::NotVerified,
+          "NotVerified",
+          {u"crypto signature not confirmed", u"криптоподпись не подтверждена"},
+          {u"the code is not genuine: its signature is not confirmed",
+           u"код не настоящий: его подпись не подтверждена"}},
+    Entry{CheckMarkingCodesResult::Expired,
+          "Expired",
+          {u"expired", u"истёк срок годности"},
+          {u"past its expiry date", u"срок годности истёк"}},
+    Entry{CheckMarkingCodesResult::GrayZoneNotRealizable,
+          "GrayZoneNotRealizable",
+          {u"grey zone, sale not permitted", u"серая зона, продажа не разрешена"},
+          {u"data of this good are incomplete, it must not be sold",
+           u"товар с неполными данными, продавать его не разрешено"}},
+    Entry{CheckMarkingCodesResult::Sold,
+          "Sold",
+          {u"already sold", u"уже продан"},
+          {u"this good has been sold already", u"этот товар уже продан"}},
+    Entry{CheckMarkingCodesResult::NotUtilised,
+          "NotUtilised",
+          {u"code not applied to the good", u"код не нанесён на товар"},
+          {u"the maker has not reported that the code is on the good",
+           u"производитель не сообщил, что код нанесён на товар"}},
+    Entry{CheckMarkingCodesResult::NotRealizable,
+          "NotRealizable",
+          {u"not in circulation", u"не введён в оборот"},
+          {u"the good is not in circulation", u"товар не введён в оборот"}},
+    Entry{CheckMarkingCodesResult::NotFound,
+          "NotFound",
+          {u"code not found", u"код не найден"},
+          {u"the marking system has no such code", u"такого кода в системе маркировки нет"}},
+    Entry{CheckMarkingCodesResult::Blocked,
+          "Blocked",
+          {u"sale blocked", u"продажа заблокирована"},
+          {u"this good must not be sold", u"продажа этого товара запрещена"}},
+    Entry{CheckMarkingCodesResult::NotOwner,
+          "NotOwner",
+          {u"registered to another owner", u"товар числится за другим владельцем"},
+          {u"the good is registered to another organisation", u"товар числится за другой организацией"}},
+    Entry{CheckMarkingCodesResult::GreyGtin,
+          "GreyGtin",
+          {u"GTIN on the grey list", u"GTIN в сером списке"},
+          {u"the good is on the grey list", u"товар в сером списке"}},
+    Entry{CheckMarkingCodesResult::ZeroWeight,
+          "ZeroWeight",
+          {u"zero weight", u"нулевой вес"},
+          {u"the good weighs nothing in the marking system", u"вес товара в системе маркировки равен нулю"}},
+    Entry{CheckMarkingCodesResult::NotTracking,
+          "NotTracking",
+          {u"good not tracked", u"товар не отслеживается"},
+          {u"the marking system does not track this good", u"товар не отслеживается системой маркировки"}},
 };
 
 struct ReplyClass
 {
     const char* name;
-    const char* words;
+    Text words;
 };
 
 /// By RequestStatus.
 constexpr std::array<ReplyClass, 9> replyClasses = {{
-    {"ok", "ответ принят"},
-    {"failed", "ответ без «ok», принят как есть"},
-    {"server-error", "ошибка сервера"},
-    {"cross-border-unavailable", "нет связи с трансграничной проверкой"},
-    {"emergency", "аварийная ситуация, запрет на продажу отключён"},
-    {"incorrect-token", "ключ не принят"},
-    {"protocol-error", "ошибка протокола"},
-    {"timeout", "время вышло"},
-    {"network-error", "нет связи"},
+    {"ok", {u"reply accepted", u"ответ принят"}},
+    {"failed", {u"reply without \"ok\", taken as it is", u"ответ без «ok», принят как есть"}},
+    {"server-error", {u"server error", u"ошибка сервера"}},
+    {"cross-border-unavailable",
+     {u"no connection to the cross-border check", u"нет связи с трансграничной проверкой"}},
+    {"emergency",
+     {u"emergency, the ban on sales is lifted", u"аварийная ситуация, запрет на продажу отключён"}},
+    {"incorrect-token", {u"key refused", u"ключ не принят"}},
+    {"protocol-error", {u"protocol error", u"ошибка протокола"}},
+    {"timeout", {u"timed out", u"время вышло"}},
+    {"network-error", {u"no connection", u"нет связи"}},
 }};
 
 constexpr int keyRefusedStatus = 401;
 
-QStringList textsOf(CheckMarkingCodesResult::Status status, const char* Entry::*text)
+constexpr Text keyRefused = {u"key refused", u"ключ не принят"};
+constexpr Text keyRefusedForCashier = {u"key refused: tell the administrator",
+                                       u"ключ не принят: сообщите администратору"};
+
+template <class Describe>
+QStringList textsOf(CheckMarkingCodesResult::Status status, Describe describe)
 {
     QStringList texts;
     for (const Entry& entry : entries) {
         if (status.testFlag(entry.status)) {
-            texts.append(QString::fromUtf8(entry.*text));
+            texts.append(describe(entry));
         }
     }
     return texts;
 }
 
-QStringList reasonsOf(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal, const char* Entry::*text,
-                      const QString& keyRefused)
+QStringList reasonsOf(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal, Text Entry::*text,
+                      const Text& ofRefusedKey)
 {
     const CheckMarkingCodesResult::Status noVerdict =
         CheckMarkingCodesResult::NotInReply | CheckMarkingCodesResult::Unreachable;
     const bool isKeyRefused = (failed.status & noVerdict) != 0 && failed.errorCode == keyRefusedStatus;
-    return isKeyRefused ? QStringList(keyRefused) : textsOf(standingReasons(failed, deal), text);
+    return isKeyRefused ? QStringList(said(ofRefusedKey))
+                        : textsOf(standingReasons(failed, deal),
+                                  [text](const Entry& entry) { return said(entry.*text); });
 }
 
 }  // namespace
 
 QStringList statusNames(CheckMarkingCodesResult::Status status)
 {
-    return textsOf(status, &Entry::name);
+    return textsOf(status, [](const Entry& entry) { return QString::fromUtf8(entry.name); });
 }
 
 QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal)
 {
-    return reasonsOf(failed, deal, &Entry::words, QStringLiteral("ключ не принят"));
+    return reasonsOf(failed, deal, &Entry::words, keyRefused);
 }
 
 QStringList cashierWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal)
 {
-    return reasonsOf(failed, deal, &Entry::forCashier,
-                     QStringLiteral("ключ не принят: сообщите администратору"));
+    return reasonsOf(failed, deal, &Entry::forCashier, keyRefusedForCashier);
 }
 
 QString className(RequestStatus status)
@@ -110,17 +159,19 @@ QString className(RequestStatus status)
 
 QString classWords(RequestStatus status)
 {
-    return QString::fromUtf8(replyClasses.at(size_t(status)).words);
+    return said(replyClasses.at(size_t(status)).words);
 }
 
 QString forgivenWords()
 {
-    return QStringLiteral("товар был продан");
+    return said({u"the good was sold", u"товар был продан"});
 }
 
 QString standHead()
 {
-    return QStringLiteral("СТЕНД: отвечает тестовый стенд, а не оператор\n");
+    return QStringLiteral("%1: %2\n")
+        .arg(promised({u"STAND", u"СТЕНД"}),
+             said({u"the test stand answers, not the operator", u"отвечает тестовый стенд, а не оператор"}));
 }
 
 QJsonValue sourceName(Source source)
@@ -139,17 +190,17 @@ QJsonValue sourceName(Source source)
 QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus)
 {
     if (httpStatus == keyRefusedStatus) {
-        return QStringLiteral("ключ не принят");
+        return said(keyRefused);
     }
     switch (errorKind) {
     case http::ErrorKind::None:
         break;
     case http::ErrorKind::SalePermitted:
-        return QStringLiteral("вердикта нет, продажа разрешена");
+        return said({u"no verdict, sale permitted", u"вердикта нет, продажа разрешена"});
     case http::ErrorKind::Unreachable:
-        return QStringLiteral("ни одна площадка не доступна");
+        return said({u"no site can be reached", u"ни одна площадка не доступна"});
     case http::ErrorKind::NoToken:
-        return QStringLiteral("токен для проверки площадок не задан");
+        return said({u"no token to check the sites with", u"токен для проверки площадок не задан"});
     }
     return {};
 }

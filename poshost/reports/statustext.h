@@ -12,7 +12,7 @@ namespace poshost {
 /// Names of the flags that are set, as the result's enumeration has them, in the order of their values.
 [[nodiscard]] QStringList statusNames(CheckMarkingCodesResult::Status status);
 
-/// Why a code was refused in a deal, for people who know the system, in Russian. That the operator did not
+/// Why a code was refused in a deal, for people who know the system. That the operator did not
 /// take the key is said in place of what follows from it.
 [[nodiscard]] QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal);
 
@@ -21,19 +21,19 @@ namespace poshost {
 
 /// What a reply of the operator means, as programs read it: "ok", "server-error", ...
 [[nodiscard]] QString className(RequestStatus status);
-/// As people read it, in Russian.
+/// As people read it.
 [[nodiscard]] QString classWords(RequestStatus status);
 
-/// What is said of a code that a refund forgives, in Russian.
+/// What is said of a code that a refund forgives.
 [[nodiscard]] QString forgivenWords();
 
-/// Head of every report of what a test stand has said, in Russian, with its line feed.
+/// Head of every report of what a test stand has said, with its line feed.
 [[nodiscard]] QString standHead();
 
 /// "online", "offline" or null.
 [[nodiscard]] QJsonValue sourceName(Source source);
 
-/// Why there is no verdict of the operator, in Russian: by the error kind, or because it did not take the
+/// Why there is no verdict of the operator: by the error kind, or because it did not take the
 /// key (by the status of its reply). Empty when there is one.
 [[nodiscard]] QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus);
 

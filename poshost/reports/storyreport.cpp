@@ -5,6 +5,7 @@
 
 #include <QJsonArray>
 
+#include "poshost/language.h"
 #include "poshost/reports/explanationtext.h"
 #include "poshost/till/output.h"
 
@@ -15,25 +16,32 @@ namespace {
 struct OutcomeEntry
 {
     const char* name;
-    const char* words;
+    Text words;
 };
 
 /// By Outcome.
-constexpr std::array<OutcomeEntry, 4> outcomes = {{{"passed", "✓ прошли"},
-                                                   {"refused", "✗ ОТКАЗ"},
-                                                   {"permitted", "! БЕЗ ПРОВЕРКИ"},
-                                                   {"unfinished", "? НЕ ЗАКОНЧЕНА"}}};
+constexpr std::array<OutcomeEntry, 4> outcomes = {{{"passed", {u"✓ passed", u"✓ прошли"}},
+                                                   {"refused", {u"✗ REFUSED", u"✗ ОТКАЗ"}},
+                                                   {"permitted", {u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ"}},
+                                                   {"unfinished", {u"? NOT FINISHED", u"? НЕ ЗАКОНЧЕНА"}}}};
 
 const OutcomeEntry& entryOf(const CheckStory& story)
 {
     return outcomes.at(size_t(story.outcome()));
 }
 
+QString wordsOf(const CheckStory& story)
+{
+    const Text& words = entryOf(story).words;
+    return story.outcome() == Outcome::Permitted ? promised(words) : said(words);
+}
+
 /// With the reply, where no step tells of it.
 Decision decisionOf(const CheckStory& story)
 {
     if (!story.end) {
-        return {.words = QStringLiteral("неизвестно, в журнале нет итога проверки")};
+        return {.words = said({u"unknown, the log has no end of the check",
+                               u"неизвестно, в журнале нет итога проверки"})};
     }
     Decision decision = decisionOf(*story.end);
     const QString& address = story.end->address;
@@ -48,13 +56,13 @@ Decision decisionOf(const CheckStory& story)
 
 QString storyText(const CheckStory& story)
 {
-    QString text = QStringLiteral("%1  %2: кодов %3")
-                       .arg(story.begin.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),
-                            QString::fromUtf8(entryOf(story).words), QString::number(story.codes.size()));
+    QString text = said({u"%1  %2: codes %3", u"%1  %2: кодов %3"})
+                       .arg(story.begin.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")), wordsOf(story),
+                            QString::number(story.codes.size()));
     if (story.end) {
-        text += QStringLiteral(", отказано %1").arg(story.end->failed);
+        text += said({u", refused %1", u", отказано %1"}).arg(story.end->failed);
     }
-    text += QStringLiteral("  (поток %1)\n").arg(story.thread);
+    text += said({u"  (thread %1)\n", u"  (поток %1)\n"}).arg(story.thread);
     for (const QString& code : story.codes) {
         text += QStringLiteral("   %1\n").arg(oneLine(code));
     }

@@ -6,7 +6,7 @@
 
 namespace poshost {
 
-/// A check of a log for a person, in Russian: when, which codes, what came of it, how it went.
+/// A check of a log for a person: when, which codes, what came of it, how it went.
 [[nodiscard]] QString storyText(const CheckStory& story);
 
 /// The same for a program, one line of JSON: "begin", "thread", "codes", "outcome" ("passed", "refused",

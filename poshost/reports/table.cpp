@@ -4,6 +4,7 @@
 
 #include <QStringList>
 
+#include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/till/output.h"
 
@@ -14,8 +15,6 @@ namespace {
 using Result = CheckMarkingCodesResult;
 
 constexpr qsizetype maxPadding = 100;  // a longer code pushes its own remarks aside, not everybody's
-constexpr qsizetype verdictWidth = 10;
-constexpr qsizetype unverifiedWidth = 16;
 constexpr qsizetype minCode = 24;
 
 /// One line before it is laid out.
@@ -30,15 +29,15 @@ QString verdictText(Verdict verdict)
 {
     switch (verdict) {
     case Verdict::Passed:
-        return QStringLiteral("✓ прошёл");
+        return said({u"✓ passed", u"✓ прошёл"});
     case Verdict::Failed:
-        return QStringLiteral("✗ ОТКАЗ");
+        return said({u"✗ REFUSED", u"✗ ОТКАЗ"});
     case Verdict::Unverified:
-        return QStringLiteral("! БЕЗ ПРОВЕРКИ");
+        return promised({u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ"});
     case Verdict::Missing:
         break;
     }
-    return QStringLiteral("? нет");
+    return said({u"? none", u"? нет"});
 }
 
 QString colourOf(Verdict verdict)
@@ -67,9 +66,10 @@ QString reasons(const Result::CodeStatus& failed, Deal deal)
         parts.append(u'«' + oneLine(failed.message) + u'»');
     }
     if (failed.errorCode != 0) {
-        parts.append(QStringLiteral("код ошибки %1").arg(failed.errorCode));
+        parts.append(said({u"error code %1", u"код ошибки %1"}).arg(failed.errorCode));
     }
-    return parts.isEmpty() ? QStringLiteral("причина не названа") : parts.join(QLatin1String("; "));
+    return parts.isEmpty() ? said({u"no reason given", u"причина не названа"})
+                           : parts.join(QLatin1String("; "));
 }
 
 QList<Row> makeRows(const Verification& verification)
@@ -82,7 +82,7 @@ QList<Row> makeRows(const Verification& verification)
         if (verdicts[i] == Verdict::Failed) {
             remarks.append(reasons(verification.result.failedCodes.value(code), verification.deal));
         } else if (verdicts[i] == Verdict::Missing) {
-            remarks.append(QStringLiteral("вердикта нет"));
+            remarks.append(said({u"no verdict", u"вердикта нет"}));
         } else if (verification.forgiven.contains(code)) {
             remarks.append(forgivenWords());
         }
@@ -106,9 +106,12 @@ QString shortened(const QString& text, qsizetype width)
 
 qsizetype verdictWidthOf(const QList<Row>& rows)
 {
-    const bool isWide = std::any_of(rows.begin(), rows.end(),
-                                    [](const Row& row) { return row.verdict == Verdict::Unverified; });
-    return isWide ? unverifiedWidth : verdictWidth;
+    constexpr qsizetype gap = 2;
+    qsizetype longest = std::max(verdictText(Verdict::Passed).size(), verdictText(Verdict::Failed).size());
+    for (const Row& row : rows) {
+        longest = std::max(longest, verdictText(row.verdict).size());
+    }
+    return longest + gap;
 }
 
 qsizetype codeWidth(const QList<Row>& rows, const Style& style)
@@ -131,12 +134,18 @@ QString table(const QList<Row>& rows, const Style& style)
     const qsizetype width = codeWidth(rows, style);
     const qsizetype wide = verdictWidthOf(rows);
     QString text;
+    bool isAnyShortened = false;
     for (const Row& row : rows) {
         const QString code = style.width == 0 ? row.code : shortened(row.code, width);
+        isAnyShortened |= code != row.code;
         const QString verdict = verdictText(row.verdict).leftJustified(wide);
         text += inColour(verdict, colourOf(row.verdict), style);
         text += row.remarks.isEmpty() ? code : code.leftJustified(width) + QLatin1String("  ") + row.remarks;
         text += u'\n';
+    }
+    if (isAnyShortened) {
+        text += said({u"Codes are shortened to the screen; --json and output to a file show them whole\n",
+                      u"Коды сокращены по ширине экрана; целиком их покажут --json и вывод в файл\n"});
     }
     return text;
 }
@@ -147,24 +156,26 @@ QString sums(const QList<Row>& rows)
         return std::count_if(rows.begin(), rows.end(),
                              [verdict](const Row& row) { return row.verdict == verdict; });
     };
-    QStringList parts = {QStringLiteral("прошли %1").arg(count(Verdict::Passed)),
-                         QStringLiteral("отказано %1").arg(count(Verdict::Failed))};
+    QStringList parts = {said({u"passed %1", u"прошли %1"}).arg(count(Verdict::Passed)),
+                         said({u"refused %1", u"отказано %1"}).arg(count(Verdict::Failed))};
     if (const auto unverified = count(Verdict::Unverified); unverified > 0) {
-        parts.append(QStringLiteral("без проверки %1").arg(unverified));
+        parts.append(said({u"without a check %1", u"без проверки %1"}).arg(unverified));
     }
     if (const auto missing = count(Verdict::Missing); missing > 0) {
-        parts.append(QStringLiteral("без вердикта %1").arg(missing));
+        parts.append(said({u"without a verdict %1", u"без вердикта %1"}).arg(missing));
     }
-    return QStringLiteral("Кодов %1: %2").arg(QString::number(rows.size()), parts.join(QLatin1String(", ")));
+    return said({u"Codes %1: %2", u"Кодов %1: %2"})
+        .arg(QString::number(rows.size()), parts.join(QLatin1String(", ")));
 }
 
 QString origin(const Verification& verification)
 {
     if (verification.source() == Source::Offline) {
-        return QStringLiteral("локальный модуль (offline)");
+        return said({u"local module (offline)", u"локальный модуль (offline)"});
     }
-    QStringList parts = {verification.source() == Source::Online ? QStringLiteral("онлайн-проверка (online)")
-                                                                 : QStringLiteral("нет")};
+    QStringList parts = {verification.source() == Source::Online
+                             ? said({u"online check (online)", u"онлайн-проверка (online)"})
+                             : said({u"none", u"нет"})};
     const Result& result = verification.result;
     if (result.status() != 0) {
         parts.append(QStringLiteral("HTTP %1").arg(result.status()));
@@ -190,7 +201,7 @@ QString notices(const QList<Notification>& notifications)
     QString text;
     for (const QString& notice : std::as_const(standing)) {
         if (!notice.isEmpty()) {
-            text += QStringLiteral("Сообщение кассиру: %1\n").arg(oneLine(notice));
+            text += said({u"Notice for the cashier: %1\n", u"Сообщение кассиру: %1\n"}).arg(oneLine(notice));
         }
     }
     return text;
@@ -203,16 +214,16 @@ QString sideData(const Result& result, const MarkingCode& code)
     QStringList parts;
     if (const auto date = result.expireDates.constFind(code); date != result.expireDates.constEnd()) {
         parts.append(date->isValid()
-                         ? QStringLiteral("годен до %1")
+                         ? said({u"good until %1", u"годен до %1"})
                                .arg(date->toLocalTime().toString(QStringLiteral("dd.MM.yyyy HH:mm")))
-                         : QStringLiteral("срок годности не указан"));
+                         : said({u"no expiry date given", u"срок годности не указан"}));
     }
     if (const auto weight = result.productWeights.constFind(code);
         weight != result.productWeights.constEnd()) {
-        parts.append(QStringLiteral("вес %1").arg(*weight));
+        parts.append(said({u"weight %1", u"вес %1"}).arg(*weight));
     }
     if (const auto mrp = result.mrps.constFind(code); mrp != result.mrps.constEnd()) {
-        parts.append(QStringLiteral("МРЦ %1 (группа %2)").arg(mrp->mrp).arg(mrp->groupId));
+        parts.append(said({u"MRP %1 (group %2)", u"МРЦ %1 (группа %2)"}).arg(mrp->mrp).arg(mrp->groupId));
     }
     return parts.join(QLatin1String(", "));
 }
@@ -221,8 +232,9 @@ QString toTable(const Verification& verification, const Style& style)
 {
     const QList<Row> rows = makeRows(verification);
     return (verification.stand ? standHead() : QString()) + table(rows, style) + u'\n' + sums(rows) +
-           QStringLiteral(", за %1 мс\n").arg(verification.elapsed.count()) +
-           QStringLiteral("Источник: %1\n").arg(origin(verification)) + notices(verification.notifications);
+           said({u", in %1 ms\n", u", за %1 мс\n"}).arg(verification.elapsed.count()) +
+           said({u"Source: %1\n", u"Источник: %1\n"}).arg(origin(verification)) +
+           notices(verification.notifications);
 }
 
 }  // namespace poshost

@@ -19,17 +19,17 @@ struct PurposeEntry
 {
     const char* pathEnd;
     const char* name;
-    const char* words;
+    Text words;
 };
 
 /// By Purpose.
 constexpr std::array<PurposeEntry, purposes> purposeEntries = {{
-    {"/codes/check", "check", "проверка кодов"},
-    {"/cdn/info", "list", "список площадок"},
-    {"/cdn/health/check", "probe", "замер площадки"},
-    {"/api/v2/status", "module-status", "состояние локального модуля"},
-    {"/api/v2/cis/outCheck", "module-check", "проверка локальным модулем"},
-    {"", "other", "другой запрос"},
+    {"/codes/check", "check", {u"check of codes", u"проверка кодов"}},
+    {"/cdn/info", "list", {u"list of sites", u"список площадок"}},
+    {"/cdn/health/check", "probe", {u"probe of a site", u"замер площадки"}},
+    {"/api/v2/status", "module-status", {u"state of the local module", u"состояние локального модуля"}},
+    {"/api/v2/cis/outCheck", "module-check", {u"check by the local module", u"проверка локальным модулем"}},
+    {"", "other", {u"another request", u"другой запрос"}},
 }};
 
 Purpose purposeOf(const QUrl& url)
@@ -52,7 +52,8 @@ void classifyProbe(Step& step, const http::Response& reply)
     const QJsonValue code = reply.responseObject().value(QLatin1String("code"));
     const bool healthy = !code.isUndefined() && code.toInt() == 0;
     setClass(step, healthy ? "healthy" : "unhealthy",
-             healthy ? QStringLiteral("площадка исправна") : QStringLiteral("площадка неисправна"));
+             healthy ? said({u"the site is healthy", u"площадка исправна"})
+                     : said({u"the site is not healthy", u"площадка неисправна"}));
 }
 
 void classify(Step& step, const http::Response& reply)
@@ -70,7 +71,8 @@ void classify(Step& step, const http::Response& reply)
         constexpr int httpOk = 200;
         const bool answered = reply.status() == httpOk;
         setClass(step, answered ? "answered" : "not-answered",
-                 answered ? QStringLiteral("ответ получен") : QStringLiteral("не ответил"));
+                 answered ? said({u"it answered", u"ответ получен"})
+                          : said({u"it did not answer", u"не ответил"}));
     }
 }
 
@@ -127,7 +129,7 @@ QString purposeName(Purpose purpose)
 
 QString purposeWords(Purpose purpose)
 {
-    return QString::fromUtf8(purposeEntries.at(size_t(purpose)).words);
+    return said(purposeEntries.at(size_t(purpose)).words);
 }
 
 Step stepOf(const http::Response& reply, bool post)
@@ -146,10 +148,12 @@ Step stepOf(const http::Response& reply, bool post)
 void setModuleState(Step& step, const QString& state)
 {
     if (state == QLatin1String("ready")) {
-        setClass(step, "ready", QStringLiteral("модуль готов"));
+        setClass(step, "ready", said({u"the module is ready", u"модуль готов"}));
     } else {
         constexpr qsizetype enough = 40;
-        setClass(step, "not-ready", QStringLiteral("модуль не готов (%1)").arg(oneLine(state.left(enough))));
+        setClass(step, "not-ready",
+                 said({u"the module is not ready (%1)", u"модуль не готов (%1)"})
+                     .arg(oneLine(state.left(enough))));
     }
 }
 

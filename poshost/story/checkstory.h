@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QUrl>
 
+#include "poshost/language.h"
 #include <network/response.h>
 
 namespace poshost {
@@ -20,8 +21,8 @@ inline constexpr int purposes = int(Purpose::Other) + 1;
 /// Something that the plug-in did about an answer, or for want of one.
 struct TraceNote
 {
-    const char* name = "";   ///< as programs read it: "quarantine", "switch", ...
-    const char* words = "";  ///< as people read it, in Russian
+    const char* name = "";  ///< as programs read it: "quarantine", "switch", ...
+    Text words;             ///< as people read it
 };
 
 /// One request of a check, and what was done about its answer.
@@ -84,7 +85,7 @@ struct CheckStory
 
 /// As programs read it: "check", "list", "probe", "module-status", "module-check", "other".
 [[nodiscard]] QString purposeName(Purpose purpose);
-/// As people read it, in Russian.
+/// As people read it.
 [[nodiscard]] QString purposeWords(Purpose purpose);
 
 /// The step that a reply makes; without its times.

@@ -1,8 +1,11 @@
 #include "poshost/story/plot.h"
 
+#include <array>
+
 #include <QProcess>
 #include <QSaveFile>
 
+#include "poshost/language.h"
 #include "poshost/till/fatalerror.h"
 
 namespace poshost {
@@ -11,7 +14,7 @@ namespace {
 
 constexpr const char* script = R"(set terminal svg size 960,400 font 'sans,12' background 'white'
 set encoding utf8
-set title 'Проверки кодов маркировки по часам'
+set title '@0'
 set xdata time
 set timefmt '%Y-%m-%dT%H:%M'
 set format x "%H:%M\n%d.%m"
@@ -21,12 +24,22 @@ set boxwidth 3200 absolute
 set style fill solid
 set grid y
 set key outside right top
-plot $checks using (timecolumn(1)+1800):($2+$3+$4+$5+$6) with boxes lc rgb '#2e7d32' title 'прошли', \
-     $checks using (timecolumn(1)+1800):($3+$4+$5+$6) with boxes lc rgb '#1565c0' title 'локальный модуль', \
-     $checks using (timecolumn(1)+1800):($4+$5+$6) with boxes lc rgb '#f9a825' title 'без проверки', \
-     $checks using (timecolumn(1)+1800):($5+$6) with boxes lc rgb '#c62828' title 'отказ', \
-     $checks using (timecolumn(1)+1800):6 with boxes lc rgb '#757575' title 'не закончено'
+plot $checks using (timecolumn(1)+1800):($2+$3+$4+$5+$6) with boxes lc rgb '#2e7d32' title '@1', \
+     $checks using (timecolumn(1)+1800):($3+$4+$5+$6) with boxes lc rgb '#1565c0' title '@2', \
+     $checks using (timecolumn(1)+1800):($4+$5+$6) with boxes lc rgb '#f9a825' title '@3', \
+     $checks using (timecolumn(1)+1800):($5+$6) with boxes lc rgb '#c62828' title '@4', \
+     $checks using (timecolumn(1)+1800):6 with boxes lc rgb '#757575' title '@5'
 )";
+
+/// Of the picture, then of its columns: "@0" and so on in the script.
+constexpr std::array titles = {
+    Text{u"Checks of marking codes by hour", u"Проверки кодов маркировки по часам"},
+    Text{u"passed", u"прошли"},
+    Text{u"local module", u"локальный модуль"},
+    Text{u"no check", u"без проверки"},
+    Text{u"refused", u"отказ"},
+    Text{u"not finished", u"не закончено"},
+};
 
 QString timeText(const QDateTime& time)
 {
@@ -81,6 +94,9 @@ void plot(const Summary& summary, const QString& file)
     QString commands = QString::fromUtf8(script);
     commands.replace(QLatin1String("$first"), timeText(summary.hours.firstKey()))
         .replace(QLatin1String("$last"), timeText(summary.hours.lastKey().addSecs(hour)));
+    for (size_t i = 0; i < titles.size(); ++i) {
+        commands.replace(QStringLiteral("@%1").arg(i), said(titles.at(i)));
+    }
     const QByteArray picture =
         drawn(QStringLiteral("$checks << EOD\n%1EOD\n").arg(dataOf(summary)) + commands);
     QSaveFile saved(file);

@@ -46,7 +46,13 @@ QString share(int part, int whole)
 
 QString msText(nanoseconds duration)
 {
-    return QStringLiteral("%1 мс").arg(duration_cast<milliseconds>(duration).count());
+    return said({u"%1 ms", u"%1 мс"}).arg(duration_cast<milliseconds>(duration).count());
+}
+
+/// The heads of columns, named with commas between them.
+QStringList heads(const Text& names)
+{
+    return said(names).split(u',');
 }
 
 /// In columns: the first to the left, the others to the right.
@@ -93,7 +99,7 @@ QStringList tallyRow(const QString& name, const CheckTally& tally, int all)
 
 QString moduleSite()
 {
-    return QStringLiteral("локальный модуль");
+    return said({u"local module", u"локальный модуль"});
 }
 
 void CheckTally::add(const CheckStory& story)
@@ -123,18 +129,16 @@ Summary summaryOf(const QList<CheckStory>& checks)
 QString toText(const Summary& summary)
 {
     const int all = summary.all.checks;
-    QList<QStringList> hours = {{QStringLiteral("По часам"), QStringLiteral("проверок"),
-                                 QStringLiteral("доля"), QStringLiteral("отказ"),
-                                 QStringLiteral("без проверки"), QStringLiteral("модуль"),
-                                 QStringLiteral("не закончено"), QStringLiteral("самая долгая")}};
+    QList<QStringList> hours = {
+        heads({u"By hour,checks,share,refused,no check,module,not finished,longest",
+               u"По часам,проверок,доля,отказ,без проверки,модуль,не закончено,самая долгая"})};
     for (auto hour = summary.hours.begin(); hour != summary.hours.end(); ++hour) {
         hours.append(tallyRow(hour.key().toString(QStringLiteral("yyyy-MM-dd HH:00")), *hour, all));
     }
-    hours.append(tallyRow(QStringLiteral("Всего"), summary.all, all));
+    hours.append(tallyRow(said({u"Total", u"Всего"}), summary.all, all));
 
-    QList<QStringList> sites = {{QStringLiteral("По площадкам"), QStringLiteral("вердиктов"),
-                                 QStringLiteral("доля"), QStringLiteral("запросов"),
-                                 QStringLiteral("в среднем"), QStringLiteral("снята")}};
+    QList<QStringList> sites = {heads({u"By site,verdicts,share,requests,on average,put out of use",
+                                       u"По площадкам,вердиктов,доля,запросов,в среднем,снята"})};
     for (const QString& name : sitesByVerdicts(summary)) {
         const SiteTally& site = *summary.sites.find(name);
         sites.append({name, QString::number(site.verdicts), share(site.verdicts, all),
@@ -142,9 +146,10 @@ QString toText(const Summary& summary)
                       site.requests == 0 ? QStringLiteral("—") : msText(site.spent / site.requests),
                       QString::number(site.quarantines)});
     }
-    return QStringLiteral("Итоги\n") + table(hours) + u'\n' +
+    return said({u"Summary\n", u"Итоги\n"}) + table(hours) + u'\n' +
            (sites.size() > 1 ? table(sites) + u'\n' : QString()) +
-           QStringLiteral("Кодов: прошли %1, отказано %2, без проверки %3\n")
+           said({u"Codes: passed %1, refused %2, without a check %3\n",
+                 u"Кодов: прошли %1, отказано %2, без проверки %3\n"})
                .arg(QString::number(summary.passedCodes), QString::number(summary.refusedCodes),
                     QString::number(summary.permittedCodes));
 }

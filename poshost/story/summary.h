@@ -48,7 +48,7 @@ struct Summary
 [[nodiscard]] QString moduleSite();
 
 [[nodiscard]] Summary summaryOf(const QList<CheckStory>& checks);
-/// For a person, in Russian; by hour and by site with their shares.
+/// For a person; by hour and by site with their shares.
 [[nodiscard]] QString toText(const Summary& summary);
 
 }  // namespace poshost

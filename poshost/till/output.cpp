@@ -1,13 +1,16 @@
 #include "poshost/till/output.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <unistd.h>
 
 #include <QByteArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 #include "poshost/till/fatalerror.h"
+#include "poshost/till/terminal.h"
 #include <utils/printable.h>
 
 namespace poshost {
@@ -29,7 +32,50 @@ int writeAll(int fd, const QByteArray& bytes)
     return 0;
 }
 
+qsizetype columnsOf(const QString& text)
+{
+    static const QRegularExpression colour(QStringLiteral("\x1b\\[[0-9;]*m"));
+    return QString(text).remove(colour).size();
+}
+
+QString fittedLine(const QString& line, int columns)
+{
+    static const QRegularExpression piece(QStringLiteral("( *)([^ ]+)"));
+    constexpr qsizetype more = 4;
+    const qsizetype begin =
+        std::find_if(line.begin(), line.end(), [](QChar c) { return c != u' '; }) - line.begin();
+    const QString indent(begin + more, u' ');
+    QString done;
+    QString last;
+    for (const auto& match : piece.globalMatch(line)) {
+        if (columnsOf(last + match.captured()) > columns && columnsOf(last) > indent.size()) {
+            done += last + u'\n';
+            last = indent + match.captured(2);
+        } else {
+            last += match.captured();
+        }
+    }
+    return done + last;
+}
+
 }  // namespace
+
+QString fitted(const QString& text, int columns)
+{
+    if (columns == 0) {
+        return text;
+    }
+    QStringList lines = text.split(u'\n');
+    for (QString& line : lines) {
+        line = columnsOf(line) > columns ? fittedLine(line, columns) : line;
+    }
+    return lines.join(u'\n');
+}
+
+void printReport(const QString& text)
+{
+    printOut(fitted(text, styleOf(STDOUT_FILENO, Colours::Never).width));
+}
 
 void printOut(const QString& text)
 {

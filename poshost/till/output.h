@@ -13,6 +13,13 @@ void printOut(const QString& text);
 /// The same with bytes that are UTF-8 already.
 void printOut(const QByteArray& bytes);
 
+/// `text` for `columns`: longer lines are broken between words, and what follows is indented; a word that is
+/// longer than a line stays whole. Sequences for colours take no room. 0 columns: as it is.
+[[nodiscard]] QString fitted(const QString& text, int columns);
+
+/// The same as printOut(), fitted to the width that the terminal has now.
+void printReport(const QString& text);
+
 /// `text` as it can stand within a line of output, wherever it comes from: nothing in it ends a line or
 /// steers a terminal. Everything from outside passes through here or through jsonLine().
 [[nodiscard]] QString oneLine(const QString& text);

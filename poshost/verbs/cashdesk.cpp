@@ -7,13 +7,14 @@
 
 #include <QSocketNotifier>
 
+#include "poshost/language.h"
 #include "poshost/reports/judgement.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/codes.h"
 #include "poshost/till/fatalerror.h"
 #include "poshost/till/output.h"
 #include "poshost/till/progress.h"
 #include "poshost/till/signals.h"
+#include "poshost/verbs/cashierwords.h"
 
 namespace poshost {
 
@@ -29,12 +30,6 @@ bool isEditing(char byte)
     return byte == endOfInput || byte == eraseLine || byte == backspace || byte == erase;
 }
 
-bool hasCyrillic(const QString& text)
-{
-    return std::any_of(text.begin(), text.end(),
-                       [](QChar character) { return character.script() == QChar::Script_Cyrillic; });
-}
-
 /// What a byte looks like when it is typed.
 QByteArray echoOf(char byte)
 {
@@ -43,52 +38,6 @@ QByteArray echoOf(char byte)
     }
     const bool isControl = (byte >= 0 && byte < ' ') || byte == erase;
     return isControl ? QByteArray() : QByteArray(1, byte);
-}
-
-QString faultWords(CodeFault fault, const QString& text)
-{
-    switch (fault) {
-    case CodeFault::Characters:
-        return hasCyrillic(text)
-                   ? QStringLiteral("в коде русские буквы: переключите раскладку клавиатуры на латинскую")
-                   : QStringLiteral("в коде посторонние знаки: отсканируйте ещё раз");
-    case CodeFault::TooLong:
-        return QStringLiteral("код слишком длинный: отсканируйте ещё раз");
-    case CodeFault::Empty:
-    case CodeFault::None:
-        break;
-    }
-    return QStringLiteral("код пуст: отсканируйте ещё раз");
-}
-
-struct Titles
-{
-    const char* accepted;
-    const char* unverified;
-    const char* refused;
-    const char* repeated;
-};
-
-/// By Deal.
-constexpr std::array<Titles, 2> titles = {{
-    {"ПРОШЁЛ: можно продавать", "БЕЗ ПРОВЕРКИ: продажа разрешена", "ОТКАЗ: не продавать",
-     "УЖЕ В ЧЕКЕ: второй раз не добавлен"},
-    {"ПРОШЁЛ: можно принять возврат", "БЕЗ ПРОВЕРКИ: возврат разрешён", "ОТКАЗ: возврат не принимать",
-     "УЖЕ В ВОЗВРАТЕ: второй раз не добавлен"},
-}};
-
-std::pair<Mark, const char*> appearance(Verdict verdict, const Titles& title)
-{
-    switch (verdict) {
-    case Verdict::Passed:
-        return {Mark::Good, title.accepted};
-    case Verdict::Unverified:
-        return {Mark::Attention, title.unverified};
-    case Verdict::Failed:
-    case Verdict::Missing:
-        break;
-    }
-    return {Mark::Bad, title.refused};
 }
 
 }  // namespace
@@ -103,8 +52,8 @@ CashDesk::CashDesk(const Till& till, Deal deal, Colours colours)
 
 int CashDesk::run()
 {
-    printOut((m_till.hasStand() ? standHead() : QString()) +
-             (m_terminal.isRaw() ? commandHelp() : QString()));
+    printReport((m_till.hasStand() ? standHead() : QString()) +
+                (m_terminal.isRaw() ? commandHelp() : QString()));
     (void)showNotices();
     prompt();
     try {
@@ -211,11 +160,14 @@ void CashDesk::takeLine(const ScanLine& line)
     const QByteArray bytes = withoutByteOrderMark(line.text);
     const QString text = QString::fromUtf8(bytes);
     if (line.tooLong) {
-        complain(QStringLiteral("слишком длинная строка: отсканируйте ещё раз"));
+        complain(
+            said({u"the line is too long: scan it again", u"слишком длинная строка: отсканируйте ещё раз"}));
     } else if (text.trimmed().isEmpty()) {
-        printOut(QStringLiteral("Пустая строка: отсканируйте код или наберите «помощь»\n"));
+        printReport(said({u"Empty line: scan a code or type \"help\"\n",
+                          u"Пустая строка: отсканируйте код или наберите «помощь»\n"}));
     } else if (text.toUtf8() != bytes) {
-        complain(QStringLiteral("строка не в UTF-8: проверьте настройку сканера"));
+        complain(said({u"the line is not UTF-8: look at the scanner's settings",
+                       u"строка не в UTF-8: проверьте настройку сканера"}));
     } else if (const auto command = commandOf(text)) {
         execute(*command);
     } else if (const ParsedCode parsed = parseCode(bytes); parsed.fault != CodeFault::None) {
@@ -233,14 +185,14 @@ void CashDesk::execute(CashierCommand command)
         break;
     case CashierCommand::Refund:
         m_deal = m_deal == Deal::Sale ? Deal::Refund : Deal::Sale;
-        printOut(m_deal == Deal::Sale ? QStringLiteral("Режим: продажа\n")
-                                      : QStringLiteral("Режим: возврат\n"));
+        printOut(said(m_deal == Deal::Sale ? Text{u"Mode: sale\n", u"Режим: продажа\n"}
+                                           : Text{u"Mode: refund\n", u"Режим: возврат\n"}));
         break;
     case CashierCommand::Basket:
-        printOut(basketList(basket(), m_deal));
+        printReport(basketList(basket(), m_deal));
         break;
     case CashierCommand::Help:
-        printOut(commandHelp());
+        printReport(commandHelp());
         break;
     }
 }
@@ -248,8 +200,7 @@ void CashDesk::execute(CashierCommand command)
 void CashDesk::takeCode(const MarkingCode& code)
 {
     if (basket().holds(code)) {
-        show(Mark::Attention, QString::fromUtf8(titles.at(size_t(m_deal)).repeated),
-             {code.toReadable(), basketSum(basket(), m_deal)});
+        show(Mark::Attention, repeatedTitle(m_deal), {code.toReadable(), basketSum(basket(), m_deal)});
         return;
     }
     check(code);
@@ -270,8 +221,7 @@ void CashDesk::check(const MarkingCode& code)
     } else {
         basket().refuse(code);
     }
-    const auto& [mark, title] = appearance(judgement.verdict, titles.at(size_t(m_deal)));
-    show(mark, QString::fromUtf8(title),
+    show(markOf(judgement.verdict), titleOf(judgement.verdict, m_deal),
          QStringList(code.toReadable()) + judgement.reasons + judgement.remarks +
              QStringList(basketSum(basket(), m_deal)));
 }
@@ -279,13 +229,13 @@ void CashDesk::check(const MarkingCode& code)
 /// In the width that the terminal has now.
 void CashDesk::show(Mark mark, const QString& title, const QStringList& lines) const
 {
-    printOut(banner(mark, title, lines, styleOf(STDOUT_FILENO, m_colours)));
+    printReport(banner(mark, title, lines, styleOf(STDOUT_FILENO, m_colours)));
 }
 
 void CashDesk::complain(const QString& what)
 {
     ++m_unreadable;
-    show(Mark::Attention, QStringLiteral("НЕ ПРОЧИТАНО"), {what});
+    show(Mark::Attention, said({u"NOT READ", u"НЕ ПРОЧИТАНО"}), {what});
 }
 
 /// True when there was something to show.
@@ -299,9 +249,11 @@ bool CashDesk::showNotices()
         hasShown |= !notice.text.isEmpty() || !earlier.isEmpty();
         if (!notice.text.isEmpty()) {
             m_notices.insert(notice.id, notice.text);
-            show(Mark::Attention, QStringLiteral("СООБЩЕНИЕ КАССИРУ"), {oneLine(notice.text)});
+            show(Mark::Attention, said({u"NOTICE FOR THE CASHIER", u"СООБЩЕНИЕ КАССИРУ"}),
+                 {oneLine(notice.text)});
         } else if (!earlier.isEmpty()) {
-            printOut(QStringLiteral("\nСообщение снято: %1\n").arg(oneLine(earlier)));
+            printReport(
+                said({u"\nNotice withdrawn: %1\n", u"\nСообщение снято: %1\n"}).arg(oneLine(earlier)));
         }
     }
     return hasShown;
@@ -314,18 +266,19 @@ void CashDesk::showEnd() const
         text += basketList(m_baskets.back(), Deal::Refund);
     }
     if (const auto refused = m_baskets.front().refused() + m_baskets.back().refused(); refused > 0) {
-        text += QStringLiteral("Отказано: %1\n").arg(refused);
+        text += said({u"Refused: %1\n", u"Отказано: %1\n"}).arg(refused);
     }
     if (m_unreadable > 0) {
-        text += QStringLiteral("Не прочитано строк: %1\n").arg(m_unreadable);
+        text += said({u"Lines not read: %1\n", u"Не прочитано строк: %1\n"}).arg(m_unreadable);
     }
-    printOut(text);
+    printReport(text);
 }
 
 void CashDesk::prompt() const
 {
     if (m_echoes && !m_isOver) {
-        printOut(m_deal == Deal::Sale ? QStringLiteral("\nПродажа> ") : QStringLiteral("\nВозврат> "));
+        printOut(said(m_deal == Deal::Sale ? Text{u"\nSale> ", u"\nПродажа> "}
+                                           : Text{u"\nRefund> ", u"\nВозврат> "}));
         for (const char byte : m_lines.pending()) {
             printOut(echoOf(byte));
         }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "poshost/language.h"
+#include "poshost/till/output.h"
+
 namespace poshost {
 
 namespace {
@@ -28,14 +31,20 @@ struct Word
     CashierCommand command;
     const char* english;
     const char* russian;
-    const char* help;
+    Text help;
 };
 
 constexpr std::array words = {
-    Word{CashierCommand::Refund, "refund", "возврат", "принимать возврат; ещё раз — снова продавать"},
-    Word{CashierCommand::Basket, "basket", "чек", "показать, что уже отсканировано"},
-    Word{CashierCommand::Help, "help", "помощь", "показать эту подсказку"},
-    Word{CashierCommand::Quit, "quit", "выход", "закончить"},
+    Word{CashierCommand::Refund,
+         "refund",
+         "возврат",
+         {u"take goods back; once more: sell again", u"принимать возврат; ещё раз — снова продавать"}},
+    Word{CashierCommand::Basket,
+         "basket",
+         "чек",
+         {u"show what has been scanned", u"показать, что уже отсканировано"}},
+    Word{CashierCommand::Help, "help", "помощь", {u"show this help", u"показать эту подсказку"}},
+    Word{CashierCommand::Quit, "quit", "выход", {u"end the work", u"закончить"}},
 };
 
 }  // namespace
@@ -45,12 +54,12 @@ QString banner(Mark mark, const QString& title, const QStringList& lines, const 
     const Look& look = looks.at(size_t(mark));
     const qsizetype width = style.width > 0 ? std::min(style.width, maxBar) : maxBar;
     const QString bar(width, QChar(look.bar));
-    const QString head =
-        QStringLiteral("  %1 %2").arg(QString::fromUtf8(look.sign), title).leftJustified(width);
+    const QString head = QStringLiteral("  %1 %2").arg(QString::fromUtf8(look.sign), title);
     QString text = QStringLiteral("\n");
-    for (const QString& row : {bar, head, bar}) {
-        text += style.colours ? QString::fromUtf8(look.colour) + row + QLatin1String("\x1b[0m\n")
-                              : (row == head ? head.trimmed().prepend(QLatin1String("  ")) : row) + u'\n';
+    for (const QString& row : QStringList{bar} + fitted(head, int(width)).split(u'\n') + QStringList{bar}) {
+        text += style.colours
+                    ? QString::fromUtf8(look.colour) + row.leftJustified(width) + QLatin1String("\x1b[0m\n")
+                    : row + u'\n';
     }
     for (const QString& line : lines) {
         text += QStringLiteral("  %1\n").arg(line);
@@ -60,7 +69,8 @@ QString banner(Mark mark, const QString& title, const QStringList& lines, const 
 
 QString basketSum(const Basket& basket, Deal deal)
 {
-    return (deal == Deal::Sale ? QStringLiteral("В чеке: %1") : QStringLiteral("К возврату: %1"))
+    return said(deal == Deal::Sale ? Text{u"In the basket: %1", u"В чеке: %1"}
+                                   : Text{u"To take back: %1", u"К возврату: %1"})
         .arg(basket.items().size());
 }
 
@@ -86,11 +96,10 @@ std::optional<CashierCommand> commandOf(const QString& text)
 
 QString commandHelp()
 {
-    QString text = QStringLiteral("Сканируйте коды или наберите:\n");
+    QString text = said({u"Scan codes or type:\n", u"Сканируйте коды или наберите:\n"});
     for (const Word& word : words) {
-        text += QStringLiteral("  %1, %2 — %3\n")
-                    .arg(QString::fromUtf8(word.russian), QString::fromUtf8(word.english),
-                         QString::fromUtf8(word.help));
+        text += said({u"  %2, %1 — %3\n", u"  %1, %2 — %3\n"})
+                    .arg(QString::fromUtf8(word.russian), QString::fromUtf8(word.english), said(word.help));
     }
     return text;
 }

@@ -14,11 +14,11 @@ namespace poshost {
 /// How a verdict looks from two metres away.
 enum class Mark { Good, Bad, Attention };
 
-/// A large plain verdict, in Russian: a title between two bars, the lines below it. Bars are coloured where
+/// A large plain verdict: a title between two bars, the lines below it. Bars are coloured where
 /// the style says so, and differ without colours too.
 [[nodiscard]] QString banner(Mark mark, const QString& title, const QStringList& lines, const Style& style);
 
-/// "В чеке: 2" or "К возврату: 2".
+/// "В чеке: 2" or "К возврату: 2", "In the basket: 2" or "To take back: 2".
 [[nodiscard]] QString basketSum(const Basket& basket, Deal deal);
 /// The goods of a basket, one a line, below the sum.
 [[nodiscard]] QString basketList(const Basket& basket, Deal deal);

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/till/fatalerror.h"
 #include "poshost/till/output.h"
@@ -20,10 +21,10 @@ constexpr std::chrono::hours idleLimit{1};
 void printNotification(const Notification& notification)
 {
     const QString id = oneLine(notification.id);
-    printOut(notification.text.isEmpty() && notification.textId.isEmpty()
-                 ? QStringLiteral("  сообщение %1 снято\n").arg(id)
-                 : QStringLiteral("  сообщение %1 (%2): %3\n")
-                       .arg(id, oneLine(notification.textId), oneLine(notification.text)));
+    printReport(notification.text.isEmpty() && notification.textId.isEmpty()
+                    ? said({u"  notice %1 withdrawn\n", u"  сообщение %1 снято\n"}).arg(id)
+                    : said({u"  notice %1 (%2): %3\n", u"  сообщение %1 (%2): %3\n"})
+                          .arg(id, oneLine(notification.textId), oneLine(notification.text)));
 }
 
 int runEvents(const Options& options, const std::vector<int>& events)
@@ -32,10 +33,10 @@ int runEvents(const Options& options, const std::vector<int>& events)
     if (!till.start()) {
         return exitstatus::NotServed;
     }
-    printOut(till.hasStand() ? standHead() : QString());
+    printReport(till.hasStand() ? standHead() : QString());
     qsizetype printed = 0;
     for (const int code : events) {
-        printOut(QStringLiteral("событие %1\n").arg(code));
+        printReport(said({u"event %1\n", u"событие %1\n"}).arg(code));
         PluginSession::sendEvent(code);
         till.session().waitUntilIdle(idleLimit);
         Signals::throwIfReceived();

@@ -80,7 +80,7 @@ int runPing(const Options& options, bool json)
     if (json) {
         printOut(toJson(result, till.hasStand()));
     } else if (result.isServed) {
-        printOut((till.hasStand() ? standHead() : QString()) + oneLine(result.text) + u'\n');
+        printReport((till.hasStand() ? standHead() : QString()) + oneLine(result.text) + u'\n');
     }
     if (!result.isServed) {
         return exitstatus::NotServed;

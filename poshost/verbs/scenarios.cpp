@@ -12,7 +12,7 @@ namespace {
 int listScenarios()
 {
     for (const ShippedScenario& scenario : shippedScenarios()) {
-        printOut(QStringLiteral("%1  %2\n").arg(scenario.name.leftJustified(16), scenario.shows));
+        printReport(QStringLiteral("%1  %2\n").arg(scenario.name.leftJustified(16), scenario.shows));
     }
     return exitstatus::Good;
 }

@@ -72,10 +72,14 @@ int runStory(const StoryOptions& own)
         return exitstatus::Good;
     }
     for (const CheckStory& story : checks) {
-        printOut(own.json ? storyJson(story) : storyText(story));
+        if (own.json) {
+            printOut(storyJson(story));
+        } else {
+            printReport(storyText(story));
+        }
     }
     if (!own.json) {
-        printOut(toText(summaryOf(checks)));
+        printReport(toText(summaryOf(checks)));
     }
     return exitstatus::Good;
 }

@@ -5,6 +5,7 @@
 #include <CLI/App.hpp>
 #include <QFile>
 
+#include "poshost/language.h"
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/json.h"
 #include "poshost/reports/table.h"
@@ -62,10 +63,10 @@ void print(const Verification& verification, const Options& options, const Verif
     if (own.json) {
         printOut(toJson(verification));
     } else if (verification.isServed()) {
-        printOut(toTable(verification, styleOf(STDOUT_FILENO, options.colours)));
+        printReport(toTable(verification, styleOf(STDOUT_FILENO, options.colours)));
         if (verification.story) {
-            printOut(QStringLiteral("\nХод проверки\n") +
-                     explanationText(*verification.story, decisionOf(verification)));
+            printReport(said({u"\nHow the check went\n", u"\nХод проверки\n"}) +
+                        explanationText(*verification.story, decisionOf(verification)));
         }
     }
 }

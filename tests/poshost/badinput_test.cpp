@@ -38,6 +38,7 @@ TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
         {{"verify", "-x", "C"}, "not expected: -x"},
         {{"verify", "++"}, "behind \"--\""},
         {{"--color", "blue", "ping"}, "--color"},
+        {{"ping", "--lang", "de"}, "--lang: de not in {en,ru}"},
         {fromInput, "10001 codes; one check may hold 10000", tooMany.constData()},
         {{"--stand", "--log-level", "loud", "verify", "C"}, "log level \"loud\""},
         {{"--scenario", "sunshine", "verify"}, "no scenario \"sunshine\""},

@@ -9,7 +9,7 @@
 #include "tests/support/childprocess.h"
 #include "tests/support/marksim.h"
 
-/// Environment of a poshost that finds no settings of this machine's user, and no colours.
+/// Environment of a poshost that finds no settings of this machine's user, and no language or colours.
 [[nodiscard]] QStringList cleanEnvironment();
 
 /// Runs poshost to its end.

@@ -4,6 +4,7 @@
 
 #include "poshost/reports/table.h"
 #include "poshost/till/fatalerror.h"
+#include "poshost/till/output.h"
 #include "poshost/till/verification.h"
 #include "tests/support/printers.h"
 #include <orvex/econtext.h>
@@ -37,4 +38,34 @@ TEST(VerifyTable, EveryRequestedCodeHasItsLineInTheOrderAskedFor)
                   "Источник: локальный модуль (offline)\n"
                   "Сообщение кассиру: Модуль\n");
     EXPECT_EQ(verification.exitStatus(), exitstatus::Bad);
+}
+
+TEST(VerifyTable, SaysThatItShortensCodes)
+{
+    Verification verification;
+    verification.triggerResult = EContext::Done;
+    for (const auto& [code, isShortened] :
+         {std::pair("0104607026010011215rhTuv", false), {"0104602114050023215Hlpa+Bq/Cefu", true}}) {
+        verification.codes = {MarkingCode(code)};
+        verification.result.passedCodes = verification.codes;
+        const QString table = toTable(verification, {.width = 30});
+        EXPECT_EQ(table.contains(code), !isShortened) << table.toStdString();
+        EXPECT_EQ(table.contains("целиком их покажут --json"), isShortened) << table.toStdString();
+    }
+}
+
+TEST(Report, IsBrokenBetweenWordsOnly)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"fits in twenty col's\n", "fits in twenty col's\n"},
+        {"не входит в двадцать\u00a0столбцов", "не входит в\n    двадцать\u00a0столбцов"},
+        {"  kept:  two  blanks  here", "  kept:  two  blanks\n      here"},
+        {"1. 0104602114050023215Hlpa+Bq/Cefu (sold)", "1. 0104602114050023215Hlpa+Bq/Cefu\n    (sold)"},
+        {"\x1b[1;31m✗ ОТКАЗ   \x1b[0m-B  продан", "\x1b[1;31m✗ ОТКАЗ   \x1b[0m-B  продан"},
+        {"в конце пробелы:             ", "в конце пробелы:"},
+    };
+    for (const auto& [text, wanted] : cases) {
+        EXPECT_EQ(fitted(text, 20), wanted);
+        EXPECT_EQ(fitted(text, 0), text);
+    }
 }
