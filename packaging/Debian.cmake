@@ -24,6 +24,9 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_HOST_PACKAGE_RECOMMENDS ca-certificates)  # for TLS; a shop may have an authority of its own
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS gnuplot-nox)  # for the pictures of "poshost story"
+set(CPACK_DEBIAN_SDK_PACKAGE_SUGGESTS ${package_doc})
+set(CPACK_DEBIAN_CONTRACTS_PACKAGE_SUGGESTS ${package_doc})
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
 
@@ -75,5 +78,13 @@ debian_package(contracts SECTION libdevel DEPENDS sdk
 results, or another plug-in that gives them: headers, static libraries, a
 CMake package (CrptService), a pkg-config module (crptservice), a sample host
 and a sample plug-in.")
+debian_package(doc SECTION doc
+    SUMMARY "documentation of the marking plug-in and of its host SDK"
+    TEXT "Installing and rolling out, every setting and every line of the log, what a
+till does in trouble, and the test stand, in English and for the most part in
+Russian.
+.
+For developers: how to write a host or a plug-in, the schemas of what the tools
+print, and the reference of the host SDK.")
 
 include(CPack)

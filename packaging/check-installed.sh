@@ -75,6 +75,19 @@ done
 "$root/packaging/check-completion.sh" "$prefix/bin" "$prefix/share/bash-completion/completions/marksim" \
     "$prefix/share/fish/vendor_completions.d/marksim.fish" "$prefix/share/zsh/vendor-completions/_poshost"
 
+say "the documents: every link leads somewhere, and no page needs a script"
+documents="$prefix/share/doc/crptservice-doc"
+while IFS=: read -r file link; do
+    if [[ ! -e ${file%/*}/$link ]]; then
+        say "$file: there is no $link"
+        exit 1
+    fi
+done < <(find "$documents" -name '*.md' -exec grep -oHP '\]\((?![a-z]+:)\K[^)#\s]+' {} +)
+if [[ ! -s $documents/html/index.html ]] || grep -rlE '<script|onload=' "$documents/html" || [[ $(find "$documents" -name '*.js') ]]; then
+    say "the reference of the host SDK is not as it should be"
+    exit 1
+fi
+
 stoplist="$prefix/share/doc/crptservice-dev/examples/stoplist"
 sale=(verify 0104602114050016215wDq 0104607026010011215rhT)
 # An older standard than the headers need: the targets are to ask for theirs, each of them.
