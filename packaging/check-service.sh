@@ -16,8 +16,13 @@ fi
 # shellcheck disable=SC2016 # the unit names the variable, and so does the pattern
 read -ra command < <(sed -n 's/^ExecStart=\(.*\) \$MARKSIM_OPTIONS$/\1/p' "$folder/marksim.service")
 status=0
-line=$(timeout 2 "${command[@]}" --admin-port 0 --public-address stand.example 2>"$folder/errors") || status=$?
-if [[ $line != *'"url":"http://stand.example:'*'"ready":true'* ]]; then
+# What it hands out is to lie where the unit says, outside of its private /tmp.
+if ! grep -q '^Environment=.*TMPDIR=%t/marksim$' "$2" || ! grep -qx 'RuntimeDirectory=marksim' "$2"; then
+    echo "the unit keeps the authority's certificate to itself" >&2
+    exit 1
+fi
+line=$(TMPDIR=$folder timeout 2 "${command[@]}" --admin-port 0 --public-address stand.example --tls 2>"$folder/errors") || status=$?
+if [[ $line != *"\"caFile\":\"$folder/marksim-"*'"url":"https://stand.example:'*'"ready":true'* ]]; then
     echo "the unit's command ends with $status and prints: $line" >&2
     cat "$folder/errors" >&2
     exit 1
