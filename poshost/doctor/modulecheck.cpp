@@ -7,6 +7,7 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/doctor/settingscheck.h"
 #include "poshost/language.h"
 
 namespace doctor {
@@ -65,18 +66,12 @@ const StatusRow* rowOf(const ModuleState& module)
     return isSetUp ? &willBeSetUp : row;
 }
 
-/// Reads one key of the module, as the plug-in does.
-QString valueOf(const Config& config, const ModuleState& module, const char* name)
-{
-    const QString fallback = knownKey(module.section, QLatin1String(name))->fallback;
-    return config.getString(module.section + u':' + QLatin1String(name), fallback);
-}
-
 http::ExchangeRecord askForStatus(const Config& config, const ModuleState& module)
 {
-    const QString credentials = valueOf(config, module, "user") + u':' + valueOf(config, module, "password");
+    const QString credentials =
+        valueOf(config, module.section, "user") + u':' + valueOf(config, module.section, "password");
     const int fallback = knownKey(module.section, QStringLiteral("timeout"))->fallback.toInt();
-    return ask(methodUrl(QUrl(valueOf(config, module, "url")), QStringLiteral("/api/v2/status")),
+    return ask(methodUrl(QUrl(valueOf(config, module.section, "url")), QStringLiteral("/api/v2/status")),
                {{QStringLiteral("Content-Type"), QStringLiteral("application/json")},
                 {QStringLiteral("Authorization"),
                  QStringLiteral("Basic ") + QString::fromLatin1(credentials.toLocal8Bit().toBase64())}},
@@ -127,8 +122,8 @@ void describeModules(const Config& config, Report& report)
     for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
         ModuleState module;
         module.section = section;
-        module.url = shown(QUrl(valueOf(config, module, "url")));
-        const QString token = valueOf(config, module, "token");
+        module.url = shown(QUrl(valueOf(config, module.section, "url")));
+        const QString token = valueOf(config, module.section, "token");
         module.token = token.isEmpty() ? QString() : masked(token);
         module.enabled = config.getBool(section + QLatin1String(":enable"));
         module.maintained = config.getBool(section + QLatin1String(":maintain"));

@@ -1,7 +1,6 @@
 #include "poshost/doctor/operatorcheck.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <set>
 
@@ -11,6 +10,7 @@
 
 #include "poshost/doctor/address.h"
 #include "poshost/doctor/knownkeys.h"
+#include "poshost/doctor/operatorasking.h"
 #include "poshost/language.h"
 
 namespace doctor {
@@ -18,101 +18,10 @@ namespace doctor {
 namespace {
 
 using poshost::said;
-using poshost::Text;
 using std::chrono::seconds;
 
 constexpr seconds maxClockSkew{60};
 constexpr int daysOfWarning = 14;
-constexpr auto apiPath = QLatin1String("/api/v4/true-api");
-
-/// What a complete reply to the request for the sites says of the key.
-struct Verdict
-{
-    int first;  ///< HTTP status
-    int last;
-    bool accepted;
-    Level level;
-    const char* id;
-    Text text;
-    Text advice;
-};
-/// The first row that holds the status is it.
-constexpr std::array verdicts = {
-    Verdict{200, 200, true, Level::Good, "key-accepted", {u"key accepted", u"ключ принят"}, {}},
-    Verdict{203,
-            203,
-            true,
-            Level::Note,
-            "emergency",
-            {u"the operator has declared an emergency (HTTP %1): sales are permitted without a check",
-             u"оператор объявил аварийный режим (HTTP %1): продажа разрешена без проверки"},
-            {}},
-    Verdict{401,
-            401,
-            false,
-            Level::Bad,
-            "key-refused",
-            {u"key refused (HTTP %1)", u"ключ не принят (HTTP %1)"},
-            {u"have a key issued in your account with the operator and write it into the settings",
-             u"выпустите ключ в личном кабинете оператора и впишите его в настройки"}},
-    Verdict{403,
-            403,
-            false,
-            Level::Bad,
-            "forbidden",
-            {u"HTTP %1: not the server that gives the list of sites",
-             u"HTTP %1: отвечает не тот, кто выдаёт список площадок"},
-            {u"look at the server's address, and whether a proxy or filter answers in its place",
-             u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"}},
-    Verdict{404,
-            404,
-            false,
-            Level::Bad,
-            "not-found",
-            {u"HTTP %1: not the server that gives the list of sites",
-             u"HTTP %1: отвечает не тот, кто выдаёт список площадок"},
-            {u"look at the server's address, and whether a proxy or filter answers in its place",
-             u"проверьте адрес сервера и то, не отвечает ли вместо него прокси или фильтр"}},
-    Verdict{429,
-            429,
-            false,
-            Level::Bad,
-            "server-error",
-            {u"the server is overloaded or out of order (HTTP %1)",
-             u"сервер перегружен или неисправен (HTTP %1)"},
-            {u"try again later; meanwhile the till sells by the local module",
-             u"повторите позже; касса это время продаёт по локальному модулю"}},
-    Verdict{500,
-            599,
-            false,
-            Level::Bad,
-            "server-error",
-            {u"the server is overloaded or out of order (HTTP %1)",
-             u"сервер перегружен или неисправен (HTTP %1)"},
-            {u"try again later; meanwhile the till sells by the local module",
-             u"повторите позже; касса это время продаёт по локальному модулю"}},
-    Verdict{0,
-            999,
-            false,
-            Level::Bad,
-            "not-understood",
-            {u"the server did not understand the request (HTTP %1)", u"сервер не понял запроса (HTTP %1)"},
-            {u"look at the server's address: it may be another server",
-             u"проверьте адрес сервера: это может быть другой сервер"}},
-};
-
-const Verdict& verdictOf(int httpStatus)
-{
-    return *std::find_if(verdicts.begin(), verdicts.end() - 1, [httpStatus](const Verdict& verdict) {
-        return verdict.first <= httpStatus && httpStatus <= verdict.last;
-    });
-}
-
-bool isHealthy(const QJsonObject& reply)
-{
-    const auto code = reply.find(QLatin1String("code"));
-    return code != reply.end() && code->toInt(0) == 0;
-}
 
 /// The sites of a list that the plug-in would look at.
 QStringList probedSites(const QJsonArray& listed)
@@ -125,15 +34,6 @@ QStringList probedSites(const QJsonArray& listed)
     sites.removeAll(QString());
     sites.removeDuplicates();
     return sites.mid(0, maxSites);
-}
-
-/// With one slash less at its end, as the plug-in reads it.
-QUrl baseOf(QUrl url)
-{
-    if (const QString path = url.path(QUrl::FullyDecoded); path.endsWith(u'/')) {
-        url.setPath(path.chopped(1), QUrl::DecodedMode);
-    }
-    return methodUrl(url, apiPath);
 }
 
 class OperatorCheck
@@ -151,8 +51,6 @@ public:
     void chooseSite();
 
 private:
-    http::ExchangeRecord askOperator(const QUrl& base, const char* path, const QString& key,
-                                     const char* limit) const;
     std::optional<QJsonArray> askForSites(HostState& host, const QUrl& url, const QString& key);
     void describe(HostState& host, const http::ExchangeRecord& exchange) const;
     void judge(const HostState& host, const http::ExchangeRecord& exchange);
@@ -200,23 +98,11 @@ void OperatorCheck::checkHost(const QUrl& url)
     m_report.hosts.append(host);
 }
 
-http::ExchangeRecord OperatorCheck::askOperator(const QUrl& base, const char* path, const QString& key,
-                                                const char* limit) const
-{
-    const QString name = QLatin1String(limit);
-    const int fallback = knownKey(QStringLiteral("CRPT"), name)->fallback.toInt();
-    return ask(methodUrl(baseOf(base), QLatin1String(path)),
-               {{QStringLiteral("X-API-KEY"), key},
-                {QStringLiteral("Accept"), QStringLiteral("application/json")},
-                {QStringLiteral("Connection"), QStringLiteral("close")}},
-               seconds(m_config.getInt(QStringLiteral("CRPT:") + name, fallback)));
-}
-
 /// The sites that the server lists for the key; nothing when it gave no reply.
 std::optional<QJsonArray> OperatorCheck::askForSites(HostState& host, const QUrl& url, const QString& key)
 {
     m_onStep(said({u"Operator's server %1", u"Сервер оператора %1"}).arg(host.url));
-    const http::ExchangeRecord exchange = askOperator(url, "/cdn/info", key, "getInfoTimeout");
+    const http::ExchangeRecord exchange = askOperator(m_config, url, "/cdn/info", key, "getInfoTimeout");
     const QJsonArray listed = exchange.response.responseObject().value(QLatin1String("hosts")).toArray();
     if (host.keys.isEmpty()) {
         describe(host, exchange);
@@ -299,7 +185,7 @@ void OperatorCheck::judgeKey(HostState& host, const QString& key, const http::Ex
             : QString();
     const QString subject = said({u"%1%2 at %3", u"%1%2 на %3"}).arg(place, state.key, host.url);
     if (!troubleOf(exchange)) {
-        const Verdict& verdict = verdictOf(state.httpStatus);
+        const KeyVerdict& verdict = keyVerdictOf(state.httpStatus);
         state.accepted = verdict.accepted;
         m_report.add(verdict.level, Area::Keys, verdict.id, subject,
                      said(verdict.text).replace(QLatin1String("%1"), QString::number(state.httpStatus)),
@@ -322,7 +208,8 @@ bool OperatorCheck::checkSite(const HostState& host, const QString& address, con
     site.site = shown(url);
     site.host = host.url;
     m_onStep(said({u"Site %1", u"Площадка %1"}).arg(site.site));
-    const http::ExchangeRecord exchange = askOperator(url, "/cdn/health/check", key, "healthCheckTimeout");
+    const http::ExchangeRecord exchange =
+        askOperator(m_config, url, "/cdn/health/check", key, "healthCheckTimeout");
     site.healthy = isHealthy(exchange.response.responseObject());
     site.httpStatus = exchange.response.status();
     site.elapsed = elapsedOf(exchange);

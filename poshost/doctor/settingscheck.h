@@ -29,6 +29,16 @@ void checkNamesAndValues(const Config& config, Report& report);
 /// and Report::modules have to be there.
 void checkRules(const Config& config, Report& report);
 
+/// The part of that for Report::modules.
+void checkModuleRules(const Config& config, Report& report);
+
+/// A key of a known section as who reads it takes it, with the default in place of a missing one.
+[[nodiscard]] QString valueOf(const Config& config, const QString& section, const char* key);
+
+/// Adds a finding for an API key that holds what no such key does. `which` tells of several keys this one.
+void judgeKeyText(SettingsFindings& findings, const QString& section, const char* name, const QString& key,
+                  const QString& which = {});
+
 /// Reads the file into `config`. False when it is not there or cannot be understood: then that is a finding.
 [[nodiscard]] bool readSettings(const QString& file, Config& config, Report& report);
 

@@ -32,23 +32,16 @@ public:
 
     void checkHosts();
     void checkKeys();
-    void checkKeyText(const QString& section, const char* name, const QString& key,
-                      const QString& which = {});
     void checkTimeouts();
     void checkTimeout(const QString& section, const char* name);
     void checkSearches();
     void checkService();
     void checkLog();
-    void checkModules();
 
 private:
-    void checkModule(const ModuleState& module);
-    void judgeToken(const ModuleState& module);
-
-    /// As who reads it takes it, with the default in place of a missing one.
-    [[nodiscard]] QString value(const QString& section, const QString& key) const
+    [[nodiscard]] QString value(const QString& section, const char* key) const
     {
-        return m_config.getString(section + u':' + key, knownKey(section, key)->fallback);
+        return valueOf(m_config, section, key);
     }
 
     [[nodiscard]] int number(const QString& section, const char* key) const
@@ -73,7 +66,6 @@ private:
     SettingsFindings m_findings;
     QStringList m_hosts;
     QStringList m_keys;
-    QStringList m_tokens;  ///< of the modules so far
     const QString m_host = QStringLiteral("Host");
 };
 
@@ -108,31 +100,17 @@ void Rules::checkKeys()
                   u"выпустите ключ в личном кабинете оператора и впишите его"}));
     }
     for (qsizetype i = 0; i < m_keys.size(); ++i) {
-        checkKeyText(m_host, "keys", m_keys[i],
+        judgeKeyText(m_findings, m_host, "keys", m_keys[i],
                      said({u" %1 of %2", u" %1 из %2"}).arg(i + 1).arg(m_keys.size()));
     }
-    const QString apiKey = value(m_host, QStringLiteral("apiKey"));
-    checkKeyText(m_host, "apiKey", apiKey);
+    const QString apiKey = value(m_host, "apiKey");
+    judgeKeyText(m_findings, m_host, "apiKey", apiKey);
     if (!apiKey.isEmpty() && !m_keys.isEmpty() && !m_keys.contains(apiKey)) {
         bad(Area::Keys, "api-key-unlisted", m_host, "apiKey",
             said({u"the key %1 that checks are made with is not among keys",
                   u"ключа %1, с которым идут проверки, нет среди keys"})
                 .arg(masked(apiKey)),
             said({u"write it into keys or take the line out", u"впишите его в keys или уберите строку"}));
-    }
-}
-
-/// `which` tells of several keys this one.
-void Rules::checkKeyText(const QString& section, const char* name, const QString& key, const QString& which)
-{
-    static const QRegularExpression strange(QStringLiteral("[\\s\"'`;,\\x{00}-\\x{1f}«»]"));
-    if (key.contains(strange)) {
-        bad(Area::Keys, "key-characters", section, name,
-            said({u"key%1 (%2) has a blank, a quotation mark or a separator",
-                  u"в ключе%1 (%2) пробел, кавычка или разделитель"})
-                .arg(which, masked(key)),
-            said({u"write the key without quotation marks, several keys with commas between them",
-                  u"впишите ключ без кавычек, несколько ключей через запятую"}));
     }
 }
 
@@ -197,7 +175,7 @@ void Rules::checkSearches()
 
 void Rules::checkService()
 {
-    const QString service = value(m_host, QStringLiteral("service"));
+    const QString service = value(m_host, "service");
     m_report.service = service.isEmpty() ? QStringLiteral("crpt") : service;
     if (m_report.service.compare(QLatin1String("crpt"), Qt::CaseInsensitive) != 0) {
         bad(Area::Plugin, "service-not-served", m_host, "service",
@@ -206,7 +184,7 @@ void Rules::checkService()
                 .arg(m_report.service),
             said({u"write service = crpt", u"впишите service = crpt"}));
     }
-    const QString section = value(m_host, QStringLiteral("section"));
+    const QString section = value(m_host, "section");
     const bool isThere = m_config.sections().contains(section, Qt::CaseInsensitive);
     if (m_config.contains(QStringLiteral("Host:section")) && !section.isEmpty() && !isThere) {
         note(Area::Settings, "section-missing", m_host, "section",
@@ -218,7 +196,7 @@ void Rules::checkLog()
 {
     const QString log = QStringLiteral("Log");
     static const QRegularExpression message(QStringLiteral("%[-=]?[0-9]*!?[v+]"));
-    const QString pattern = value(log, QStringLiteral("pattern")).remove(QLatin1String("%%"));
+    const QString pattern = value(log, "pattern").remove(QLatin1String("%%"));
     if (!pattern.isEmpty() && !pattern.contains(message)) {
         bad(Area::Settings, "log-pattern", log, "pattern",
             said({u"the lines of the log will have no messages", u"строки журнала будут без сообщений"}),
@@ -230,79 +208,27 @@ void Rules::checkLog()
     }
 }
 
-void Rules::checkModules()
-{
-    for (const ModuleState& module : m_report.modules) {
-        if (module.enabled) {
-            checkModule(module);
-        } else {
-            note(Area::Modules, "module-disabled", module.section, "enable",
-                 said({u"the module is switched off", u"модуль выключен"}));
-        }
-    }
-}
-
-void Rules::checkModule(const ModuleState& module)
-{
-    if (module.token.isEmpty()) {
-        bad(Area::Modules, "module-without-token", module.section, "token",
-            said({u"no token, the plug-in passes this section over",
-                  u"нет токена, плагин пропускает эту секцию"}),
-            said({u"write into token the API key whose checks are to go to the module",
-                  u"впишите в token ключ API, проверки с которым должны идти в модуль"}));
-        return;
-    }
-    judgeToken(module);
-    const QUrl url(value(module.section, QStringLiteral("url")));
-    if (url.path().endsWith(u'/')) {
-        bad(Area::Modules, "module-address-slash", module.section, "url",
-            said({u"the address ends with a slash: the module will get a path with two",
-                  u"косая черта в конце адреса: модуль получит путь с двумя"}),
-            said({u"take it out", u"уберите её"}));
-    }
-    if (isOverheard(url)) {
-        note(Area::Modules, "module-overheard", module.section, "url",
-             said({u"password and key will go to %1 in the open",
-                   u"пароль и ключ уйдут на %1 открытым текстом"})
-                 .arg(module.url));
-    }
-    if (module.greyListWanted && !module.maintained) {
-        bad(Area::Modules, "grey-list-not-kept", module.section, "enableGreyList",
-            said({u"enableGreyList does nothing: maintain is off",
-                  u"enableGreyList не действует: maintain выключен"}),
-            said({u"switch maintain on or take enableGreyList out",
-                  u"включите maintain или уберите enableGreyList"}));
-    }
-}
-
-void Rules::judgeToken(const ModuleState& module)
-{
-    const QString token = value(module.section, QStringLiteral("token"));
-    checkKeyText(module.section, "token", token);
-    if (m_tokens.contains(token)) {
-        bad(Area::Modules, "module-token-repeated", module.section, "token",
-            said({u"another section has this token too; the last one counts",
-                  u"этот токен есть и у другой секции; действует последняя"}),
-            said({u"keep one section for a token", u"оставьте одну секцию на токен"}));
-    }
-    m_tokens.append(token);
-    const QString apiKey = value(m_host, QStringLiteral("apiKey"));
-    const QString usual = apiKey.isEmpty() ? m_keys.value(0) : apiKey;
-    if (token != usual && !m_keys.contains(token)) {
-        bad(Area::Modules, "module-token-unused", module.section, "token",
-            said({u"the token is none of the till's keys: nobody will ask the module",
-                  u"токен не совпадает ни с одним ключом кассы: модуль никто не спросит"}),
-            said({u"write into token the key that checks are made with",
-                  u"впишите в token тот ключ, с которым идут проверки"}));
-    } else if (token != usual) {
-        note(Area::Modules, "module-token-other", module.section, "token",
-             said({u"the module will be asked only for checks with the key %1, the usual key is another",
-                   u"модуль спросят только для проверок с ключом %1, обычный ключ другой"})
-                 .arg(module.token));
-    }
-}
-
 }  // namespace
+
+QString valueOf(const Config& config, const QString& section, const char* key)
+{
+    const QString name = QLatin1String(key);
+    return config.getString(section + u':' + name, knownKey(section, name)->fallback);
+}
+
+void judgeKeyText(SettingsFindings& findings, const QString& section, const char* name, const QString& key,
+                  const QString& which)
+{
+    static const QRegularExpression strange(QStringLiteral("[\\s\"'`;,\\x{00}-\\x{1f}«»]"));
+    if (key.contains(strange)) {
+        findings.add(Level::Bad, Area::Keys, "key-characters", section, QLatin1String(name),
+                     said({u"key%1 (%2) has a blank, a quotation mark or a separator",
+                           u"в ключе%1 (%2) пробел, кавычка или разделитель"})
+                         .arg(which, masked(key)),
+                     said({u"write the key without quotation marks, several keys with commas between them",
+                           u"впишите ключ без кавычек, несколько ключей через запятую"}));
+    }
+}
 
 void checkRules(const Config& config, Report& report)
 {
@@ -313,7 +239,7 @@ void checkRules(const Config& config, Report& report)
     rules.checkSearches();
     rules.checkService();
     rules.checkLog();
-    rules.checkModules();
+    checkModuleRules(config, report);
 }
 
 }  // namespace doctor
