@@ -45,7 +45,7 @@ QList<Session> sessionsOf(const QString& text, Examples which)
 QString essence(QString line)
 {
     static const QRegularExpression varying(
-        R"(-?[\d.]+(?= (?:мс|с)(?!\w))|(?<=127\.0\.0\.1:|port |поток )\d+|(?<=\[)\d+(?=\] \[)|\d+\.\d+\.\d{4} \d+:\d+|\d{4}-\d+-\d+ [\d:.]+)",
+        R"(-?[\d.]+(?= (?:мс|с|ms|s)(?!\w))|(?<=127\.0\.0\.1:|port |поток )\d+|(?<=\[)\d+(?=\] \[)|\d+\.\d+\.\d{4} \d+:\d+|\d{4}-\d+-\d+ [\d:.]+)",
         QRegularExpression::UseUnicodePropertiesOption);
     return line.replace(varying, "0").simplified();
 }

@@ -44,7 +44,7 @@ async function shootPage(browser) {
 
 const browser = await startBrowser();
 await shootPage(browser);
-await shootTerminal(browser, 'cashier', 'bin/poshost --stand --color always cashier',
+await shootTerminal(browser, 'cashier', 'bin/poshost --lang ru --stand --color always cashier',
   {input: [coat, coat, refused, 'возврат', refused].join('\r') + '\r', lines: 29});
-await shootTerminal(browser, 'doctor', 'bin/poshost --plugin lib/libcrptservice.so --scenario bad-token --color always doctor', {});
+await shootTerminal(browser, 'doctor', 'bin/poshost --lang ru --plugin lib/libcrptservice.so --scenario bad-token --color always doctor', {});
 await browser.close();
