@@ -10,7 +10,8 @@
 QStringList cleanEnvironment()
 {
     static const QTemporaryDir home;
-    return {"XDG_CONFIG_HOME=" + home.path(), "XDG_CONFIG_DIRS=" + home.path(), "NO_COLOR=1", "LC_ALL=C.UTF-8"};
+    return {"XDG_CONFIG_HOME=" + home.path(), "XDG_CONFIG_DIRS=" + home.path(), "NO_COLOR=1",
+            "LC_ALL=C.UTF-8"};
 }
 
 ProcessOutcome poshost(const QStringList& arguments, const QByteArray& input)
