@@ -2,8 +2,6 @@
 
 #include <stdexcept>
 
-#include "crpt/resultfitting.h"
-
 CrptClientTest::Answer CrptClientTest::answers(const http::Response& response)
 {
     return [response](const SentRequest&) { return response; };
@@ -136,21 +134,6 @@ TEST(Site, ComparesByTimeAndHostAlone)
     EXPECT_FALSE(site == other);
     EXPECT_TRUE(site < slower);
     EXPECT_FALSE(site < other || other < site || slower < site);
-}
-
-TEST(Fitting, OfManyCodesTakesLinearTime)
-{
-    constexpr int codes = 200'000;  // minutes when it grows with the square
-    QList<MarkingCode> requested;
-    CheckMarkingCodesResult result;
-    for (int i = 0; i < codes; ++i) {
-        requested.append(MarkingCode("0104600439931256215" + QString::number(1'000'000 + i)));
-        if (i % 2 == 0) {
-            result.passedCodes.append(requested.last());
-        }
-    }
-    fitToErrorKind(result, requested);
-    EXPECT_EQ(result.passedCodes.size() + result.failedCodes.size(), codes);
 }
 
 }  // namespace

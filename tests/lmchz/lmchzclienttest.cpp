@@ -259,20 +259,4 @@ TEST_F(LocalModule, IsJudgedByTheStatusOfItsReply)
     EXPECT_EQ(shown(), QStringList());
 }
 
-TEST_F(LocalModule, WithAResultForEveryCodeIsReadInLinearTime)
-{
-    constexpr int codes = 10'000;
-    QList<MarkingCode> asked;
-    QJsonArray entries;
-    for (int i = 0; i < codes; ++i) {
-        asked.append(MarkingCode("code " + QString::number(i)));
-        entries.append(QJsonObject{{"cis", asked.last().toString()}, {"isBlocked", i % 2 == 0}});
-    }
-    answer("status", reply(200, ready));
-    answer("cis/outCheck", reply(200, results(entries)));
-    const auto result = client->checkMarkingCodes({}, asked, "key");  // minutes if it grew with the square
-    EXPECT_EQ(result.passedCodes.size(), codes / 2);
-    EXPECT_EQ(result.failedCodes.size(), codes / 2);
-}
-
 }  // namespace

@@ -147,20 +147,16 @@ TEST(Merge, BringsSideDataOfNewCodesOrDefaults)
 
 TEST(Merge, LeavesTheReplyAndTheVerdictOfEither)
 {
-    const auto resultFrom = [](const char* host, bool success) {
-        http::Response response;
-        response.setUrl(QUrl(host));
-        response.setBody(R"({"reqId": "1"})");
-        response.setErrorKind(http::ErrorKind::SalePermitted);
-        Result result{CheckMarkingCodesReply(response)};
-        result.success = success;
-        return result;
-    };
-    Result result = resultFrom("http://a", true);
-    Result other = resultFrom("http://b", false);
+    Result result = resultOf({"A"}, {}), other = resultOf({"A"}, {});
+    result.setUrl(QUrl("http://a"));
+    result.setBody(R"({"reqId": "1"})");
+    other.setUrl(QUrl("http://b"));
+    other.setErrorKind(http::ErrorKind::SalePermitted);
+    result.success = false;
+    other.success = true;
+    const Result before = result;
     result += other;
-    EXPECT_EQ(result, resultFrom("http://a", true));
-    EXPECT_EQ(other, resultFrom("http://b", false));
+    EXPECT_EQ(result, before);
 }
 
 TEST(Comparison, SeesEveryDifferenceAndOrdersByIt)

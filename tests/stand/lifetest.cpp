@@ -43,3 +43,30 @@ TEST(Life, EndsCleanlyWithConnectionsHangingInEveryState)
         EXPECT_FALSE(QFileInfo::exists(folder));
     }
 }
+
+TEST(PublicAddress, IsHandedOutEverywhere)
+{
+    const MarkSim stand(
+        {"--bind", "0.0.0.0", "--admin-bind", "0.0.0.0", "--public-address", "localhost", "--page", "--tls"});
+    for (const QString& url : {stand.url("operator-1"), stand.url("site-3"), stand.url("module-1"),
+                               stand.ready()["admin"].toString(), stand.ready()["page"].toString()}) {
+        EXPECT_EQ(QUrl(url).host(), "localhost");
+    }
+    EXPECT_EQ(stand.admin("GET", "/state")["servers"][1]["url"], stand.url("site-1"));
+    StandClient client(stand);
+    client.caFile = stand.ready()["caFile"].toString().toUtf8();
+    const QString list = stand.url("operator-1") + "/api/v4/true-api/cdn/info";
+    EXPECT_EQ(client.send("GET", list, {}, {client.keyHeader()}).json()["hosts"][0]["host"],
+              stand.url("site-1"));
+}
+
+TEST(PublicAddress, IsTakenByThePage)
+{
+    const MarkSim stand({"--bind", "0.0.0.0", "--public-address", "stand.example", "--page"});
+    for (const auto& [host, status] : {std::pair("Stand.Example", 200), {"another.example", 403}}) {
+        const QString port = QString::number(QUrl(stand.ready()["admin"].toString()).port());
+        const HttpReply page = StandClient(stand).send("GET", "http://127.0.0.1:" + port + "/", {},
+                                                       {QString("Host: ") + host + ':' + port});
+        EXPECT_EQ(page.status, status) << host;
+    }
+}
