@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <functional>
-#include <semaphore>
 
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
@@ -13,6 +12,7 @@
 #include "tests/doubles/printers.h"
 #include "tests/doubles/scriptedclient.h"
 #include "tests/doubles/settings.h"
+#include "tests/doubles/stoppedanswer.h"
 #include <gmock/gmock.h>
 #include <orvex/actiondispatcher.h>
 
@@ -50,7 +50,7 @@ public:
         return UpdateInfoStatus::Finished;
     }
 
-    std::counting_semaphore<> stopped{0}, proceed{0};
+    Moment stopped, proceed;
     QStringList checks, registered;
     std::pair<std::chrono::milliseconds, std::chrono::milliseconds> limits;
     std::function<void()> onCheck;
@@ -100,14 +100,9 @@ public:
     void queueHold()
     {
         QMetaObject::invokeMethod(&client(), [&held = client()] {
-            held.stopped.release();
-            held.proceed.acquire();
+            held.stopped.announce();
+            EXPECT_TRUE(held.proceed.comes());
         });
-    }
-    void holdThread()
-    {
-        queueHold();
-        client().stopped.acquire();
     }
     /// Waits for what is queued in the client's thread.
     void drainThread()

@@ -67,11 +67,6 @@ TEST_F(PluginLife, LogsTheEndOfItsThreadUnlessTheHostEndedItsWorkBefore)
         EXPECT_TRUE(service.thread->isRunning()) << "until the object goes";
     }
     EXPECT_THAT(log.take(), IsEmpty());
-    Service again;
-    again.init();
-    again.deinit();
-    EXPECT_TRUE(again.init());
-    EXPECT_EQ(perform(Action(EActionType::VerifyMarking)).size(), 1);
 }
 
 TEST_F(PluginLife, RegistersNothingTwiceWhenItIsInitialisedAgain)
@@ -115,11 +110,12 @@ TEST_F(PluginLife, EndsWithoutTheUpdatesThatAreQueuedAndWithoutNewCalls)
     const auto kept = service->crptClient;
     auto& client = service->client();
     service->remindAfter = milliseconds(1);
-    service->holdThread();
+    service->queueHold();
+    ASSERT_TRUE(client.stopped.comes());
     service->queueHold();
     send(Event(172));
-    client.proceed.release();
-    client.stopped.acquire();  // the thread has fetched both, and runs what it has fetched
+    client.proceed.announce();
+    ASSERT_TRUE(client.stopped.comes());  // the thread has fetched both, and runs what it has fetched
     auto end = std::async(std::launch::async, [&] { service.reset(); });
     QStringList lines;
     for (int i = 0; lines.isEmpty() && i < 1000; ++i) {
@@ -129,7 +125,7 @@ TEST_F(PluginLife, EndsWithoutTheUpdatesThatAreQueuedAndWithoutNewCalls)
     EXPECT_THAT(lines, ElementsAre("crptservice: warn Выгрузка ожидает завершения потока CRPT: его "
                                    "удерживает обработчик уведомления или запрос"));
     EXPECT_THAT(perform(Action(EActionType::VerifyMarking)), IsEmpty());
-    client.proceed.release();
+    client.proceed.announce();
     end.wait();
     EXPECT_EQ(client.updates, 0);
 }
@@ -149,17 +145,13 @@ TEST_F(PluginLife, HasNoCallsAfterItsEnd)
     const Action action(EActionType::VerifyMarking);
     for (const bool deinit : {true, false}) {
         auto service = std::make_unique<Service>();
+        const auto client = service->crptClient;
         service->init();
         EXPECT_THAT(perform(action), ElementsAre(EContext::NotServed));
-        if (deinit) {
-            service->deinit();
-            send(initEvent("crpt"));
-            EXPECT_THAT(service->client().registered, IsEmpty());
-        } else {
-            service.reset();
-            send(initEvent("crpt"));
-        }
+        deinit ? service->deinit() : service.reset();
+        send(initEvent("crpt"));
         send(Event(172));
+        EXPECT_THAT(client.staticCast<ClientDouble>()->registered, IsEmpty());
         EXPECT_THAT(perform(action), IsEmpty());
         EXPECT_THAT(perform(Action(EActionType::CheckConnection)), IsEmpty());
     }
