@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <utility>
 
 #include <QStringList>
 
@@ -11,8 +12,15 @@
 class LogWatch
 {
 public:
-    LogWatch();
-    ~LogWatch();
+    LogWatch()
+    {
+        Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = "/dev/null"});
+        Log4Qt::LogManager::setWatcher([this](const Log4Qt::LogRecord& record) {
+            const std::lock_guard lock(m_mutex);
+            m_records.append(record);
+        });
+    }
+    ~LogWatch() { Log4Qt::LogManager::setWatcher({}); }
     LogWatch(const LogWatch&) = delete;
     LogWatch& operator=(const LogWatch&) = delete;
 
@@ -22,7 +30,17 @@ public:
     [[nodiscard]] QStringList takeNamed() { return lines(true); }
 
 private:
-    QStringList lines(bool named);
+    QStringList lines(bool named)
+    {
+        static const QStringList levels = {"trace", "debug", "info", "warn", "error", "fatal", "off"};
+        const std::lock_guard lock(m_mutex);
+        QStringList lines;
+        for (const auto& record : std::exchange(m_records, {})) {
+            lines.append((named ? record.logger + ": " : QString()) + levels.at(int(record.level)) + ' ' +
+                         record.text);
+        }
+        return lines;
+    }
 
     std::mutex m_mutex;
     QList<Log4Qt::LogRecord> m_records;

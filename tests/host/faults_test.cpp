@@ -163,17 +163,17 @@ TEST_F(FaultyEncryptedSite, IsNotTrustedOrBreaksOff)
     });
 }
 
-TEST_F(FaultySite, FramesItsReplyBadly)
+QJsonObject deflated(qsizetype missing)
 {
-    const QByteArray chunked = "200 OK\r\nTransfer-Encoding: chunked";
+    return raw(framed("200 OK\r\nContent-Length: %1\r\nContent-Encoding: deflate",
+                      qCompress(usual, 1).mid(4).chopped(missing)));
+}
+
+TEST_F(FaultySite, FramesItsBodyBadly)
+{
     const QByteArray chunk = "\r\n\r\n" + QByteArray::number(usual.size(), 16);
-    const QByteArray redirect = "\r\nLocation: /elsewhere\r\nContent-Length: 0";
-    const QByteArray filler = QByteArray("\r\nX-Filler: 0123456789abcdef").repeated(20'000);
-    const QByteArray early = "100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\nHTTP/1.1 200 OK";
-    const auto chunks = [&](const QByteArray& body) { return raw("HTTP/1.1 " + chunked + body); };
-    const auto deflated = [](qsizetype missing) {
-        return raw(framed("200 OK\r\nContent-Length: %1\r\nContent-Encoding: deflate",
-                          qCompress(usual, 1).mid(4).chopped(missing)));
+    const auto chunks = [&](const QByteArray& body) {
+        return raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked" + body);
     };
     expectSeen({
         {"length too short", "200", R"({"framing": "short-length"})"},
@@ -181,7 +181,6 @@ TEST_F(FaultySite, FramesItsReplyBadly)
         {"length negative", "200, error 399", raw(framed("200 OK\r\nContent-Length: -5"))},
         {"length not a number", "200, error 399", raw(framed("200 OK\r\nContent-Length: ten"))},
         {"no length, ended by closing", "200, read", R"({"framing": "until-close"})"},
-        {"HTTP/1.0 without headers", "200, read", raw("HTTP/1.0 200 OK\r\n\r\n" + usual)},
         {"chunks with extension and trailer", "200, read",
          chunks(chunk + ";x=y\r\n" + usual + "\r\n0\r\nX-T: 1\r\n\r\n")},
         {"chunk size not a number", "200, error 2", R"({"framing": "bad-chunks"})"},
@@ -197,18 +196,27 @@ TEST_F(FaultySite, FramesItsReplyBadly)
         {"100 MiB of body", "200, error 5", R"({"padMegabytes": 100})"},
         {"100 MiB without a length", "200, error 5", R"({"framing": "until-close", "padMegabytes": 100})"},
         {"15 MiB in a member of the object", "200, read", R"({"padMegabytes": 15})"},
+    });
+}
+
+TEST_F(FaultySite, BeginsItsReplyBadly)
+{
+    const QByteArray filler = QByteArray("\r\nX-Filler: 0123456789abcdef").repeated(20'000);
+    const QByteArray hints = "100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\nHTTP/1.1 200 OK";
+    expectSeen({
+        {"no HTTP", "error 399", raw("SSH-2.0-OpenSSH\r\n")},
+        {"HTTP/1.0 without headers", "200, read", raw("HTTP/1.0 200 OK\r\n\r\n" + usual)},
+        {"status not a number", "error 399", raw(framed("abc OK"))},
+        {"status beyond all classes", "600, read", raw(framed("600 X\r\nContent-Length: %1"))},
+        {"no content", "204", raw("HTTP/1.1 204 No Content\r\n\r\n")},
+        {"redirect is not followed", "302",
+         raw(framed("302 Found\r\nLocation: /x\r\nContent-Length: 0", ""))},
         {"endless head", "200, error 5", raw("HTTP/1.1 200 OK" + filler)},
-        {"endless line in the head", "200, error 99",
-         raw("HTTP/1.1 200 OK\r\nX-Flood: " + QByteArray(1 << 20, ' '))},
-        {"interim replies first", "200, read", raw(framed(early))},
+        {"endless line", "200, error 99", raw("HTTP/1.1 200 OK\r\nX-Flood: " + QByteArray(1 << 20, ' '))},
+        {"interim replies first", "200, read", raw(framed(hints))},
         {"interim reply, then the end", "error 2", raw(framed("100 Continue", ""))},
         {"endless interim replies", "error 5",
          raw(QByteArray("HTTP/1.1 102 Processing\r\n\r\n").repeated(20'000))},
-        {"no HTTP", "error 399", raw("SSH-2.0-OpenSSH\r\n")},
-        {"status not a number", "error 399", raw(framed("abc OK"))},
-        {"redirect is not followed", "302", raw(framed("302 Found" + redirect, ""))},
-        {"status beyond all classes", "600, read", raw(framed("600 X\r\nContent-Length: %1"))},
-        {"no content", "204", raw("HTTP/1.1 204 No Content\r\n\r\n")},
     });
 }
 

@@ -57,24 +57,6 @@ TEST_F(LoggingTest, LineBelowTheActiveLevelIsDropped)
     EXPECT_FALSE(LogManager::logger("made later")->isEnabledFor(Level::Fatal));
 }
 
-TEST_F(LoggingTest, WatcherMayAskForLinesThatAreNotWritten)
-{
-    const QTemporaryDir folder;
-    QFile file(folder.filePath("a.log"));
-    QStringList seen;
-    LogManager::setWatcher([&](const Log4Qt::LogRecord& record) { seen << record.text; }, Level::Debug);
-    ASSERT_TRUE(LogManager::configure({.level = Level::Warn, .file = file.fileName(), .pattern = "%v"}));
-    logger->trace("t");
-    logger->debug("d");
-    logger->warn("w");
-    LogManager::setWatcher({});
-    EXPECT_FALSE(logger->isEnabledFor(Level::Info));
-    EXPECT_TRUE(LogManager::flush(10s));
-    EXPECT_EQ(seen, (QStringList{"d", "w"}));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "w\n");
-}
-
 TEST_F(LoggingTest, SecretAfterAHeaderNameIsMasked)
 {
     expectWritten(
