@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "fuzz/fuzz.h"
+#include "poshost/terminal/fatalerror.h"
 #include "poshost/till/codes.h"
-#include "poshost/till/fatalerror.h"
 
 using fuzz::require;
 

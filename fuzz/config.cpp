@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include "fuzz/fuzz.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/settings.h"
+#include "poshost/settings/hostsettings.h"
+#include "poshost/terminal/fatalerror.h"
 #include <config/config.h>
 
 using fuzz::require;

@@ -7,8 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include "poshost/language.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
 
 namespace poshost {
 

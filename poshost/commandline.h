@@ -9,7 +9,7 @@
 #include <QList>
 #include <QString>
 
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/terminal.h"
 
 namespace CLI {
 class App;

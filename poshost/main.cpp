@@ -13,9 +13,9 @@
 
 #include "poshost/commandline.h"
 #include "poshost/language.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
 #include "poshost/verbs/verbs.h"
 
 namespace {

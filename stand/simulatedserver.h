@@ -1,9 +1,9 @@
 #pragma once
 
-#include "stand/admin/requestlog.h"
 #include "stand/apis/api.h"
 #include "stand/faults/behaviours.h"
 #include "stand/http/listener.h"
+#include "stand/http/requestlog.h"
 
 namespace marksim {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "stand/admin/requestlog.h"
 #include "stand/apis/moduleapi.h"
 #include "stand/commandline.h"
 #include "stand/goods/goods.h"
 #include "stand/http/certificates.h"
+#include "stand/http/requestlog.h"
 #include "stand/simulatedserver.h"
 
 #include <boost/asio/io_context.hpp>

@@ -5,10 +5,10 @@
 
 #include <QJsonObject>
 
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
 #include "poshost/doctor/settingscheck.h"
 #include "poshost/language.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace doctor {
 

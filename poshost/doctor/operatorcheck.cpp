@@ -8,10 +8,10 @@
 #include <QJsonObject>
 #include <QUrl>
 
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
 #include "poshost/doctor/operatorasking.h"
 #include "poshost/language.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace doctor {
 

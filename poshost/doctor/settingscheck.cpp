@@ -7,9 +7,9 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
 #include "poshost/language.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace doctor {
 

@@ -4,9 +4,9 @@
 
 #include <QRegularExpression>
 
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
 #include "poshost/language.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace doctor {
 

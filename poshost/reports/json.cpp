@@ -7,7 +7,7 @@
 
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 
 namespace poshost {
 

@@ -3,7 +3,7 @@
 #include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/reports/table.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 
 namespace poshost {
 

@@ -6,7 +6,7 @@
 
 #include "poshost/language.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 
 namespace poshost {
 

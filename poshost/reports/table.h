@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/terminal.h"
 #include "poshost/till/verification.h"
 
 namespace poshost {

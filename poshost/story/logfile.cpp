@@ -10,7 +10,7 @@
 #include <QFile>
 #include <QRegularExpression>
 
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 
 namespace poshost {
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
 
 namespace poshost {
 

@@ -6,7 +6,7 @@
 #include <QSaveFile>
 
 #include "poshost/language.h"
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 
 namespace poshost {
 

@@ -9,7 +9,7 @@
 #include "lmchz/messages.h"
 #include "plugin/messages.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 #include <network/messages.h>
 
 namespace poshost {

@@ -11,11 +11,6 @@ namespace poshost {
 /// Characters that a code may have.
 inline constexpr qsizetype maxCode = 4096;
 
-/// All that the file holds ("-": standard input; a pipe is read to its end), without a byte order mark.
-/// Throws FatalError, with the option that names the file, when it cannot be read.
-[[nodiscard]] QByteArray readInput(const QString& name, const QString& option);
-[[nodiscard]] QByteArray withoutByteOrderMark(const QByteArray& bytes);
-
 /// What is wrong with the text of a code.
 enum class CodeFault { None, Characters, TooLong, Empty };
 

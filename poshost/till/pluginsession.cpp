@@ -10,10 +10,10 @@
 
 #include "contracts/initverifyservice.h"
 #include "contracts/metatypes.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
-#include "poshost/till/worker.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
+#include "poshost/terminal/worker.h"
 #include <network/restclient.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/basicplugin.h>

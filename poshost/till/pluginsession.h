@@ -4,7 +4,7 @@
 
 #include <QString>
 
-#include "poshost/till/settings.h"
+#include "poshost/settings/hostsettings.h"
 #include <orvex/eactivitylistener.h>
 #include <orvex/pluginloader.h>
 

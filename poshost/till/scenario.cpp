@@ -7,7 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 
 namespace poshost {
 

@@ -14,8 +14,8 @@
 #include <QJsonDocument>
 #include <QTimer>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/signals.h"
 
 namespace poshost {
 

@@ -1,9 +1,9 @@
 #include "poshost/till/till.h"
 
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
+#include "poshost/terminal/worker.h"
 #include "poshost/till/scenario.h"
-#include "poshost/till/signals.h"
-#include "poshost/till/worker.h"
 
 namespace poshost {
 

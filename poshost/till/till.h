@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "poshost/commandline.h"
+#include "poshost/settings/hostsettings.h"
 #include "poshost/till/notifications.h"
 #include "poshost/till/pluginsession.h"
-#include "poshost/till/settings.h"
 #include "poshost/till/stand.h"
 #include "poshost/till/verification.h"
 

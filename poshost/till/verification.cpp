@@ -6,7 +6,7 @@
 #include <QSet>
 
 #include "contracts/verify.h"
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 #include <orvex/actiondispatcher.h>
 
 namespace poshost {

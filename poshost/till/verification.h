@@ -6,9 +6,9 @@
 #include <QList>
 #include <QSet>
 
-#include "poshost/till/checktrace.h"
+#include "poshost/settings/hostsettings.h"
+#include "poshost/story/checktrace.h"
 #include "poshost/till/notifications.h"
-#include "poshost/till/settings.h"
 #include "result/checkmarkingcodesresult.h"
 #include <utils/markingcode.h>
 

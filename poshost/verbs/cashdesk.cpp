@@ -10,10 +10,12 @@
 #include "poshost/language.h"
 #include "poshost/reports/judgement.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/progress.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/input.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/progress.h"
+#include "poshost/terminal/signals.h"
+#include "poshost/till/codes.h"
 #include "poshost/verbs/cashierwords.h"
 
 namespace poshost {

@@ -5,7 +5,7 @@
 #include <QMap>
 #include <QString>
 
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/terminal.h"
 #include "poshost/till/till.h"
 #include "poshost/verbs/basket.h"
 #include "poshost/verbs/cashierscreen.h"

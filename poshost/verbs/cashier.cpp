@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
 #include "poshost/verbs/cashdesk.h"
 #include "poshost/verbs/verbs.h"
 #include <log4qt/logmanager.h>

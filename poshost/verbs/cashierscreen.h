@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/terminal.h"
 #include "poshost/till/verification.h"
 #include "poshost/verbs/basket.h"
 

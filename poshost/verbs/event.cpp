@@ -5,9 +5,9 @@
 
 #include "poshost/language.h"
 #include "poshost/reports/statustext.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
 #include "poshost/till/till.h"
 #include "poshost/verbs/verbs.h"
 

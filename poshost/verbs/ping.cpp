@@ -8,11 +8,11 @@
 #include <QJsonObject>
 
 #include "poshost/reports/statustext.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/signals.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/signals.h"
+#include "poshost/terminal/worker.h"
 #include "poshost/till/till.h"
-#include "poshost/till/worker.h"
 #include "poshost/verbs/verbs.h"
 #include <orvex/actiondispatcher.h>
 #include <orvex/args.h>

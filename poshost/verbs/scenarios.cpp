@@ -1,7 +1,7 @@
 #include <CLI/App.hpp>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
 #include "poshost/till/scenario.h"
 #include "poshost/verbs/verbs.h"
 

@@ -9,9 +9,9 @@
 #include "poshost/story/metrics.h"
 #include "poshost/story/plot.h"
 #include "poshost/story/summary.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
 #include "poshost/till/codes.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
 #include "poshost/verbs/verbs.h"
 
 namespace poshost {

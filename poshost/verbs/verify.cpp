@@ -9,10 +9,10 @@
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/json.h"
 #include "poshost/reports/table.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/progress.h"
 #include "poshost/till/codes.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
-#include "poshost/till/progress.h"
 #include "poshost/till/till.h"
 #include "poshost/verbs/verbs.h"
 

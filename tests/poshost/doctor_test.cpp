@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "poshost/doctor/knownkeys.h"
+#include "poshost/settings/knownkeys.h"
 #include "tests/poshost/poshostrun.h"
 #include "tests/support/printers.h"
 

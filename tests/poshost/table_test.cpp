@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "poshost/reports/table.h"
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/output.h"
 #include "poshost/till/verification.h"
 #include "tests/support/printers.h"
 #include <orvex/econtext.h>

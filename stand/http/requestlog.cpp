@@ -1,4 +1,4 @@
-#include "stand/admin/requestlog.h"
+#include "stand/http/requestlog.h"
 
 #include <QDateTime>
 #include <QJsonArray>

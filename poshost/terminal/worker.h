@@ -9,7 +9,7 @@
 
 #include <QEventLoop>
 
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 #include <log4qt/logmanager.h>
 
 namespace poshost {

@@ -1,4 +1,4 @@
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/terminal.h"
 
 #include <atomic>
 #include <csignal>
@@ -10,7 +10,7 @@
 #include <QByteArray>
 #include <QtGlobal>
 
-#include "poshost/till/signals.h"
+#include "poshost/terminal/signals.h"
 
 namespace poshost {
 

@@ -1,4 +1,4 @@
-#include "poshost/till/signals.h"
+#include "poshost/terminal/signals.h"
 
 #include <array>
 #include <atomic>
@@ -10,8 +10,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/terminal.h"
 #include <network/restclient.h>
 
 namespace poshost {

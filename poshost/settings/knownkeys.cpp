@@ -1,4 +1,4 @@
-#include "poshost/doctor/knownkeys.h"
+#include "poshost/settings/knownkeys.h"
 
 #include <algorithm>
 #include <array>
@@ -23,7 +23,7 @@ const QStringList ownSections = {QStringLiteral("Host"), QStringLiteral("Network
 /// One entry for each section, with all members: those that the file leaves out are null.
 QJsonArray readEntries()
 {
-    QFile file(QStringLiteral(":/doctor/keys.json"));
+    QFile file(QStringLiteral(":/settings/keys.json"));
     if (!file.open(QIODevice::ReadOnly)) {
         throw std::runtime_error("the list of keys is not in this program");
     }

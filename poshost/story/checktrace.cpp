@@ -1,4 +1,4 @@
-#include "poshost/till/checktrace.h"
+#include "poshost/story/checktrace.h"
 
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>

@@ -1,4 +1,4 @@
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,8 +9,8 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 
-#include "poshost/till/fatalerror.h"
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/terminal.h"
 #include <utils/printable.h>
 
 namespace poshost {

@@ -1,4 +1,4 @@
-#include "poshost/till/fatalerror.h"
+#include "poshost/terminal/fatalerror.h"
 
 #include <system_error>
 

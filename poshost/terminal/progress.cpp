@@ -1,12 +1,12 @@
-#include "poshost/till/progress.h"
+#include "poshost/terminal/progress.h"
 
 #include <array>
 #include <chrono>
 
 #include <unistd.h>
 
-#include "poshost/till/output.h"
-#include "poshost/till/terminal.h"
+#include "poshost/terminal/output.h"
+#include "poshost/terminal/terminal.h"
 #include <orvex/dialog.h>
 
 namespace poshost {

@@ -1,4 +1,4 @@
-#include "poshost/doctor/address.h"
+#include "poshost/settings/address.h"
 
 namespace doctor {
 

@@ -1,4 +1,4 @@
-#include "poshost/till/settings.h"
+#include "poshost/settings/hostsettings.h"
 
 #include <cerrno>
 #include <limits>
@@ -12,10 +12,10 @@
 #include <QUrl>
 
 #include "contracts/service.h"
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
-#include "poshost/till/codes.h"
-#include "poshost/till/fatalerror.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
+#include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/input.h"
 #include <log4qt/logmanager.h>
 
 namespace poshost {
