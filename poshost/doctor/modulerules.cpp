@@ -1,6 +1,6 @@
-#include "poshost/doctor/address.h"
 #include "poshost/doctor/settingscheck.h"
 #include "poshost/language.h"
+#include "poshost/settings/address.h"
 
 namespace doctor {
 

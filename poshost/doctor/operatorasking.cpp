@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "poshost/doctor/address.h"
-#include "poshost/doctor/knownkeys.h"
+#include "poshost/settings/address.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace doctor {
 

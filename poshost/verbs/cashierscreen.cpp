@@ -4,7 +4,7 @@
 #include <array>
 
 #include "poshost/language.h"
-#include "poshost/till/output.h"
+#include "poshost/terminal/output.h"
 
 namespace poshost {
 
