@@ -19,7 +19,7 @@ poshost/terminal: poshost/language.h
 poshost/language.:
 poshost/commandline.: poshost/terminal poshost/language.h
 poshost/settings: poshost/language.h poshost/terminal poshost/commandline.h contracts
-poshost/story: poshost/language.h poshost/terminal poshost/reports/statustext.h result crpt/messages.h lmchz/messages.h plugin/messages.h
+poshost/story: poshost/language.h poshost/terminal result crpt/messages.h lmchz/messages.h plugin/messages.h
 poshost/till: poshost/language.h poshost/terminal poshost/settings poshost/story poshost/commandline.h contracts result
 poshost/reports: poshost/language.h poshost/terminal poshost/story poshost/till result
 poshost/doctor: poshost/language.h poshost/terminal poshost/settings

@@ -85,27 +85,6 @@ constexpr std::array entries = {
           {u"the marking system does not track this good", u"товар не отслеживается системой маркировки"}},
 };
 
-struct ReplyClass
-{
-    const char* name;
-    Text words;
-};
-
-/// By RequestStatus.
-constexpr std::array<ReplyClass, 9> replyClasses = {{
-    {"ok", {u"reply accepted", u"ответ принят"}},
-    {"failed", {u"reply without \"ok\", taken as it is", u"ответ без «ok», принят как есть"}},
-    {"server-error", {u"server error", u"ошибка сервера"}},
-    {"cross-border-unavailable",
-     {u"no connection to the cross-border check", u"нет связи с трансграничной проверкой"}},
-    {"emergency",
-     {u"emergency, the ban on sales is lifted", u"аварийная ситуация, запрет на продажу отключён"}},
-    {"incorrect-token", {u"key refused", u"ключ не принят"}},
-    {"protocol-error", {u"protocol error", u"ошибка протокола"}},
-    {"timeout", {u"timed out", u"время вышло"}},
-    {"network-error", {u"no connection", u"нет связи"}},
-}};
-
 constexpr int keyRefusedStatus = 401;
 
 constexpr Text keyRefused = {u"key refused", u"ключ не принят"};
@@ -150,16 +129,6 @@ QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal 
 QStringList cashierWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal)
 {
     return reasonsOf(failed, deal, &Entry::forCashier, keyRefusedForCashier);
-}
-
-QString className(RequestStatus status)
-{
-    return QString::fromUtf8(replyClasses.at(size_t(status)).name);
-}
-
-QString classWords(RequestStatus status)
-{
-    return said(replyClasses.at(size_t(status)).words);
 }
 
 QString forgivenWords()

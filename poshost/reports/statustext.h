@@ -5,7 +5,6 @@
 #include <QStringList>
 
 #include "poshost/till/verification.h"
-#include "result/requeststatus.h"
 
 namespace poshost {
 
@@ -18,11 +17,6 @@ namespace poshost {
 
 /// The same as a cashier understands it: what is the matter, and what to do where something can be done.
 [[nodiscard]] QStringList cashierWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal);
-
-/// What a reply of the operator means, as programs read it: "ok", "server-error", ...
-[[nodiscard]] QString className(RequestStatus status);
-/// As people read it.
-[[nodiscard]] QString classWords(RequestStatus status);
 
 /// What is said of a code that a refund forgives.
 [[nodiscard]] QString forgivenWords();

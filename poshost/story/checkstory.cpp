@@ -6,7 +6,7 @@
 
 #include <QJsonObject>
 
-#include "poshost/reports/statustext.h"
+#include "poshost/story/replyclass.h"
 #include "poshost/terminal/output.h"
 
 namespace poshost {
