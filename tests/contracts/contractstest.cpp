@@ -3,7 +3,6 @@
 #include "contracts/initverifyservice.h"
 #include "contracts/verify.h"
 #include "tests/doubles/printers.h"
-#include <gmock/gmock.h>
 #include <orvex/eactivitylistener.h>
 
 using control::Action;

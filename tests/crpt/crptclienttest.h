@@ -8,7 +8,6 @@
 #include "tests/doubles/scriptedclient.h"
 #include "tests/doubles/settings.h"
 #include "tests/doubles/simulatedclock.h"
-#include <gmock/gmock.h>
 
 /// An online client on a simulated clock and a scripted network. The operator's host is "http://op1", its
 /// owner is "owner", the sites are "http://s1"... What can be compared with the model of the rules is

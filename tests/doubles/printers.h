@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include "tests/support/printers.h"
+#include <gmock/gmock.h>
 #include <utils/markingcode.h>
 
 // How GoogleTest shows the values of these types.

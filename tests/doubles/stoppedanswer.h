@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -29,15 +30,17 @@ private:
     int m_count = 0;
 };
 
-/// An answer that holds its request up until it is told to go on.
+/// An answer that holds its first request up until it is told to go on.
 class StoppedAnswer
 {
 public:
     [[nodiscard]] ScriptedClient::Answer of(ScriptedClient::Answer answer)
     {
         return [this, answer = std::move(answer)](const SentRequest& sent) {
-            m_arrived.announce();
-            (void)m_goOn.comes();
+            if (!m_stopped.exchange(true)) {
+                m_arrived.announce();
+                (void)m_goOn.comes();
+            }
             return answer(sent);
         };
     }
@@ -45,5 +48,6 @@ public:
     void goOn() { m_goOn.announce(); }
 
 private:
+    std::atomic<bool> m_stopped = false;
     Moment m_arrived, m_goOn;
 };

@@ -2,7 +2,6 @@
 
 #include "tests/doubles/printers.h"
 #include <config/config.h>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include "tests/doubles/printers.h"
 #include "tests/doubles/settings.h"
 #include "tests/support/marksim.h"
-#include <gtest/gtest.h>
 #include <network/restclient.h>
 
 namespace {
@@ -214,6 +213,8 @@ TEST_F(FaultySite, BeginsItsReplyBadly)
         {"endless head", "200, error 5", raw("HTTP/1.1 200 OK" + filler)},
         {"endless line", "200, error 99", raw("HTTP/1.1 200 OK\r\nX-Flood: " + QByteArray(1 << 20, ' '))},
         {"interim replies first", "200, read", raw(framed(hints))},
+        {"interim reply, then half a head", "200, error 2",
+         raw(framed("100 Continue\r\n\r\nHTTP/1.1 200 OK", "").chopped(2))},
         {"interim reply, then the end", "error 2", raw(framed("100 Continue", ""))},
         {"endless interim replies", "error 5",
          raw(QByteArray("HTTP/1.1 102 Processing\r\n\r\n").repeated(20'000))},

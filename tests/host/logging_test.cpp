@@ -10,7 +10,6 @@
 
 #include "tests/doubles/logwatch.h"
 #include "tests/doubles/printers.h"
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,5 +1,4 @@
 #include "tests/doubles/printers.h"
-#include <gtest/gtest.h>
 #include <utils/markingcode.h>
 
 namespace {

@@ -4,7 +4,6 @@
 
 #include "tests/doubles/logwatch.h"
 #include "tests/doubles/printers.h"
-#include <gtest/gtest.h>
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/baseactivitylistener.h>

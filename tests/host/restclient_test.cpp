@@ -8,7 +8,6 @@
 #include "tests/doubles/printers.h"
 #include "tests/doubles/settings.h"
 #include "tests/support/marksim.h"
-#include <gtest/gtest.h>
 #include <network/restclient.h>
 
 namespace {

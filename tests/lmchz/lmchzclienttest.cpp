@@ -111,17 +111,19 @@ TEST_F(LocalModule, IsUsableWhenItsReplySaysReady)
     EXPECT_EQ(shown(), QStringList());
 }
 
+/// What is posted behind the request for the status: method and body, and its line in the log.
+struct Order
+{
+    QString sent, line;
+};
+const Order none, init{R"(init{"token":"key"})", "debug Инициализация ЛМЧЗ"},
+    initOn{R"(init{"enableGreyList":true,"token":"key"})", init.line},
+    initOff{R"(init{"enableGreyList":false,"token":"key"})", init.line},
+    on{R"(greyList{"enableGreyList":true,"token":"key"})", "info Включение серых списков GTIN"},
+    off{R"(greyList{"enableGreyList":false,"token":"key"})", "info Выключение серых списков GTIN"};
+
 TEST_F(LocalModule, IsBroughtIntoTheConfiguredStateOnEvent96)
 {
-    struct Order  // behind the request for the status: method and body, and its line in the log
-    {
-        QString sent, line;
-    };
-    const Order none, init{R"(init{"token":"key"})", "debug Инициализация ЛМЧЗ"},
-        initOn{R"(init{"enableGreyList":true,"token":"key"})", init.line},
-        initOff{R"(init{"enableGreyList":false,"token":"key"})", init.line},
-        on{R"(greyList{"enableGreyList":true,"token":"key"})", "info Включение серых списков GTIN"},
-        off{R"(greyList{"enableGreyList":false,"token":"key"})", "info Выключение серых списков GTIN"};
     const QString initFails = "|Ошибка инициализации ЛМЧЗ",
                   greyFails = "|Ошибка настройки серого списка GTIN";
     const QString unsupported = "lmchzGreyListInvalidOperation|Серые списки GTIN временно не поддерживаются";

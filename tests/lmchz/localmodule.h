@@ -8,7 +8,6 @@
 #include "tests/doubles/printers.h"
 #include "tests/doubles/scriptedclient.h"
 #include "tests/doubles/settings.h"
-#include <gmock/gmock.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/eactivitylistener.h>
 #include <orvex/events.h>

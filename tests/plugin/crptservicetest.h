@@ -13,7 +13,6 @@
 #include "tests/doubles/scriptedclient.h"
 #include "tests/doubles/settings.h"
 #include "tests/doubles/stoppedanswer.h"
-#include <gmock/gmock.h>
 #include <orvex/actiondispatcher.h>
 
 /// Keeps what the plug-in asks of it.

@@ -5,7 +5,6 @@
 #include <QTemporaryDir>
 
 #include "tests/doubles/printers.h"
-#include <gmock/gmock.h>
 #include <orvex/pluginloader.h>
 
 using testing::HasSubstr;

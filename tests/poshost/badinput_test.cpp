@@ -1,7 +1,5 @@
 #include <QDir>
 
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
 
 namespace {

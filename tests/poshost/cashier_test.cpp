@@ -7,15 +7,10 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <QFile>
-#include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
 
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include <csignal>
 
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
 
 namespace {

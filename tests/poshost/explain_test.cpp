@@ -1,9 +1,6 @@
-#include <QJsonArray>
-
-#include <gtest/gtest.h>
+#include <QRegularExpression>
 
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 
@@ -30,12 +27,6 @@ QJsonObject behaves(const QJsonObject& behaviour)
 QStringList texts(const QJsonValue& array)
 {
     return array.toVariant().toStringList();
-}
-
-/// As the stand tells it and as the story tells it.
-QString told(const QString& method, const QString& address, int status)
-{
-    return QStringLiteral("%1 %2 %3").arg(method, address, QString::number(status));
 }
 
 const QJsonObject refuse = behaves({{"connect", "refuse"}});
@@ -94,28 +85,22 @@ TEST_P(Explain, TellsWhatTheStandHasSeen)
         {"--config", settings.path(), "verify", "--explain", "--json", "0104602114050016215wDq+zuM14qHO"});
     const QJsonObject story = onlyObject(run.output)["explain"].toObject();
 
-    QStringList steps;
-    QStringList answered;
+    QStringList steps, answered, seen;  // the last two as "<method> <address> <status>"
     for (const QJsonValue step : story["steps"].toArray()) {
-        const int status = step["httpStatus"].toInt();
-        steps.append(QStringLiteral("%1 %2 %3 %4")
-                         .arg(step["purpose"].toString(), QString::number(status), step["class"].toString(),
-                              texts(step["done"]).join(',')));
-        if (status != 0) {
-            answered.append(told(step["method"].toString(), step["address"].toString(), status));
-        }
+        const QString status = QString::number(step["httpStatus"].toInt());
+        steps << QStringList{step["purpose"].toString(), status, step["class"].toString(),
+                             texts(step["done"]).join(',')}
+                     .join(' ');
+        answered << step["method"].toString() + ' ' + step["address"].toString() + ' ' + status;
     }
     EXPECT_EQ(steps, course.steps);
     EXPECT_EQ(texts(story["before"]), course.before);
     EXPECT_EQ(story["decision"]["source"], course.source);
-
-    QStringList seen;
     for (const QJsonObject& request : stand.requests().sliced(course.warmUp)) {
-        seen.append(told(request["method"].toString(),
-                         stand.url(request["server"].toString()) + request["path"].toString(),
-                         request["status"].toInt()));
+        seen << request["method"].toString() + ' ' + stand.url(request["server"].toString()) +
+                    request["path"].toString() + ' ' + QString::number(request["status"].toInt());
     }
-    EXPECT_EQ(answered, seen);
+    EXPECT_EQ(answered.filter(QRegularExpression(" [1-9]\\d*$")), seen);
 
     QJsonObject spent = story["spentMs"].toObject();
     const double total = spent.take("total").toDouble();

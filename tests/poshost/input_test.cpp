@@ -1,9 +1,3 @@
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
 
 namespace {

@@ -1,9 +1,4 @@
-#include <QJsonArray>
-
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 

@@ -2,11 +2,6 @@
 
 #include <stdexcept>
 
-#include <QFile>
-#include <QJsonDocument>
-
-#include <gtest/gtest.h>
-
 QStringList cleanEnvironment()
 {
     static const QTemporaryDir home;

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QByteArray>
-#include <QJsonObject>
-#include <QString>
-#include <QStringList>
+#include <QFile>
+#include <QJsonDocument>
 #include <QTemporaryDir>
 
-#include "tests/support/childprocess.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/marksim.h"
+#include "tests/support/printers.h"
 
 /// Environment of a poshost that finds no settings of this machine's user, and no language or colours.
 [[nodiscard]] QStringList cleanEnvironment();

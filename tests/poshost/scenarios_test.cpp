@@ -1,11 +1,6 @@
-#include <QFile>
-#include <QJsonArray>
 #include <QRegularExpression>
 
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 

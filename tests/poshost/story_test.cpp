@@ -1,15 +1,9 @@
 #include <algorithm>
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QXmlStreamReader>
 
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 

@@ -1,11 +1,4 @@
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-
-#include <gtest/gtest.h>
-
 #include "tests/poshost/poshostrun.h"
-#include "tests/support/printers.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include "result/checkmarkingcodesresult.h"
 #include "tests/doubles/printers.h"
-#include <gtest/gtest.h>
 
 using Result = CheckMarkingCodesResult;
 

@@ -6,7 +6,6 @@
 #include "result/checkmarkingcodesresult.h"
 #include "tests/doubles/printers.h"
 #include "tests/doubles/simulatedclock.h"
-#include <gtest/gtest.h>
 
 using Result = CheckMarkingCodesResult;
 
