@@ -132,6 +132,7 @@ TEST_F(OfflineFallback, UsesTheClientOfModulesThatItHasWhileTheSettingsAreReadAg
     settings.set("LMCHZ:enable", "true");
     // The log's locks would hide a missing one.
     Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
+    service.init();
     std::atomic<bool> checked = false;
     auto checks = std::async(std::launch::async, [&] {
         for (int i = 0; i < 200; ++i) {
