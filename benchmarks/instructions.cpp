@@ -125,7 +125,7 @@ void floor(int size)
     Sites sites(1);
     sites.setReply(replyFor(codesOf(size)));
     BareClient client;
-    twice([&, codes = codesOf(size)] { client.check(sites.checkUrl(0), codes); });
+    twice([&, codes = codesOf(size)] { client.check(sites.codesCheckUrl(0), codes); });
 }
 
 const std::map<QString, void (*)(int)> works = {

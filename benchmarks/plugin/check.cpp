@@ -14,7 +14,7 @@ Row measuredRow(Sites& sites, Till& till, BareClient& client, int count, int rou
     sites.setReply(replyFor(codes));
     const auto medians =
         mediansByTurns({[&] { return till.check(codes); },
-                        [&] { return microseconds([&] { client.check(sites.checkUrl(0), codes); }); }},
+                        [&] { return microseconds([&] { client.check(sites.codesCheckUrl(0), codes); }); }},
                        rounds);
     const bool isSlow = sites.speed() == Sites::Speed::EncryptedAfter10Ms;
     return {countedCodes(count) + (isSlow ? ", TLS, after 10 ms" : ", loopback"), medians[0], medians[1],

@@ -37,7 +37,7 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
     std::vector<QString> urls;
     urls.reserve(size_t(sites.count()));
     for (int site = 0; site < sites.count(); ++site) {
-        urls.push_back(sites.checkUrl(site));
+        urls.push_back(sites.codesCheckUrl(site));
     }
     BareClient toNginx, toHaproxy, toSites;
     Till till(sites);
@@ -53,8 +53,8 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
     };
     std::vector<std::function<void()>> turns = {
         [&] { measure(times["plug-in"], [&] { return till.check(codes); }); },
-        [&] { measure(times["nginx"], post(toNginx, nginx.checkUrl())); },
-        [&] { measure(times["HAProxy"], post(toHaproxy, haproxy.checkUrl())); },
+        [&] { measure(times["nginx"], post(toNginx, nginx.codesCheckUrl())); },
+        [&] { measure(times["HAProxy"], post(toHaproxy, haproxy.codesCheckUrl())); },
         [&] { times["libcurl"].first.push_back(microseconds([&] { toSites.walk(urls, body); })); }};
     std::rotate(turns.begin(), turns.begin() + round % static_cast<int>(turns.size()), turns.end());
     for (const auto& turn : turns) {

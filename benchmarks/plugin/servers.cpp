@@ -231,7 +231,7 @@ LoadBalancer::LoadBalancer(Balancer kind, const Sites& sites)
     m_server = std::make_unique<Server>("haproxy", QStringList{"-db", "-q", "-f", configuration}, m_port);
 }
 
-QString LoadBalancer::checkUrl() const
+QString LoadBalancer::codesCheckUrl() const
 {
     return "http://127.0.0.1:" + QString::number(m_port) + Sites::checkPath;
 }

@@ -42,7 +42,7 @@ public:
     [[nodiscard]] QString caFile() const;
 
     [[nodiscard]] QString operatorUrl() const { return url(0); }
-    [[nodiscard]] QString checkUrl(int site) const { return url(site) + checkPath; }
+    [[nodiscard]] QString codesCheckUrl(int site) const { return url(site) + checkPath; }
     [[nodiscard]] int port(int site) const { return m_ports[static_cast<size_t>(site)]; }
     [[nodiscard]] int count() const { return static_cast<int>(m_ports.size()); }
 
@@ -74,7 +74,7 @@ class LoadBalancer
 public:
     LoadBalancer(Balancer kind, const Sites& sites);
 
-    [[nodiscard]] QString checkUrl() const;
+    [[nodiscard]] QString codesCheckUrl() const;
     /// Answered by the balancer itself.
     [[nodiscard]] QString ownUrl() const;
 

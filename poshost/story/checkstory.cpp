@@ -6,7 +6,7 @@
 
 #include <QJsonObject>
 
-#include "poshost/story/replyclass.h"
+#include "poshost/story/requeststatustext.h"
 #include "poshost/terminal/output.h"
 
 namespace poshost {

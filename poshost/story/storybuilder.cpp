@@ -8,7 +8,7 @@
 #include "crpt/messages.h"
 #include "lmchz/messages.h"
 #include "plugin/messages.h"
-#include "poshost/story/replyclass.h"
+#include "poshost/story/requeststatustext.h"
 #include "poshost/terminal/output.h"
 #include <network/messages.h>
 

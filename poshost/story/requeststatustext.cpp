@@ -1,4 +1,4 @@
-#include "poshost/story/replyclass.h"
+#include "poshost/story/requeststatustext.h"
 
 #include <array>
 
@@ -8,14 +8,14 @@ namespace poshost {
 
 namespace {
 
-struct ReplyClass
+struct Texts
 {
     const char* name;
     Text words;
 };
 
 /// By RequestStatus.
-constexpr std::array<ReplyClass, 9> replyClasses = {{
+constexpr std::array<Texts, 9> texts = {{
     {"ok", {u"reply accepted", u"ответ принят"}},
     {"failed", {u"reply without \"ok\", taken as it is", u"ответ без «ok», принят как есть"}},
     {"server-error", {u"server error", u"ошибка сервера"}},
@@ -33,12 +33,12 @@ constexpr std::array<ReplyClass, 9> replyClasses = {{
 
 QString className(RequestStatus status)
 {
-    return QString::fromUtf8(replyClasses.at(size_t(status)).name);
+    return QString::fromUtf8(texts.at(size_t(status)).name);
 }
 
 QString classWords(RequestStatus status)
 {
-    return said(replyClasses.at(size_t(status)).words);
+    return said(texts.at(size_t(status)).words);
 }
 
 }  // namespace poshost
