@@ -275,7 +275,8 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
         },
         [&](int) { EXPECT_FALSE(client->getHosts(CdnMethod::HealthCheck).isEmpty()); },
         [&](int round) {
-            Singleton<ActivityNotifier>::instance()->sendEvent(Event(std::array{10, 11, 172}[round % 3]));
+            Singleton<ActivityNotifier>::instance()->sendEvent(
+                Event(std::array{10, 11, 172}[size_t(round) % 3]));
             clock.advance(seconds(1));
         }};
     std::vector<std::jthread> threads;

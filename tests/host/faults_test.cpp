@@ -86,8 +86,8 @@ QString seenIn(const http::Response& response)
 class FaultySite : public testing::Test
 {
 protected:
-    explicit FaultySite(const QStringList& arguments = {})
-        : stand(QStringList{"--sites", "1"} + arguments)
+    explicit FaultySite(const std::string& arguments = {})
+        : stand(MarkSim::startApart(arguments))
     {
         settings.set("Network:caFile", stand.ready()["caFile"].toString());
     }
@@ -118,7 +118,7 @@ class FaultyEncryptedSite : public FaultySite
 {
 protected:
     FaultyEncryptedSite()
-        : FaultySite({"--tls"})
+        : FaultySite("--tls")
     {
     }
 };

@@ -74,8 +74,6 @@ TEST_F(Page, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
         const char* reason;
     };
     const Order orders[] = {
-        {"GET", "/behaviours/site-9", "", 404, "no server \"site-9\""},
-        {"DELETE", "/state", "", 405, "does not take this method"},
         {"PUT", "/goods/%ff", "{}", 400, "path: not UTF-8"},
         {"PUT", "/goods/x", QByteArray(5 << 20, ' '), 413, "body limit exceeded"},
         {"PUT", "/modules/module-1", R"({"state": "Ready"})", 400, "\"Ready\" is not one of not_configured"},
@@ -90,9 +88,7 @@ TEST_F(Page, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
         {"POST", "/reset", "{}", 400, "body: there must be none"},
         {"POST", "/behaviours/all?first=yes", "{}", 400, "\"first\" must be a number"},
         {"POST", "/behaviours/all", manyBehaviours, 400, "at most 1000 behaviours"},
-        {"POST", "/scenarios/nothing", "", 404, "no scenario \"nothing\""},
         {"POST", "/scenarios/tls", "", 400, "start marksim with --tls"},
-        {"PUT", "/scenario", R"({"operators": 2, "sites": 9})", 400, "with --operators 2 --sites 9"},
     };
     stand.behave("site-1", R"({"status": 418})");
     for (const Order& order : orders) {

@@ -33,9 +33,10 @@ MarkSim::MarkSim(QJsonObject ready)
 {
 }
 
-QJsonObject MarkSim::startApart()
+QJsonObject MarkSim::startApart(const std::string& arguments)
 {
-    std::FILE* const stand = ::popen("exec '" MARKSIM_PATH "' --die-with-parent", "r");
+    const std::string command = "exec '" MARKSIM_PATH "' --die-with-parent " + arguments;
+    std::FILE* const stand = ::popen(command.c_str(), "r");
     std::array<char, 4096> line{};
     if (stand == nullptr || std::fgets(line.data(), int(line.size()), stand) == nullptr) {
         throw std::runtime_error("marksim does not start");

@@ -22,7 +22,7 @@ public:
     explicit MarkSim(QJsonObject ready);
     /// Starts one that ends with this process, and gives its ready line. Not by QProcess: its child shares
     /// memory with the process for a while, which ThreadSanitizer loses track over.
-    [[nodiscard]] static QJsonObject startApart();
+    [[nodiscard]] static QJsonObject startApart(const std::string& arguments = {});
     ~MarkSim();
     MarkSim(const MarkSim&) = delete;
     MarkSim& operator=(const MarkSim&) = delete;
