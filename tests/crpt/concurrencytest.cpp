@@ -136,7 +136,9 @@ TEST_F(ClientInSeveralThreads, ACheckThatFindsNoSiteLeftWhenItsTurnComesSearches
     info({says(500), listsAfter(seconds(9), {"s2"})});
     check("s2", {soldInTime()});
     EXPECT_EQ(request().errorKind(), ErrorKind::Unreachable);
-    EXPECT_EQ(second.get().status(), 200) << "4 s of 10 are spent, the search is off the budget";
+    EXPECT_EQ(second.get().status(), 200);
+    EXPECT_NEAR(double(http.take().back().left.count()), 6000, 100)
+        << "4 s of 10 are spent, the search is off the budget";
 }
 
 /// As if other checks took every site out of service that this one has found.
