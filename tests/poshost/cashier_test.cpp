@@ -263,17 +263,6 @@ TEST_F(HangupAtTerminal, ReopensTheLogWhileTheTerminalIsThereAndEndsTheTillWhenI
     EXPECT_EQ(m_process.exitCode(), 4) << "nobody reads the summary";
 }
 
-TEST(Hangup, EndsATillThatWritesNoLog)
-{
-    const MarkSim stand;
-    const SettingsFile settings(settingsFor(stand));
-    ChildProcess till(POSHOST_PATH, {"--config", settings.path(), "--log-level", "info", "cashier"},
-                      cleanEnvironment());
-    ASSERT_TRUE(till.waitForError("Добавлен хост"));
-    till.sendSignal(SIGHUP);
-    EXPECT_EQ(till.wait().exitStatus, 128 + SIGHUP);
-}
-
 INSTANTIATE_TEST_SUITE_P(Endings, AtTerminal,
                          testing::Values(Ending{"CtrlC", "\x03", 0, 130}, Ending{"Term", "", SIGTERM, 143},
                                          Ending{"CtrlD", "\x04", 0, 0}, Ending{"Quit", "quit\r", 0, 0}),
