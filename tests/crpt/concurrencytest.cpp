@@ -261,30 +261,29 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
     check("s1", {says(200, Ok), says(500), answers(cutOff()), says(401), answers(timedOut()), says(500)});
     check("s2", {says(200, Ok), says(500), says(500, {{"code", 5000}}), says(200, Ok), says(429)});
     std::atomic<int> checksLeft = 30;
-    const auto checkCodes = [&](int) {
+    const auto checkCodes = [&](size_t) {
         const MarkingCode code("A");
         const auto result = client->checkMarkingCodes("key", {code}, seconds(10), seconds(5));
         EXPECT_NE(result.passedCodes.contains(code), result.failedCodes.contains(code));
         --checksLeft;
     };
-    const std::function<void(int)> jobs[] = {
+    const std::function<void(size_t)> jobs[] = {
         checkCodes,
         checkCodes,
-        [&](int) { client->updateInfo(); },
-        [&](int round) {
+        [&](size_t) { client->updateInfo(); },
+        [&](size_t round) {
             client->addHost(QUrl("http://op" + QString::number(round % 4)), "nobody");
             client->addKey("key", QString::number(round % 64));
         },
-        [&](int) { EXPECT_FALSE(client->getHosts(CdnMethod::HealthCheck).isEmpty()); },
-        [&](int round) {
-            Singleton<ActivityNotifier>::instance()->sendEvent(
-                Event(std::array{10, 11, 172}[size_t(round) % 3]));
+        [&](size_t) { EXPECT_FALSE(client->getHosts(CdnMethod::HealthCheck).isEmpty()); },
+        [&](size_t round) {
+            Singleton<ActivityNotifier>::instance()->sendEvent(Event(std::array{10, 11, 172}[round % 3]));
             clock.advance(seconds(1));
         }};
     std::vector<std::jthread> threads;
     for (const auto& job : jobs) {
         threads.emplace_back([&] {
-            for (int round = 0; checksLeft > 0; ++round) {
+            for (size_t round = 0; checksLeft > 0; ++round) {
                 job(round);
             }
         });
