@@ -90,10 +90,10 @@ public:
     Q_INVOKABLE virtual CrptClient::UpdateInfoStatus updateInfo();
 
     /// POSTs `body` to the check method of the sites in turn until one of them gives a reply that is to be
-    /// taken. A failing site is out of service for 15 minutes; when none is left the list is fetched again.
-    /// Calls take turns, in order of arrival. `operationTimeout` is the budget of the wait and of all
-    /// attempts together, `requestTimeout` the limit of one attempt; milliseconds::max() means no limit. The
-    /// last reply, with its errorKind().
+    /// taken. A failing site is out of service until more than 15 minutes have passed or a new list has been
+    /// installed; when none is left the list is fetched again. Calls take turns, in order of arrival.
+    /// `operationTimeout` is the budget (see Failover), `requestTimeout` the limit of one attempt;
+    /// milliseconds::max() means no limit. The last reply, with its errorKind().
     virtual http::Response request(const QHash<QString, QString>& headers, const QJsonDocument& body,
                                    std::chrono::milliseconds operationTimeout,
                                    std::chrono::milliseconds requestTimeout);
@@ -154,7 +154,8 @@ private:
     void deliver(const Notices& notices) const;
 
     // Locks, in the order in which two may be held together: cdnMutex, keysMutex, hostsMutex, stateMutex.
-    // Only cdnMutex is held while a request is under way.
+    // Of these, only cdnMutex is held while a request is under way. It keeps failovers apart; the list itself
+    // is guarded by stateMutex.
     QSharedPointer<RestClient> restClient;  // guarded by stateMutex
 
     mutable QMutex hostsMutex;         // guards hosts

@@ -13,7 +13,7 @@ struct AttemptOutcome
     RequestStatus reply = RequestStatus::Ok;
     bool isCausedHere = false;    ///< a failure that is not the site's: a header that cannot be sent, a
                                   ///< reply over our limit, a cancelled exchange
-    bool hasReplyBegun = false;   ///< the site has sent a status, whatever became of the rest
+    bool hasReplyBegun = false;   ///< the site has sent a status: of those, only with a reply over our limit
     bool isRetrySpent = false;    ///< the cross-border retry of this call
     bool isBudgetSpent = false;   ///< the time for all attempts together
     bool hasAnotherSite = false;  ///< one that may be asked, besides this one
@@ -45,6 +45,9 @@ inline constexpr std::chrono::minutes quarantinePeriod{15};
 /// What counts into the budget: the wait for another call's turn (its list updates included), every attempt,
 /// and list updates between attempts. What does not: a search for sites before the turn has come, whoever
 /// makes it. Once such searches have taken as long as one list update may take, there is no further one.
+///
+/// When the list is fetched: before the turn whenever no site is available, unless updateInfoInterval holds
+/// the search back; in the turn when the last site has failed, unless an update of this call has finished.
 class Failover
 {
 public:

@@ -37,8 +37,9 @@ enum class LmchzStatus : int {
 /// Every request goes to the current module, the one that the last successful getStatus() selected, and has
 /// an HTTP client of its own. The settings are read once, at construction.
 ///
-/// A reply counts when its HTTP status is 200 and it is complete or at least holds a readable JSON object; a
-/// 200 that was cut off before that is no answer.
+/// The reply to a check, an initialisation or a grey list counts when its HTTP status is 200 and it is
+/// complete or at least holds a readable JSON object; a 200 that was cut off before that is no answer. For
+/// that to a status see getStatus().
 ///
 /// Threads: any. One exchange at a time, in order of arrival: every operation waits for those that came
 /// before, each of which takes at most a few time-outs. takeTurn() makes one exchange of several calls.

@@ -97,7 +97,8 @@ private:
                                                        const control::args::marking::Verify& arguments) const;
     [[nodiscard]] QSharedPointer<LmchzClient> localModule() const;
 
-    // Guards the lmchzClient pointer: init() sets it while triggers may run already.
+    // Guards the lmchzClient pointer: init() sets it while triggers may run already. May be taken in a turn
+    // of the module's client, and is held for moments only.
     mutable std::mutex lmchzMutex;
     bool isRegistered = false;                 // with the host, by init()
     std::atomic<bool> isUpdateQueued = false;  // in the client's thread: one that has not begun is enough

@@ -24,7 +24,9 @@
 class ORVEX_EXPORT CheckMarkingCodesResult : public CheckMarkingCodesReply
 {
 public:
-    /// Why a code failed. The numbers are fixed: hosts compare against them.
+    /// Why a code failed. The numbers are fixed: hosts compare against them. A code passes when no flag but
+    /// NotTracking is set and the reply has no "message" for it. Where "isCheckedOffline" is true only
+    /// "isBlocked" is read of the fields below.
     enum EStatus : quint32 {
         NotInReply = 0x0001,             ///< the reply was taken as it is, but does not mention the code
         Unreachable = 0x0002,            ///< no site could be reached because of network faults

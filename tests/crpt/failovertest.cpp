@@ -110,7 +110,7 @@ TEST_F(FailoverTest, AsksTheFirstMiddleAndLastSiteInOrderThenFetchesTheListOnce)
     EXPECT_EQ(asked(), QStringList({"op1", "s2", "s4", "s2", "s4"}));
 }
 
-TEST_F(FailoverTest, DoesNotFetchTheListASecondTimeInOneCall)
+TEST_F(FailoverTest, DoesNotFetchTheListASecondTimeInItsTurn)
 {
     startWithSites({});
     relist({"s1"});

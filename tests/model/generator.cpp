@@ -45,7 +45,7 @@ const std::vector<Choice>& choicesOf(Step::Kind kind)
                                               upTo(5, {0, 0, 0}),
                                               seldom(15, {1, 2, 3, 4})};
     static const std::array<std::vector<Choice>, Step::KindCount> choices = {{
-        {upTo(HostCount - 1, {}), {0, 0, 0, 0, 0, 0, 0, 0, 1, 2}},
+        {upTo(hostCount - 1, {}), {0, 0, 0, 0, 0, 0, 0, 0, 1, 2}},
         {upTo(2, {}), {0, 0, 0, 0, 0, 0, 0, 0, 1, 2}},
         {upTo(3, {})},
         {},
@@ -70,7 +70,7 @@ rc::Gen<T> ofAnySize(rc::Gen<T> gen, int size = rc::kNominalSize)
     return rc::gen::resize(size, std::move(gen));
 }
 
-constexpr int DrawnBits = 20;
+constexpr int drawnBits = 20;
 /// A number for each of a step's, one for its content and one for rare content.
 using Drawn = std::array<int, std::tuple_size_v<decltype(Step::n)> + 2>;
 
@@ -79,13 +79,13 @@ Step stepFrom(Step::Kind kind, bool isGood, const Drawn& drawn)
     Step step{kind, {}};
     const std::vector<Choice>& choices = choicesOf(kind);
     for (size_t i = 0; i < choices.size() && !(isGood && i >= Step::Status); ++i) {
-        step.n[i] = choices[i][size_t(drawn[i]) * choices[i].size() >> DrawnBits];
+        step.n[i] = choices[i][size_t(drawn[i]) * choices[i].size() >> drawnBits];
     }
     const auto [content, rare] = std::pair(drawn[step.n.size()], drawn[step.n.size() + 1]);
     if (kind == Step::ListReply || kind == Step::CheckReply) {
-        step.n[Step::Content] |= content >> (DrawnBits - 12);
+        step.n[Step::Content] |= content >> (drawnBits - 12);
     }
-    if (kind == Step::ListReply && (rare * 300LL) >> DrawnBits == 299) {
+    if (kind == Step::ListReply && (rare * 300LL) >> drawnBits == 299) {
         step.n[Step::Content] |= Step::Many;
     }
     return step;
@@ -93,7 +93,7 @@ Step stepFrom(Step::Kind kind, bool isGood, const Drawn& drawn)
 
 rc::Gen<Step> stepOf(Step::Kind kind, bool isGood = false)
 {
-    auto drawn = ofAnySize(rc::gen::container<Drawn>(rc::gen::inRange(0, 1 << DrawnBits)));
+    auto drawn = ofAnySize(rc::gen::container<Drawn>(rc::gen::inRange(0, 1 << drawnBits)));
     return rc::gen::map(std::move(drawn),
                         [=](const Drawn& numbers) { return stepFrom(kind, isGood, numbers); });
 }

@@ -17,9 +17,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr unsigned SecondsForOne = 10;         ///< of real time: whatever takes longer hangs
-constexpr std::uint64_t FewestForAll = 50000;  ///< in so many runs everything that can happen happens
-constexpr size_t Kinds = 71;                   ///< how many things can happen
+constexpr unsigned secondsForOne = 10;         ///< of real time: whatever takes longer hangs
+constexpr std::uint64_t fewestForAll = 50000;  ///< in so many runs everything that can happen happens
+constexpr size_t allKinds = 71;                ///< how many things can happen
 
 struct Options
 {
@@ -46,7 +46,7 @@ QString tail(const char* side, const Trace& trace, size_t same)
 /// Runs one schedule; what is wrong, empty when nothing is.
 QString disagreement(const Schedule& schedule, RealSide& side, Tally& tally)
 {
-    alarm(SecondsForOne);
+    alarm(secondsForOne);
     World imagined(schedule);
     World actual(schedule);
     Rules rules(imagined, tally.coverage);
@@ -97,9 +97,9 @@ bool sumUp(const Options& options, const Tally& tally, qint64 milliseconds)
         kinds += times > 0;
     }
     std::cout << "seed " << options.seed << ": " << options.runs << " runs, " << tally.checks << " checks, "
-              << tally.requests << " requests, " << kinds << " of " << Kinds << " kinds of events, "
+              << tally.requests << " requests, " << kinds << " of " << allKinds << " kinds of events, "
               << std::fixed << std::setprecision(1) << double(milliseconds) / 1000 << " s, no difference\n";
-    return kinds == Kinds || options.runs < FewestForAll;
+    return kinds == allKinds || options.runs < fewestForAll;
 }
 
 int run(const Options& options)

@@ -56,9 +56,9 @@ private:
 
 RealSide::RealSide()
 {
-    for (int i = 0; i < Addresses.size() * 3; ++i) {
+    for (int i = 0; i < addresses.size() * 3; ++i) {
         static const QStringList paths = {u"/cdn/info"_s, u"/cdn/health/check"_s, u"/codes/check"_s};
-        m_methods.insert(QUrl(Bases[i / 3] + u"/api/v4/true-api"_s + paths[i % 3]), i);
+        m_methods.insert(QUrl(bases[i / 3] + u"/api/v4/true-api"_s + paths[i % 3]), i);
     }
     MockFactory<CurrentTime>::mocked = this;
     MockFactory<RestClient>::mocked = this;
@@ -112,11 +112,11 @@ void RealSide::end()
 void RealSide::perform(const Step& step)
 {
     if (step.kind == Step::AddHost) {
-        m_client->addHost(QUrl(Addresses[step.n[0]]), Owners[step.n[1]]);
+        m_client->addHost(QUrl(addresses[step.n[0]]), owners[step.n[1]]);
     } else if (step.kind == Step::AddKey) {
-        m_client->addKey(u"key-%1"_s.arg(step.n[0]), Owners[step.n[1]]);
+        m_client->addKey(u"key-%1"_s.arg(step.n[0]), owners[step.n[1]]);
     } else if (step.kind == Step::HostEvent) {
-        Singleton<ActivityNotifier>::instance()->sendEvent(Event(HostEvents[size_t(step.n[0])]));
+        Singleton<ActivityNotifier>::instance()->sendEvent(Event(hostEvents[size_t(step.n[0])]));
     } else if (step.kind == Step::Update) {
         m_world->record("updated", {int(m_client->CrptClient::updateInfo())});
     } else if (step.kind == Step::Check) {
@@ -138,8 +138,8 @@ void RealSide::check(const Step& step)
     QList<MarkingCode> requested;
     QJsonArray texts;
     for (const int code : codesOf(step)) {
-        requested.append(MarkingCode(CodeTexts[code]));
-        texts.append(CodeTexts[code]);
+        requested.append(MarkingCode(codeTexts[code]));
+        texts.append(codeTexts[code]);
     }
     const QString key = u"check-%1"_s.arg(step.n[Step::Key]);
     const milliseconds budget(givenLimit(step, Step::Budget));

@@ -12,9 +12,9 @@
 /// How often each thing that can happen has happened, so that a run can show that nothing was left out.
 using Coverage = std::map<std::string, std::uint64_t>;
 
-inline constexpr qint64 Forever = std::numeric_limits<qint64>::max();
-inline constexpr qint64 UpdateSeconds = 60;
-inline const QString TokenNotice =
+inline constexpr qint64 forever = std::numeric_limits<qint64>::max();
+inline constexpr qint64 updateSeconds = 60;
+inline const QString tokenNotice =
     QStringLiteral("Crpt|crptIncorrectTokenErrorNotification|"
                    "Честный знак: ошибка токена. Чеки будут сформированы некорректно");
 
@@ -76,27 +76,27 @@ private:
     template <class... Values>
     void log(Level level, const char* text, const Values&... values)
     {
-        ++coverage[text];
+        ++m_coverage[text];
         const QString message = QString::fromUtf8(text);
         if constexpr (sizeof...(values) == 0) {
-            world.record("log", {level}, message);
+            m_world.record("log", {level}, message);
         } else {
-            world.record("log", {level}, message.arg(toText(values)...));
+            m_world.record("log", {level}, message.arg(toText(values)...));
         }
     }
 
-    World& world;
-    Coverage& coverage;
-    std::map<int, QString> hosts;
-    std::vector<std::pair<QString, QString>> keys;  // owner and key, newest first
-    std::map<int, bool> incorrectToken;
-    std::map<int, const Step*> requestStates;
-    Sites sites;
-    Sites everMeasured;
-    bool updateSucceeded = true;
-    std::optional<qint64> updateEnd;  ///< of the update that runs: no request begins then or later
-    bool inTurn = false;
-    QStringList pending;  ///< notices, for the end of the turn
-    bool clientMade = true;
-    qint64 lastRefresh = 0;
+    World& m_world;
+    Coverage& m_coverage;
+    std::map<int, QString> m_hosts;
+    std::vector<std::pair<QString, QString>> m_keys;  // owner and key, newest first
+    std::map<int, bool> m_incorrectToken;
+    std::map<int, const Step*> m_requestStates;
+    Sites m_sites;
+    Sites m_everMeasured;
+    bool m_updateSucceeded = true;
+    std::optional<qint64> m_updateEnd;  ///< of the update that runs: no request begins then or later
+    bool m_inTurn = false;
+    QStringList m_pending;  ///< notices, for the end of the turn
+    bool m_clientMade = true;
+    qint64 m_lastRefresh = 0;
 };

@@ -14,7 +14,7 @@ using namespace std::string_view_literals;
 
 bool Rules::isAvailable(const Site& site) const
 {
-    return site.available || site.until < world.wall();
+    return site.available || site.until < m_world.wall();
 }
 
 bool Rules::hasAvailable(const Sites& among, const std::shared_ptr<Site>& besides) const
@@ -25,8 +25,8 @@ bool Rules::hasAvailable(const Sites& among, const std::shared_ptr<Site>& beside
 
 int Rules::kindWithoutSites() const
 {
-    return !updateSucceeded || std::any_of(sites.begin(), sites.end(),
-                                           [](const auto& site) { return site->networkError; })
+    return !m_updateSucceeded || std::any_of(m_sites.begin(), m_sites.end(),
+                                             [](const auto& site) { return site->networkError; })
                ? 2
                : 1;
 }
@@ -34,21 +34,21 @@ int Rules::kindWithoutSites() const
 void Rules::search(int& status)
 {
     log(Warn, "Нет доступных площадок, пытаемся обновить список площадок");
-    coverage["site found without an update"] += hasAvailable(sites);
+    m_coverage["site found without an update"] += hasAvailable(m_sites);
     constexpr qint64 maxWait = 60'000'000'000;
-    const qint64 begin = world.monotonic();
-    while (!hasAvailable(sites)) {
+    const qint64 begin = m_world.monotonic();
+    while (!hasAvailable(m_sites)) {
         status = updateInfo();
         if (status != 2) {
             return;
         }
-        if (world.monotonic() - begin >= maxWait) {
-            ++coverage["wait for somebody else's update given up"];
+        if (m_world.monotonic() - begin >= maxWait) {
+            ++m_coverage["wait for somebody else's update given up"];
             return;
         }
-        world.pause(100);
-        if (world.trace.back().what != "pause"sv) {
-            ++coverage["somebody else's update ends"];
+        m_world.pause(100);
+        if (m_world.trace.back().what != "pause"sv) {
+            ++m_coverage["somebody else's update ends"];
         }
     }
 }
@@ -56,23 +56,24 @@ void Rules::search(int& status)
 Rules::Answer Rules::request(const Step& check)
 {
     int status = 0;
-    if (hasAvailable(sites)) {
+    if (hasAvailable(m_sites)) {
         return failover(check, status);
     }
-    const qint64 interval = world.setting(0) * 1'000'000'000LL;
-    if (interval > 0 && world.monotonic() - lastRefresh < interval) {
-        ++coverage["search held back"];
+    const qint64 interval = m_world.setting(0) * 1'000'000'000LL;
+    if (interval > 0 && m_world.monotonic() - m_lastRefresh < interval) {
+        ++m_coverage["search held back"];
         return {.kind = kindWithoutSites(), .reply = nullptr, .url = {}};
     }
     search(status);
-    if (hasAvailable(sites)) {
+    if (hasAvailable(m_sites)) {
         return failover(check, status);
     }
     Answer answer;
-    if (!requestStates.empty()) {
-        ++coverage["kept reply returned"];
-        answer = {0, requestStates.begin()->second, urlOf(requestStates.begin()->first, World::Info), true};
-        lastRefresh = world.monotonic();
+    if (!m_requestStates.empty()) {
+        ++m_coverage["kept reply returned"];
+        answer = {0, m_requestStates.begin()->second, urlOf(m_requestStates.begin()->first, World::Info),
+                  true};
+        m_lastRefresh = m_world.monotonic();
     }
     log(Warn, "Нет доступных площадок после обновления списка");
     answer.kind = kindWithoutSites();
@@ -81,9 +82,9 @@ Rules::Answer Rules::request(const Step& check)
 
 Rules::Answer Rules::failover(const Step& check, int status)
 {
-    inTurn = true;
+    m_inTurn = true;
     const std::optional<qint64> budget = limitInForce(check, Step::Budget);
-    const qint64 total = budget ? world.monotonic() + *budget * 1'000'000 : Forever;
+    const qint64 total = budget ? m_world.monotonic() + *budget * 1'000'000 : forever;
     bool crossBorderBefore = false;
     Answer answer;
     const auto permitted = [&](const char* why, const auto&... values) {
@@ -91,7 +92,7 @@ Rules::Answer Rules::failover(const Step& check, int status)
         answer.kind = 1;
         return answer;
     };
-    Sites mine = sites;
+    Sites mine = m_sites;
     for (size_t i = 0; i < mine.size();) {
         const std::shared_ptr<Site> kept = mine[i];
         Site& site = *kept;
@@ -99,13 +100,13 @@ Rules::Answer Rules::failover(const Step& check, int status)
             ++i;
             continue;
         }
-        ++coverage[site.available ? "site in service" : "quarantine over"];
+        ++m_coverage[site.available ? "site in service" : "quarantine over"];
         site.available = true;
         site.networkError = false;
         answer = post(check, site, total);
         const Reply reply(*answer.reply);
         const Class result = classOf(reply);
-        ++coverage[std::string("check: ") + Classes[result]];
+        ++m_coverage[std::string("check: ") + classes[result]];
 
         switch (result) {
         case Ok:
@@ -121,23 +122,23 @@ Rules::Answer Rules::failover(const Step& check, int status)
             return permitted("В ГИС МТ введена аварийная ситуация, запрет на продажу отключен");
         case Refused:
             log(Error, "Ошибка авторизации");
-            notify(TokenNotice);
+            notify(tokenNotice);
             return answer;
         case ProtocolError:
             log(Error, "Ошибка протокола");
             return answer;
         case Timeout:
-            if (total != Forever && world.monotonic() >= total) {
+            if (total != forever && m_world.monotonic() >= total) {
                 return permitted("Суммарное время ожидания ответа от сервера превысило %1 мсек.", *budget);
             }
             break;
         case NetworkError:
             if (reply.causedHere && (reply.status == 0 || !hasAvailable(mine, kept))) {
-                ++coverage["failure caused here"];
+                ++m_coverage["failure caused here"];
                 return answer;
             }
             if (reply.causedHere) {
-                ++coverage["reply over our limit"];
+                ++m_coverage["reply over our limit"];
                 ++i;
                 continue;
             }
@@ -146,8 +147,8 @@ Rules::Answer Rules::failover(const Step& check, int status)
             break;
         }
 
-        site = {site.address, site.time, false, world.wall() + 900'000, result == NetworkError};
-        log(Info, "Площадка %1 помечена как недоступная на 15 минут", Addresses[site.address]);
+        site = {site.address, site.time, false, m_world.wall() + 900'000, result == NetworkError};
+        log(Info, "Площадка %1 помечена как недоступная на 15 минут", addresses[site.address]);
         log(Info, "Переключение на следующую CDN-площадку");
         if (hasAvailable(mine)) {
             ++i;
@@ -161,34 +162,34 @@ Rules::Answer Rules::failover(const Step& check, int status)
         if (status != 3) {
             search(status);
         }
-        if (!hasAvailable(sites)) {
+        if (!hasAvailable(m_sites)) {
             log(Warn, "Нет доступных площадок после обновления списка");
             answer.kind = kindWithoutSites();
             return answer;
         }
-        ++coverage["failover begins anew"];
-        mine = sites;
+        ++m_coverage["failover begins anew"];
+        mine = m_sites;
         i = 0;
     }
-    ++coverage["past the last site"];
+    ++m_coverage["past the last site"];
     return answer;
 }
 
 Rules::Answer Rules::post(const Step& check, const Site& site, qint64 total)
 {
     const std::optional<qint64> limit = limitInForce(check, Step::Limit);
-    const qint64 own = limit ? world.monotonic() + *limit * 1'000'000 : Forever;
-    ++coverage[own == Forever && total == Forever ? "no limit"
-               : total < own                      ? "cut by the budget"
-                                                  : "within the budget"];
+    const qint64 own = limit ? m_world.monotonic() + *limit * 1'000'000 : forever;
+    ++m_coverage[own == forever && total == forever ? "no limit"
+                 : total < own                      ? "cut by the budget"
+                                                    : "within the budget"];
     QJsonArray codes;
     for (const int code : codesOf(check)) {
-        codes.append(CodeTexts[code]);
+        codes.append(codeTexts[code]);
     }
     const QByteArray body = QJsonDocument(QJsonObject{{u"codes"_s, codes}}).toJson(QJsonDocument::Compact);
     const QString key = u"check-%1"_s.arg(check.n[Step::Key]);
-    const Sites before = sites;
+    const Sites before = m_sites;
     const Step& reply = ask(World::CodesCheck, site.address, key, std::min(own, total), body);
-    coverage["list replaced during an attempt"] += sites != before;
+    m_coverage["list replaced during an attempt"] += m_sites != before;
     return {0, &reply, urlOf(site.address, World::CodesCheck)};
 }

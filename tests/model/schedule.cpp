@@ -17,18 +17,18 @@ QStringList manyMore(QStringList addresses)
 }
 }  // namespace
 
-const QStringList Addresses =
+const QStringList addresses =
     manyMore(u"http://d.test:8080 https://a.test https://b.test/ https://c.test/x// "
              "https://s1.test http://s2.test:81/ https://s3.test/a/b https://s4.test/a%2Fb%25/ "
              "https://s5.test// s6.test"_s.split(u' '));
-const QStringList Bases =
+const QStringList bases =
     manyMore(u"http://d.test:8080 https://a.test https://b.test https://c.test/x/ "
              "https://s1.test http://s2.test:81 https://s3.test/a/b https://s4.test/a/b%25 "
              "https://s5.test/ s6.test"_s.split(u' '));
-const QStringList Owners = {u"A"_s, u"B"_s, QString()};
-const QStringList CodeTexts = {u"0104600000000017215abc\u001d93Zz9="_s, u"RU-401301-AAA7277031"_s,
+const QStringList owners = {u"A"_s, u"B"_s, QString()};
+const QStringList codeTexts = {u"0104600000000017215abc\u001d93Zz9="_s, u"RU-401301-AAA7277031"_s,
                                u"00000046198488X?io+qCABm8"_s};
-const QStringList ReadableCodes = {u"0104600000000017215abc<GS>93Zz9="_s, CodeTexts[1], CodeTexts[2]};
+const QStringList readableCodes = {u"0104600000000017215abc<GS>93Zz9="_s, codeTexts[1], codeTexts[2]};
 
 namespace {
 
@@ -37,24 +37,24 @@ struct Field
     const char* json;  // null: the member is missing
     std::optional<int> integer;
 };
-const std::vector<Field> CodeFields = {{"0", 0},         {nullptr, {}}, {"5000", 5000},    {"1", 1},
+const std::vector<Field> codeFields = {{"0", 0},         {nullptr, {}}, {"5000", 5000},    {"1", 1},
                                        {"\"5000\"", {}}, {"\"0\"", {}}, {"null", {}},      {"5000.5", {}},
                                        {"-1", -1},       {"5e3", 5000}, {"4294972296", {}}};
-const std::vector<const char*> Descriptions = {"\"ok\"", nullptr, "\"OK\"", "\"ok \"", "7", "null"};
-const std::vector<int> Statuses = {200, 0,   203, 401, 403, 404, 429, 500, 503, 400, 402, 405,
+const std::vector<const char*> descriptions = {"\"ok\"", nullptr, "\"OK\"", "\"ok \"", "7", "null"};
+const std::vector<int> statuses = {200, 0,   203, 401, 403, 404, 429, 500, 503, 400, 402, 405,
                                    428, 430, 499, 599, 600, 201, 204, 302, 399, 100, 502};
-constexpr qint64 Countless = std::numeric_limits<qint64>::max() / 1'000'000;
-const std::vector<qint64> Limits = {2000, 0,        1999,          2001,
+constexpr qint64 countless = std::numeric_limits<qint64>::max() / 1'000'000;
+const std::vector<qint64> limits = {2000, 0,        1999,          2001,
                                     2500, 5000,     30000,         120000,
-                                    -5,   -3600000, Countless + 1, std::numeric_limits<qint64>::max()};
+                                    -5,   -3600000, countless + 1, std::numeric_limits<qint64>::max()};
 enum Forms { Object, Empty, Wrapped, Cut, Text };
-constexpr int SiteCount = 6;
+constexpr int siteCount = 6;
 
 /// What a digit of a list stands for: nothing, a site or an element without one.
-const std::vector<QByteArray> OddElements = {R"({"host":""})", "{}", R"({"host":7})", R"("s")", "null"};
+const std::vector<QByteArray> oddElements = {R"({"host":""})", "{}", R"({"host":7})", R"("s")", "null"};
 int siteOf(int digit)
 {
-    return digit > 0 && digit <= 10 ? HostCount + (digit - 1) % SiteCount : 0;
+    return digit > 0 && digit <= 10 ? hostCount + (digit - 1) % siteCount : 0;
 }
 /// What a digit of a check's reply stands for: nothing or a verdict.
 std::optional<Reply::Verdict> verdictOf(int digit)
@@ -68,19 +68,19 @@ QByteArray contentOf(const Step& reply)
 {
     QByteArrayList elements;
     if (reply.kind == Step::ListReply && (reply.n[Step::Content] & Step::Many) != 0) {
-        for (const QString& address : Addresses.mid(HostCount + SiteCount)) {
+        for (const QString& address : addresses.mid(hostCount + siteCount)) {
             elements += "{\"host\":\"" + address.toUtf8() + "\"}";
         }
     }
     for (int digits = reply.n[Step::Content] & Step::Digits, i = 0; digits > 0; digits >>= 4, ++i) {
         const int digit = digits & 15;
         if (const int site = siteOf(digit); reply.kind == Step::ListReply && digit > 0) {
-            elements += site > 0 ? "{\"host\":\"" + Addresses[site].toUtf8() + "\"}"
-                                 : OddElements[size_t(digit - 11)];
+            elements += site > 0 ? "{\"host\":\"" + addresses[site].toUtf8() + "\"}"
+                                 : oddElements[size_t(digit - 11)];
         } else if (const auto verdict = verdictOf(digit); reply.kind == Step::CheckReply && verdict) {
             static const QByteArray facts[] = {"}", "}", R"(,"sold":true,"errorCode":7})",
                                                R"(,"message":"no"})"};
-            const QByteArray cis = CodeTexts[i].toUtf8().replace('\x1d', "\\u001d");
+            const QByteArray cis = codeTexts[i].toUtf8().replace('\x1d', "\\u001d");
             const QByteArray entry = "{\"cis\":\"" + cis + '"' + facts[*verdict];
             elements += *verdict == Reply::PassesTwice ? entry + ',' + entry : entry;
         }
@@ -96,8 +96,8 @@ QByteArray bodyOf(const Step& reply)
             members += QByteArray("\"") + name + "\":" + json;
         }
     };
-    add("code", CodeFields[size_t(reply.n[Step::Code])].json);
-    add("description", Descriptions[size_t(reply.n[Step::Description])]);
+    add("code", codeFields[size_t(reply.n[Step::Code])].json);
+    add("description", descriptions[size_t(reply.n[Step::Description])]);
     if (const int content = reply.n[Step::Content];
         (content & ~Step::Many) < Step::MemberMissing && reply.kind != Step::ProbeReply) {
         add(reply.kind == Step::ListReply ? "hosts" : "codes", contentOf(reply));
@@ -131,7 +131,7 @@ QString Step::toText() const
         text += u' ' + QString::number(number);
     }
     return kind >= ListReply && kind <= CheckReply
-               ? text + u"  HTTP %1 "_s.arg(Statuses[size_t(n[Status])]) + QString::fromUtf8(bodyOf(*this))
+               ? text + u"  HTTP %1 "_s.arg(statuses[size_t(n[Status])]) + QString::fromUtf8(bodyOf(*this))
                : text;
 }
 
@@ -153,31 +153,31 @@ std::vector<int> codesOf(const Step& check)
 
 qint64 givenLimit(const Step& check, Step::CheckNumber which)
 {
-    return Limits[size_t(check.n[which])];
+    return limits[size_t(check.n[which])];
 }
 
 std::optional<qint64> limitInForce(const Step& check, Step::CheckNumber which)
 {
     const qint64 given = givenLimit(check, which);
-    if (given > Countless) {
+    if (given > countless) {
         return std::nullopt;
     }
     return check.n[Step::Direct] == 0 ? std::max<qint64>(given, 2000) : given;
 }
 
 Reply::Reply(const Step& step)
-    : status(Statuses[size_t(step.n[Step::Status])])
+    : status(statuses[size_t(step.n[Step::Status])])
     , timeout(step.n[Step::Failure] == 1)
     , networkError(step.n[Step::Failure] >= 2)
     , causedHere(step.n[Step::Failure] == 3)
-    , hasCode(step.n[Step::Form] == Object && CodeFields[size_t(step.n[Step::Code])].json != nullptr)
-    , code(hasCode ? CodeFields[size_t(step.n[Step::Code])].integer : std::nullopt)
+    , hasCode(step.n[Step::Form] == Object && codeFields[size_t(step.n[Step::Code])].json != nullptr)
+    , code(hasCode ? codeFields[size_t(step.n[Step::Code])].integer : std::nullopt)
     , describedOk(step.n[Step::Form] == Object && step.n[Step::Description] == 0)
 {
     const int content = step.n[Step::Content];
     const bool isRead = step.n[Step::Form] == Object && (content & ~Step::Many) < Step::MemberMissing;
     if (isRead && step.kind == Step::ListReply && (content & Step::Many) != 0) {
-        for (int i = HostCount + SiteCount; i < Addresses.size(); ++i) {
+        for (int i = hostCount + siteCount; i < addresses.size(); ++i) {
             listed.push_back(i);
         }
     }

@@ -68,14 +68,14 @@ void showValue(const Step& step, std::ostream& stream);
 
 /// The operator's hosts in URL order, then the sites and those that make a list long, as the operator or the
 /// till gives them; and what the URLs of their methods begin with.
-extern const QStringList Addresses;
-extern const QStringList Bases;
-inline constexpr int HostCount = 4;
-inline constexpr std::array HostEvents = {172, 11, 10, 96};
-extern const QStringList Owners;
+extern const QStringList addresses;
+extern const QStringList bases;
+inline constexpr int hostCount = 4;
+inline constexpr std::array hostEvents = {172, 11, 10, 96};
+extern const QStringList owners;
 /// The codes that are checked, as sent and as logged.
-extern const QStringList CodeTexts;
-extern const QStringList ReadableCodes;
+extern const QStringList codeTexts;
+extern const QStringList readableCodes;
 
 /// Indices of the codes of a check, in order.
 [[nodiscard]] std::vector<int> codesOf(const Step& check);

@@ -5,10 +5,10 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-constexpr int TooManyPauses = 100;
-constexpr int TooManyRequests = 20000;
-constexpr qint64 NanosecondsPerHour = 3'600'000'000'000;
-constexpr qint64 SomeDay = 1'767'355'200'000;  // 2026-01-02T12:00Z
+constexpr int tooManyPauses = 100;
+constexpr int tooManyRequests = 20000;
+constexpr qint64 nanosecondsPerHour = 3'600'000'000'000;
+constexpr qint64 someDay = 1'767'355'200'000;  // 2026-01-02T12:00Z
 }  // namespace
 
 QString Entry::toText() const
@@ -26,8 +26,8 @@ World::World(const Schedule& schedule)
     for (const Step& step : schedule) {
         m_settings = step.kind == Step::Setting ? step.n : m_settings;
     }
-    m_monotonic = m_settings[3] * NanosecondsPerHour + 123'456;
-    m_wallStart = SomeDay - m_monotonic / 1'000'000;
+    m_monotonic = m_settings[3] * nanosecondsPerHour + 123'456;
+    m_wallStart = someDay - m_monotonic / 1'000'000;
 }
 
 void World::pass(qint64 milliseconds, int wallStepSeconds)
@@ -55,7 +55,7 @@ const Step& World::next(Step::Kind kind)
 
 const Step& World::answer(Method method, std::optional<qint64> limit)
 {
-    if (++requests > TooManyRequests) {
+    if (++requests > tooManyRequests) {
         throw Runaway("requests without end");
     }
     const Step& reply = next(Step::Kind(Step::ListReply + int(method)));
@@ -87,7 +87,7 @@ const Step& World::updateCall()
 void World::pause(qint64 milliseconds)
 {
     record("pause", {milliseconds});
-    if (++m_pauses > TooManyPauses) {
+    if (++m_pauses > tooManyPauses) {
         throw Runaway("pauses without end");
     }
     pass(milliseconds);

@@ -8,7 +8,7 @@ enum class ErrorKind : int {
     None = 0,
     /// The other side is out of order in a way that permits the sale without its verdict.
     SalePermitted = 1,
-    /// No site could be reached because of network faults.
+    /// No site could be reached because of network faults, or the last update of the site list failed.
     Unreachable = 2,
     /// The site list could not be fetched because no token for it is set.
     NoToken = 3,
