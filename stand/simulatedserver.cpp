@@ -92,6 +92,12 @@ void SimulatedServer::serve(Request request, const ConnectionInfo& connection,
     }
     if (const auto address = proxyOf(behaviour, m_behaviours, method); !address.empty()) {
         const auto id = enter(request);
+        if (isPassedOn(request)) {
+            return finish(
+                id,
+                Answer::refusal(
+                    508, u"proxy: the request has been passed on before, and may go round in a circle"_s));
+        }
         const auto target = targetBehindPrefix(request);
         return passOn(m_executor, address, target, std::move(request),
                       [finish, id](Answer given) { finish(id, std::move(given)); });

@@ -30,6 +30,7 @@ using Response = http::response<http::string_body>;
 
 constexpr auto timeout = std::chrono::seconds(30);
 constexpr std::uint64_t maxReplyBytes = 64UL * 1024 * 1024;
+constexpr auto passedOnMark = "X-Marksim-Passed-On";
 
 /// What concerns one connection alone, and what the faults could not be put into: a compressed body.
 constexpr std::array ownHeaders = {
@@ -92,6 +93,7 @@ Request prepared(const boost::urls::url& url, const std::string& target, Request
     path.erase(path.find_last_not_of('/') + 1);
     request.target(path + target);
     request.set(http::field::host, std::string(url.encoded_host_and_port()));
+    request.set(passedOnMark, "1");
     request.keep_alive(false);
     request.prepare_payload();
     return request;
@@ -118,6 +120,8 @@ asio::awaitable<Answer> answerOf(boost::urls::url url, Request request)
     std::string reason;
     try {
         co_return toAnswer(co_await ask(url, std::move(request)));
+    } catch (const boost::system::system_error& error) {
+        reason = error.code().message();  // what() would name Boost's source, too
     } catch (const std::exception& error) {
         reason = error.what();
     }
@@ -134,6 +138,11 @@ asio::awaitable<Answer> answerInTime(boost::urls::url url, Request request)
 }
 
 }  // namespace
+
+bool isPassedOn(const Request& request)
+{
+    return request.count(passedOnMark) != 0;
+}
 
 bool isServerAddress(const std::string& address)
 {
