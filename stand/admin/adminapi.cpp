@@ -17,6 +17,13 @@ Answer problem(int status, const QString& text)
     return Answer::json(status, {{"error"_L1, text}});
 }
 
+Answer wrongVerb(const std::string& allowed)
+{
+    auto refusal = problem(405, u"the path does not take this method"_s);
+    refusal.setHeader("Allow", allowed);
+    return refusal;
+}
+
 /// What follows the path of a route in that of a request.
 QString nameBehind(const AdminRoute& route, const std::string& path)
 {
@@ -101,9 +108,9 @@ Answer AdminApi::answer(const Request& request) const
     }
     const auto target = targetOf(request);
     const std::string verb(request.method_string());
-    if (m_hasPage && verb == "GET" && target.query.empty()) {
+    if (m_hasPage && target.query.empty()) {
         if (auto file = pageFile(target.path)) {
-            return *file;
+            return verb == "GET" ? *file : wrongVerb("GET");
         }
     }
     std::string allowed;
@@ -115,20 +122,14 @@ Answer AdminApi::answer(const Request& request) const
             allowed.append(allowed.empty() ? "" : ", ").append(route.verb);
         }
     }
-    if (allowed.empty()) {
-        return problem(404, u"there is no such path"_s);
-    }
-    auto refusal = problem(405, u"the path does not take this method"_s);
-    refusal.setHeader("Allow", allowed);
-    return refusal;
+    return allowed.empty() ? problem(404, u"there is no such path"_s) : wrongVerb(allowed);
 }
 
 Answer AdminApi::call(const AdminRoute& route, const Request& request, const Target& target) const
 {
     try {
         checkForm(route, request, target);
-        return Answer::json(
-            200, route.handle({*this, m_stand, request, target.query, nameBehind(route, target.path)}));
+        return route.handle({*this, m_stand, request, target.query, nameBehind(route, target.path)});
     } catch (const NotFound& error) {
         return problem(404, QString::fromUtf8(error.what()));
     } catch (const InputError& error) {

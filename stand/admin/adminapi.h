@@ -27,8 +27,8 @@ struct AdminRoute
 {
     std::string_view verb;
     std::string_view path;
-    /// Gives what is answered with 200. Throws InputError (400) or NotFound (404), with nothing changed.
-    QJsonObject (*handle)(const AdminCall& call);
+    /// Gives the answer. Throws InputError (400) or NotFound (404), with nothing changed.
+    Answer (*handle)(const AdminCall& call);
     bool takesBody = false;
     std::vector<std::string_view> parameters = {};  ///< that it knows
 };

@@ -1,6 +1,7 @@
 // What the methods of the admin port do.
 
 #include "stand/admin/adminapi.h"
+#include "stand/admin/tillsettings.h"
 #include "stand/apis/checkreply.h"
 #include "stand/scenario/scenario.h"
 #include "stand/stand.h"
@@ -61,6 +62,17 @@ ModuleApi& module(const AdminCall& call)
         throw NotFound(u"there is no module \"%1\""_s.arg(call.name));
     }
     return *module;
+}
+
+QJsonObject state(const AdminCall& call)
+{
+    return call.admin.state();
+}
+
+Answer settingsOfTill(const AdminCall& call)
+{
+    const auto settings = tillSettings(call.stand.addresses());
+    return {200, {{"Content-Type", "text/plain;charset=UTF-8"}}, settings.toStdString()};
 }
 
 QJsonObject requests(const AdminCall& call)
@@ -190,6 +202,11 @@ QJsonObject removeGood(const AdminCall& call)
     return {};
 }
 
+QJsonObject oneModule(const AdminCall& call)
+{
+    return module(call).toJson();
+}
+
 QJsonObject setModule(const AdminCall& call)
 {
     auto& changed = module(call);
@@ -240,30 +257,37 @@ QJsonObject reset(const AdminCall& call)
     return {};
 }
 
+template <QJsonObject (*handle)(const AdminCall& call)>
+Answer inJson(const AdminCall& call)
+{
+    return Answer::json(200, handle(call));
+}
+
 }  // namespace
 
 const std::vector<AdminRoute>& adminRoutes()
 {
     constexpr bool takesBody = true;
     static const std::vector<AdminRoute> routes = {
-        {"GET", "/state", [](const AdminCall& call) { return call.admin.state(); }},
-        {"GET", "/requests", requests, false, {"since", "server", "last", "brief", "connections"}},
-        {"DELETE", "/requests", forgetRequests},
-        {"GET", "/requests/", oneRequest},
-        {"GET", "/behaviours/", behaviours},
-        {"PUT", "/behaviours/", setBehaviours, takesBody},
-        {"POST", "/behaviours/", addBehaviours, takesBody, {"first"}},
-        {"DELETE", "/behaviours/", removeBehaviours, takesBody},
-        {"GET", "/goods", goods},
-        {"GET", "/goods/", good},
-        {"PUT", "/goods/", setGood, takesBody},
-        {"DELETE", "/goods/", removeGood},
-        {"GET", "/modules/", [](const AdminCall& call) { return module(call).toJson(); }},
-        {"PUT", "/modules/", setModule, takesBody},
-        {"PUT", "/scenario", playScenario, takesBody},
-        {"GET", "/scenarios", scenarios},
-        {"POST", "/scenarios/", playShipped},
-        {"POST", "/reset", reset},
+        {"GET", "/state", inJson<state>},
+        {"GET", "/till.ini", settingsOfTill},
+        {"GET", "/requests", inJson<requests>, false, {"since", "server", "last", "brief", "connections"}},
+        {"DELETE", "/requests", inJson<forgetRequests>},
+        {"GET", "/requests/", inJson<oneRequest>},
+        {"GET", "/behaviours/", inJson<behaviours>},
+        {"PUT", "/behaviours/", inJson<setBehaviours>, takesBody},
+        {"POST", "/behaviours/", inJson<addBehaviours>, takesBody, {"first"}},
+        {"DELETE", "/behaviours/", inJson<removeBehaviours>, takesBody},
+        {"GET", "/goods", inJson<goods>},
+        {"GET", "/goods/", inJson<good>},
+        {"PUT", "/goods/", inJson<setGood>, takesBody},
+        {"DELETE", "/goods/", inJson<removeGood>},
+        {"GET", "/modules/", inJson<oneModule>},
+        {"PUT", "/modules/", inJson<setModule>, takesBody},
+        {"PUT", "/scenario", inJson<playScenario>, takesBody},
+        {"GET", "/scenarios", inJson<scenarios>},
+        {"POST", "/scenarios/", inJson<playShipped>},
+        {"POST", "/reset", inJson<reset>},
     };
     return routes;
 }

@@ -2,18 +2,17 @@
 
 export class Refusal extends Error {}
 
+const ask = (verb, path, body) => fetch(path, {method: verb, body, signal: AbortSignal.timeout(10000)});
+
 /** The reply's JSON. Throws Refusal with the stand's reason, TypeError when the stand is gone. */
 export async function call(verb, path, body) {
-  const reply = await fetch(path, {
-    method: verb,
-    body: body === undefined ? undefined : JSON.stringify(body),
-    signal: AbortSignal.timeout(10000),
-  });
+  const reply = await ask(verb, path, body === undefined ? undefined : JSON.stringify(body));
   const object = await reply.json();
   if (!reply.ok) throw new Refusal(object.error);
   return object;
 }
 
+export const getSettings = async () => (await ask('GET', '/till.ini')).text();
 export const getState = () => call('GET', '/state');
 export const getRequests = (query) => call('GET', `/requests?${new URLSearchParams(query)}`);
 export const getRequest = (seq) => call('GET', `/requests/${seq}`);

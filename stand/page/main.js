@@ -32,8 +32,9 @@ function lost(isLost) {
 async function refresh() {
   clearTimeout(timer);
   try {
-    const [newState] = await Promise.all([api.getState(), requests.refresh()]);
+    const [newState, settings] = await Promise.all([api.getState(), api.getSettings(), requests.refresh()]);
     show(newState);
+    servers.showSettings(settings);
     lost(false);
   } catch {
     lost(true);

@@ -89,16 +89,6 @@ function showServer(list, server) {
   if (before !== undefined && before !== server.open) say(t('server.changed', {server: server.name, state: text}));
 }
 
-function settings(state) {
-  const of = (role) => state.servers.filter((server) => roleOf(server.name) === role);
-  const lines = ['[Host]', `hosts = ${of('operator').map((server) => server.url).join(',')}`, `keys = ${state.keys.join(',')}`,
-    `apiKey = ${state.keys[0]}`, '', '[MarkedGoods]', 'markverifycrptservice = crpt'];
-  if (state.caFile) lines.push('', '[Network]', `caFile = ${state.caFile}`);
-  of('module').forEach(({url, module}, i) => lines.push('', `[LMCHZ${i + 1}]`, 'enable = true', `token = ${module.token}`,
-    `url = ${url}`, `user = ${module.user}`, `password = ${module.password}`, 'maintain = true'));
-  return lines.join('\n') + '\n';
-}
-
 export function start(giveOrder) {
   order = giveOrder;
   byId('copy-settings').addEventListener('click', async () => {
@@ -111,6 +101,11 @@ export function start(giveOrder) {
   });
 }
 
+/** What GET /till.ini says. */
+export function showSettings(text) {
+  if (byId('till-settings').textContent !== text) byId('till-settings').textContent = text;
+}
+
 export function show(state) {
   const root = byId('servers');
   const names = (name) => state.servers.filter((server) => roleOf(server.name) === roleOf(name));
@@ -118,6 +113,4 @@ export function show(state) {
   for (const name of groups)
     for (const server of names(name)) showServer(root.querySelector(`[data-group="${name}"] .cards`), server);
   byId('scenario-now').textContent = state.scenario ?? t('scenario.own');
-  const text = settings(state);
-  if (byId('till-settings').textContent !== text) byId('till-settings').textContent = text;
 }

@@ -28,6 +28,7 @@ const calls = [
   ['GET', '/behaviours/sites', undefined, 200],
   ['GET', '/state', undefined, 200],
   ['GET', '/state?x=1', undefined, 400],
+  ['GET', '/till.ini', undefined, 200],
   ['DELETE', '/behaviours/site-1', {connect: 'refuse'}, 200],
   ['DELETE', '/behaviours/all', undefined, 200],
   ['GET', '/goods', undefined, 200],
@@ -72,7 +73,8 @@ test('every reply is as it is described, and nothing is undescribed', async () =
       assert.equal(reply.status, status, where + JSON.stringify(reply.json));
       const operation = ['paths', templateOf(path), verb.toLowerCase()];
       const known = description.paths[operation[1]][operation[2]].responses[status];
-      check(where, known.$ref ? at('components', 'schemas', 'Error') : at(...operation, 'responses', String(status), 'content', 'application/json', 'schema'), reply.json);
+      const [type] = reply.headers.get('Content-Type').split(';');
+      check(where, known.$ref ? at('components', 'schemas', 'Error') : at(...operation, 'responses', String(status), 'content', type, 'schema'), reply.json);
       if (body && status === 200) check(`${where}: body`, at(...operation, 'requestBody', 'content', 'application/json', 'schema'), body);
       seen.add(`${operation[1]} ${operation[2]} ${status}`);
     }

@@ -19,7 +19,8 @@ export async function startStand(...options) {
     async ask(verb, path, body) {
       const text = body === undefined || typeof body === 'string' ? body : JSON.stringify(body);
       const reply = await fetch(ready.admin + path, {method: verb, body: text});
-      return {status: reply.status, headers: reply.headers, json: await reply.json()};
+      const isJson = reply.headers.get('Content-Type').startsWith('application/json');
+      return {status: reply.status, headers: reply.headers, json: await (isJson ? reply.json() : reply.text())};
     },
     async behaviours(server) {
       return (await this.ask('GET', `/behaviours/${server}`)).json[server];

@@ -82,7 +82,7 @@ TEST_F(Page, RefusesWhatItDoesNotKnowWithAReasonAndChangesNothing)
          "body.headers.A: must be one line"},
         {"PUT", "/behaviours/site-1", R"({"connect": "reset", "status": 500})", 400, "cannot stand beside"},
         {"GET", "/..%2fdata%2fgoods.json", "", 404, "no such path"},
-        {"POST", "/index.html", "", 404, "no such path"},
+        {"PUT", "/page.css", "{}", 405, "does not take this method"},
         {"GET", "/goods?x=1", "", 400, "unknown parameter \"x\""},
         {"GET", "/requests?brief=2", "", 400, "\"brief\" must be 0 or 1"},
         {"POST", "/reset", "{}", 400, "body: there must be none"},
@@ -111,6 +111,9 @@ TEST_F(Page, IsServedConfinedAndOnlyWhenAskedFor)
             1);
         EXPECT_TRUE(reply.headers.contains("X-Content-Type-Options: nosniff")) << path;
     }
+    const HttpReply wrongVerb = send("DELETE", "/");
+    EXPECT_EQ(wrongVerb.status, 405);
+    EXPECT_TRUE(wrongVerb.headers.contains("Allow: GET"));
     const MarkSim plain;
     EXPECT_EQ(plain.ready()["page"], QJsonValue::Null);
     EXPECT_EQ(plain.ask("GET", "/").status, 404);
@@ -133,4 +136,20 @@ TEST_F(Page, PlaysScenariosThatNeedFewerServers)
     EXPECT_EQ(client.health("site-3").status, 200);
     stand.admin("PUT", "/scenario", R"({"keys": ["fresh"]})");
     EXPECT_EQ(client.check({}).status, 401) << "the old key";
+}
+
+TEST_F(Page, HasTheSettingsOfATill)
+{
+    const MarkSim other({"--operators", "2", "--modules", "2", "--key", "k1", "--key", "k2", "--tls"});
+    const HttpReply reply = other.ask("GET", "/till.ini");
+    EXPECT_TRUE(reply.headers.contains("Content-Type: text/plain;charset=UTF-8"));
+    const QString settings = reply.body;
+    const QString module = "\n[LMCHZ2]\nenable = true\ntoken = k2\nurl = " + other.url("module-2") +
+                           "\nuser = admin\npassword = admin\nmaintain = true\n";
+    for (const QString& part :
+         {"[Host]\nhosts = " + other.operatorUrls().join(',') + "\nkeys = k1,k2\napiKey = k1\n",
+          "\n[Network]\ncaFile = " + other.ready()["caFile"].toString() + '\n', module}) {
+        EXPECT_TRUE(settings.contains(part)) << part.toStdString() << reply.body.data();
+    }
+    EXPECT_FALSE(QString(stand.ask("GET", "/till.ini").body).contains("caFile"));
 }
