@@ -85,7 +85,7 @@ TEST_F(ClientInSeveralThreads, TheFailoverOfAnotherCheckCostsBudgetItsListUpdate
           }});
     relist({"s2"});
     info({listsAfter(seconds(11), {"s2"})});
-    check("s2", {says(200, Ok), soldInTime()});
+    check("s2", {says(200, ok), soldInTime()});
     EXPECT_EQ(request().status(), 200);
     EXPECT_EQ(second.get().errorKind(), ErrorKind::SalePermitted) << "its 10 s are over";
 }
@@ -109,7 +109,7 @@ TEST_F(ClientInSeveralThreads, ACheckThatIsHeldBackReturnsAtOnceWhileAnotherOneS
 TEST_F(ClientInSeveralThreads, OneFailoverAtATimeAndAWaitingCheckGivesUpAtItsOwnDeadline)
 {
     startWithSites({"s1", "s2"});
-    check("s1", {stopped.of(says(200, Ok)), says(200, Ok)});
+    check("s1", {stopped.of(says(200, ok)), says(200, ok)});
     auto first = requestElsewhere();
     ASSERT_TRUE(stopped.isAsked());
     const http::Response late = request(milliseconds(50));
@@ -173,7 +173,7 @@ TEST_F(ClientInSeveralThreads, ACheckWaitsInItsFailoverForAnUpdateThatAnotherThr
               EXPECT_TRUE(stopped.isAsked());
               return reply(500);
           }});
-    check("s2", {says(200, Ok)});
+    check("s2", {says(200, ok)});
     clock.onSleep = [&] {
         stopped.goOn();
         EXPECT_TRUE(ends(update)) << "while the check has its turn";
@@ -217,7 +217,7 @@ TEST_F(ClientInSeveralThreads, NoticesAreSentWhenNothingIsHeldThatACheckNeeds)
                           {{"s1"}, says(500), says(500), {"", ""}}};
     for (const Case& c : cases) {
         c.sites.isEmpty() ? (make(), client->onStart()) : startWithSites(c.sites);
-        check("s1", {c.reply, says(200, Ok)});
+        check("s1", {c.reply, says(200, ok)});
         info({c.list, says(500)});
         BlockingHost host([&] { EXPECT_TRUE(ends(requestElsewhere())) << "or it waits for ever"; });
         c.sites.isEmpty() ? (void)client->updateInfo() : (void)request();
@@ -229,7 +229,7 @@ TEST_F(ClientInSeveralThreads, ACheckThatComesBeforeTheStartWaitsForNothing)
 {
     make();
     relist({"s1"});
-    check("s1", {says(200, Ok)});
+    check("s1", {says(200, ok)});
     EXPECT_EQ(request(milliseconds(1)).status(), 200);
     const int clients = http.clientsSetUp();
     client->onStart();
@@ -258,8 +258,8 @@ TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
     clock.onSleep = [] { std::this_thread::sleep_for(milliseconds(1)); };  // gives way as the real pause does
     // The log's locks would hide missing ones.
     Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
-    check("s1", {says(200, Ok), says(500), answers(cutOff()), says(401), answers(timedOut()), says(500)});
-    check("s2", {says(200, Ok), says(500), says(500, {{"code", 5000}}), says(200, Ok), says(429)});
+    check("s1", {says(200, ok), says(500), answers(cutOff()), says(401), answers(timedOut()), says(500)});
+    check("s2", {says(200, ok), says(500), says(500, {{"code", 5000}}), says(200, ok), says(429)});
     std::atomic<int> checksLeft = 30;
     const auto checkCodes = [&](size_t) {
         const MarkingCode code("A");

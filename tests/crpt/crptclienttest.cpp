@@ -38,9 +38,9 @@ void CrptClientTest::relist(const QStringList& sites)
     info({lists(sites)});
     milliseconds time(10);
     for (const QString& site : sites) {
-        http.script(site + Base + "/cdn/health/check", {[this, time](const SentRequest&) {
+        http.script(site + base + "/cdn/health/check", {[this, time](const SentRequest&) {
                         clock.advance(time);
-                        return reply(200, Ok);
+                        return reply(200, ok);
                     }});
         time += milliseconds(10);
     }
@@ -53,7 +53,7 @@ http::Response CrptClientTest::request(milliseconds limit)
 
 namespace {
 
-const char* const FetchLine = "info Получение списка CDN-площадок";
+const char* const fetchLine = "info Получение списка CDN-площадок";
 
 TEST_F(CrptClientTest, UpdatesOneListAtATimeInTheProcess)
 {
@@ -78,7 +78,7 @@ TEST_F(CrptClientTest, UpdatesAgainAfterAnUpdateThatBrokeOff)
     info({[](const SentRequest&) -> http::Response { throw std::runtime_error("fault"); }});
     EXPECT_EQ(client->updateInfo(), Status::Finished);
     EXPECT_THAT(log.take(),
-                testing::ElementsAre(FetchLine, "error Обновление списка площадок прервано исключением"));
+                testing::ElementsAre(fetchLine, "error Обновление списка площадок прервано исключением"));
     check("s1", {says(500)});
     EXPECT_EQ(request().errorKind(), http::ErrorKind::Unreachable) << "what the operator lists is not known";
     relist({"s2"});

@@ -26,10 +26,10 @@ protected:
     static Answer lists(const QStringList& sites);
 
     // What the hosts and sites answer, request by request; the last answer stays.
-    void info(const Answers& script) { http.script("op1" + Base + "/cdn/info", script); }
+    void info(const Answers& script) { http.script("op1" + base + "/cdn/info", script); }
     void check(const QString& site, const Answers& script)
     {
-        http.script(site + Base + "/codes/check", script);
+        http.script(site + base + "/codes/check", script);
     }
 
     /// Makes the client, with one host and one key, before it is started.
@@ -41,8 +41,8 @@ protected:
 
     http::Response request(milliseconds limit = milliseconds::max());
 
-    static inline const QString Base = "/api/v4/true-api";
-    static inline const QJsonObject Ok = {{"code", 0}, {"description", "ok"}};
+    static inline const QString base = "/api/v4/true-api";
+    static inline const QJsonObject ok = {{"code", 0}, {"description", "ok"}};
 
     SimulatedClock clock;
     ScriptedClient http;

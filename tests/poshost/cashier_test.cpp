@@ -126,36 +126,36 @@ protected:
         int master = -1;
         int slave = -1;
         ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
-        m_master.open(master, QIODevice::ReadWrite, QFile::AutoCloseHandle);
-        m_slave.open(slave, QIODevice::ReadWrite, QFile::AutoCloseHandle);
+        mMaster.open(master, QIODevice::ReadWrite, QFile::AutoCloseHandle);
+        mSlave.open(slave, QIODevice::ReadWrite, QFile::AutoCloseHandle);
         ::fcntl(master, F_SETFD, FD_CLOEXEC);
-        ASSERT_EQ(::tcgetattr(slave, &m_before), 0);
-        m_process.setStandardInputFile(::ttyname(slave));
-        m_process.setStandardOutputFile(::ttyname(slave));
-        m_process.setChildProcessModifier([] {
+        ASSERT_EQ(::tcgetattr(slave, &mBefore), 0);
+        mProcess.setStandardInputFile(::ttyname(slave));
+        mProcess.setStandardOutputFile(::ttyname(slave));
+        mProcess.setChildProcessModifier([] {
             ::setsid();
             ::ioctl(STDIN_FILENO, TIOCSCTTY, 0);
         });
-        m_process.setEnvironment(QProcess::systemEnvironment() + cleanEnvironment() + environment);
-        m_process.start(POSHOST_PATH, arguments);
-        ASSERT_TRUE(m_process.waitForStarted());
+        mProcess.setEnvironment(QProcess::systemEnvironment() + cleanEnvironment() + environment);
+        mProcess.start(POSHOST_PATH, arguments);
+        ASSERT_TRUE(mProcess.waitForStarted());
     }
 
     void type(const QByteArray& bytes)
     {
-        ASSERT_EQ(::write(m_master.handle(), bytes.constData(), size_t(bytes.size())), bytes.size());
+        ASSERT_EQ(::write(mMaster.handle(), bytes.constData(), size_t(bytes.size())), bytes.size());
     }
 
     /// Waits until it has shown `text` after what was asked for before.
     bool shows(const QByteArray& text)
     {
-        pollfd source{m_master.handle(), POLLIN, 0};
-        while (!m_shown.contains(text) && ::poll(&source, 1, 30000) > 0) {
+        pollfd source{mMaster.handle(), POLLIN, 0};
+        while (!mShown.contains(text) && ::poll(&source, 1, 30000) > 0) {
             QByteArray bytes(4096, '\0');
-            m_shown += bytes.first(std::max<qsizetype>(::read(m_master.handle(), bytes.data(), 4096), 0));
+            mShown += bytes.first(std::max<qsizetype>(::read(mMaster.handle(), bytes.data(), 4096), 0));
         }
-        const qsizetype at = m_shown.indexOf(text);
-        m_shown = m_shown.mid(at < 0 ? 0 : at + text.size());
+        const qsizetype at = mShown.indexOf(text);
+        mShown = mShown.mid(at < 0 ? 0 : at + text.size());
         return at >= 0;
     }
 
@@ -163,21 +163,21 @@ protected:
     [[nodiscard]] bool isRestored() const
     {
         termios now = {};
-        return ::tcgetattr(m_slave.handle(), &now) == 0 && now.c_lflag == m_before.c_lflag &&
-               now.c_iflag == m_before.c_iflag && now.c_cc[VQUIT] == m_before.c_cc[VQUIT];
+        return ::tcgetattr(mSlave.handle(), &now) == 0 && now.c_lflag == mBefore.c_lflag &&
+               now.c_iflag == mBefore.c_iflag && now.c_cc[VQUIT] == mBefore.c_cc[VQUIT];
     }
 
     [[nodiscard]] bool isStopped() const
     {
-        QFile stat(QStringLiteral("/proc/%1/stat").arg(m_process.processId()));
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(mProcess.processId()));
         return stat.open(QIODevice::ReadOnly) && stat.readAll().contains(") T ");
     }
 
-    QFile m_master;
-    QFile m_slave;
-    termios m_before = {};
-    QByteArray m_shown;
-    QProcess m_process;
+    QFile mMaster;
+    QFile mSlave;
+    termios mBefore = {};
+    QByteArray mShown;
+    QProcess mProcess;
 };
 
 using SuspendedAtTerminal = Terminal;
@@ -191,23 +191,23 @@ TEST_P(AtTerminal, IsLeftAsItWas)
     const MarkSim stand;
     const SettingsFile settings(settingsFor(stand));
     start({"--config", settings.path(), "cashier"}, {"NO_COLOR=", "TERM=xterm"});
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     EXPECT_FALSE(isRestored());
     // Ctrl-U and the backspace correct what was typed, CR alone ends the scan, GS comes through.
     type("nonsense\x15"
          "фx\x7f\x7f" +
          milk + '\r');
-    ASSERT_TRUE(shows("<GS>93VBOs")) << m_shown.data();
-    ASSERT_TRUE(shows("\x1b[1;30;42m  ✓ ПРОШЁЛ")) << m_shown.data();
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(shows("<GS>93VBOs")) << mShown.data();
+    ASSERT_TRUE(shows("\x1b[1;30;42m  ✓ ПРОШЁЛ")) << mShown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     EXPECT_EQ(checkedCodes(stand), QStringList(milk));
 
     type(GetParam().typed);
     if (GetParam().signal != 0) {
-        ::kill(pid_t(m_process.processId()), GetParam().signal);
+        ::kill(pid_t(mProcess.processId()), GetParam().signal);
     }
-    ASSERT_TRUE(m_process.waitForFinished());
-    EXPECT_EQ(m_process.exitCode(), GetParam().exitStatus) << m_process.readAllStandardError().data();
+    ASSERT_TRUE(mProcess.waitForFinished());
+    EXPECT_EQ(mProcess.exitCode(), GetParam().exitStatus) << mProcess.readAllStandardError().data();
     EXPECT_TRUE(isRestored());
     EXPECT_TRUE(shows("В чеке: 1")) << "the summary, however it ends";
 }
@@ -217,18 +217,18 @@ TEST_F(SuspendedAtTerminal, GivesItBackUntilItGoesOn)
     const MarkSim stand;
     const SettingsFile settings(settingsFor(stand));
     start({"--config", settings.path(), "cashier"}, {"TERM=xterm"});
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     type("RU-401301");
-    ASSERT_TRUE(shows("RU-401301")) << m_shown.data();
+    ASSERT_TRUE(shows("RU-401301")) << mShown.data();
     type("\x1a");
     ASSERT_TRUE(eventually([&] { return isStopped(); }));
     EXPECT_TRUE(isRestored());
-    ::kill(pid_t(m_process.processId()), SIGCONT);
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ::kill(pid_t(mProcess.processId()), SIGCONT);
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     EXPECT_FALSE(isRestored());
     type("-AAA0277031\rquit\r");
-    EXPECT_TRUE(shows("  RU-401301-AAA0277031")) << m_shown.data();
-    ASSERT_TRUE(m_process.waitForFinished());
+    EXPECT_TRUE(shows("  RU-401301-AAA0277031")) << mShown.data();
+    ASSERT_TRUE(mProcess.waitForFinished());
     EXPECT_TRUE(isRestored());
 }
 
@@ -247,20 +247,20 @@ TEST_F(HangupAtTerminal, ReopensTheLogWhileTheTerminalIsThereAndEndsTheTillWhenI
     const QString log = folder.filePath("till.log");
     const SettingsFile settings(settingsFor(stand) + "[Log]\nlevel = info\nfile = " + log.toUtf8() + '\n');
     start({"--config", settings.path(), "cashier"}, {"TERM=xterm"});
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     ASSERT_TRUE(QFile::rename(log, log + ".1"));
-    ::kill(pid_t(m_process.processId()), SIGHUP);
+    ::kill(pid_t(mProcess.processId()), SIGHUP);
     ASSERT_TRUE(eventually([&] { return QFile::exists(log); }));
     type(beer + '\r');
-    ASSERT_TRUE(shows("Продажа> ")) << m_shown.data();
+    ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     EXPECT_TRUE(eventually([&] { return contentOf(log).contains("Итог проверки: прошли 1"); }));
     EXPECT_TRUE(contentOf(log + ".1").contains("Добавлен хост"));
     EXPECT_FALSE(contentOf(log + ".1").contains("Проверка кодов"));
 
-    m_slave.close();
-    m_master.close();
-    ASSERT_TRUE(m_process.waitForFinished());
-    EXPECT_EQ(m_process.exitCode(), 4) << "nobody reads the summary";
+    mSlave.close();
+    mMaster.close();
+    ASSERT_TRUE(mProcess.waitForFinished());
+    EXPECT_EQ(mProcess.exitCode(), 4) << "nobody reads the summary";
 }
 
 INSTANTIATE_TEST_SUITE_P(Endings, AtTerminal,

@@ -34,14 +34,14 @@ QJsonObject examine(const MarkSim& stand, const QByteArray& settings)
     return report;
 }
 
-const char* const RefusesKeys = R"({"method": "info", "status": 401})";
-const char* const Expired = R"({"certificate": "expired"})";
-const char* const AheadOfTime = R"({"headers": {"Date": "Fri, 01 Jan 2100 00:00:00 GMT"}})";
-const char* const Ill = R"({"method": "health", "body": {"code": 5}})";
-const char* const Refuses = R"({"connect": "refuse"})";
-const char* const Portal = R"({"text": "<html>Log in</html>", "status": 200})";
-const char* const Large = R"({"padMegabytes": 17})";
-const QString NoSite = "no-healthy-site площадки";
+const char* const refusesKeys = R"({"method": "info", "status": 401})";
+const char* const expired = R"({"certificate": "expired"})";
+const char* const aheadOfTime = R"({"headers": {"Date": "Fri, 01 Jan 2100 00:00:00 GMT"}})";
+const char* const ill = R"({"method": "health", "body": {"code": 5}})";
+const char* const refuses = R"({"connect": "refuse"})";
+const char* const portal = R"({"text": "<html>Log in</html>", "status": 200})";
+const char* const large = R"({"padMegabytes": 17})";
+const QString noSite = "no-healthy-site площадки";
 
 struct Fault
 {
@@ -72,15 +72,15 @@ TEST(Doctor, NamesWhatIsWrongAndNothingElse)
          "keys = wrong-key-wrong," + key,
          {"key-refused ключ 1 из 2, …rong на operator-1"}},
         {{}, {}, "hosts = ", "hosts = https://nosuch.invalid,", {"not-resolved https://nosuch.invalid"}},
-        {{}, {}, "caFile", ";caFile", {"certificate-untrusted operator-1", NoSite}},
-        {"operator-1", Refuses, {}, {}, {"refused operator-1", NoSite}},
-        {"operator-1", Expired, {}, {}, {"certificate-expired operator-1", NoSite}},
-        {"operator-1", AheadOfTime, {}, {}, {"clock-skew operator-1"}},
-        {"operator-1", Portal, {}, {}, {"captive-portal operator-1", NoSite}},
-        {"operator-1", Large, {}, {}, {"reply-too-large operator-1", NoSite}},
-        {"operator-1", RefusesKeys, {}, {}, {"key-refused …0001 на operator-1", NoSite}},
-        {"site-1", Ill, {}, {}, {"site-unhealthy site-1"}},
-        {"module-1", Refuses, {}, {}, {"refused [LMCHZ1] module-1"}},
+        {{}, {}, "caFile", ";caFile", {"certificate-untrusted operator-1", noSite}},
+        {"operator-1", refuses, {}, {}, {"refused operator-1", noSite}},
+        {"operator-1", expired, {}, {}, {"certificate-expired operator-1", noSite}},
+        {"operator-1", aheadOfTime, {}, {}, {"clock-skew operator-1"}},
+        {"operator-1", portal, {}, {}, {"captive-portal operator-1", noSite}},
+        {"operator-1", large, {}, {}, {"reply-too-large operator-1", noSite}},
+        {"operator-1", refusesKeys, {}, {}, {"key-refused …0001 на operator-1", noSite}},
+        {"site-1", ill, {}, {}, {"site-unhealthy site-1"}},
+        {"module-1", refuses, {}, {}, {"refused [LMCHZ1] module-1"}},
     };
     for (const Fault& fault : faults) {
         SCOPED_TRACE(testing::Message() << fault.troubles.join(", ").toStdString());
@@ -163,7 +163,7 @@ TEST(Doctor, ReportsAFileThatCannotBeRead)
 
 namespace {
 
-const QByteArray GoodSettings = "[MarkedGoods]\n"
+const QByteArray goodSettings = "[MarkedGoods]\n"
                                 "[Host]\n"
                                 "hosts = https://markirovka.example\n"
                                 "keys = key-number-one,key-number-two\n"
@@ -190,7 +190,7 @@ QStringList offline(const QByteArray& settings, const QStringList& options = {},
 
 TEST(DoctorOffline, FindsNothingInGoodSettings)
 {
-    EXPECT_EQ(offline(GoodSettings, {"--strict"}, 0), QStringList());
+    EXPECT_EQ(offline(goodSettings, {"--strict"}, 0), QStringList());
 }
 
 TEST(DoctorOffline, NamesWhatIsWrongWithItsLine)
@@ -224,7 +224,7 @@ TEST(DoctorOffline, NamesWhatIsWrongWithItsLine)
         {"[MarkedGoods]\n", "[MarkedGoods]\nmarkverifycrptservice = CRPT\n", "2: [MarkedGoods] ", "CRPT"},
     };
     for (const Case& wrong : cases) {
-        const QStringList lines = offline(QByteArray(GoodSettings).replace(wrong.replaced, wrong.by));
+        const QStringList lines = offline(QByteArray(goodSettings).replace(wrong.replaced, wrong.by));
         const auto fits = [&](const QString& line) {
             return line.startsWith(wrong.line) && line.contains(wrong.text);
         };
@@ -245,14 +245,14 @@ TEST(DoctorOffline, CountsNotesWhenItIsStrict)
         {"[Network]\ncaFile = /no/such.pem\n", "9: замечание: [Network] caFile: "},
     };
     for (const auto& [added, line] : notes) {
-        EXPECT_TRUE(offline(GoodSettings + added, {}, 0).value(0).startsWith(line)) << added;
-        EXPECT_EQ(offline(GoodSettings + added, {"--strict"}, 1).size(), 1) << added;
+        EXPECT_TRUE(offline(goodSettings + added, {}, 0).value(0).startsWith(line)) << added;
+        EXPECT_EQ(offline(goodSettings + added, {"--strict"}, 1).size(), 1) << added;
     }
 }
 
 TEST(DoctorOffline, LooksAtWhoCanReadAndWriteTheFile)
 {
-    const SettingsFile file(GoodSettings);
+    const SettingsFile file(goodSettings);
     const std::pair<QFile::Permissions, const char*> modes[] = {{QFile::ReadOther, "file-readable"},
                                                                 {QFile::WriteOther, "file-writable"}};
     for (const auto& [others, id] : modes) {

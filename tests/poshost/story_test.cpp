@@ -33,7 +33,7 @@ QJsonObject factsOf(QJsonObject story)
 class Story : public testing::Test
 {
 protected:
-    [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
+    [[nodiscard]] QString path(const QString& name) const { return mFolder.filePath(name); }
 
     void write(const QString& name, const QByteArray& content) const
     {
@@ -60,11 +60,11 @@ protected:
 
     [[nodiscard]] ProcessOutcome story(const QStringList& arguments, const QByteArray& input = {}) const
     {
-        return runProcess("env", QStringList{"-C", m_folder.path(), POSHOST_PATH, "story"} + arguments, input,
+        return runProcess("env", QStringList{"-C", mFolder.path(), POSHOST_PATH, "story"} + arguments, input,
                           cleanEnvironment());
     }
 
-    const QTemporaryDir m_folder;
+    const QTemporaryDir mFolder;
 };
 
 TEST_F(Story, TellsOfEachCheckWhatItsExplanationTold)

@@ -8,9 +8,9 @@ using Result = CheckMarkingCodesResult;
 namespace {
 
 // The same good by its whole code and by its identifying part.
-const QString Whole = "0104600439931256215Qbag!\x1D"
+const QString whole = "0104600439931256215Qbag!\x1D"
                       "93Zjqw";
-const QString Cis = "0104600439931256215Qbag!";
+const QString cis = "0104600439931256215Qbag!";
 
 Result resultOf(const QStringList& passed, const QStringList& failed, Result::Status status = Result::Sold)
 {
@@ -110,13 +110,13 @@ TEST(Merge, LetsAPassBeatAFailureAndTheFirstFailureStand)
         {"passed twice there counts once", {}, {}, {"A", "A"}, {}, "A"},
         {"passed and failed here", {"A"}, {"A"}, {"A"}, {}, "A"},
         {"passed and failed there", {}, {}, {"A"}, {"A"}, "A"},
-        {"pass of the whole code over failure by cis", {}, {Cis}, {Whole}, {}, Whole},
-        {"both forms failed here", {}, {Cis, Whole}, {Whole}, {}, Whole},
-        {"whole code after a pass by cis", {Cis}, {}, {Whole}, {}, Cis},
-        {"failure of the whole code after a pass by cis", {Cis}, {}, {}, {Whole}, Cis},
-        {"failure of the whole code after a failure by cis", {}, {Cis}, {}, {Whole}, Cis + "=40"},
-        {"both forms failed there", {}, {}, {}, {Cis, Whole}, Cis + "=400"},
-        {"a cis does not stand for the whole code", {Whole}, {}, {Cis}, {}, Whole + ' ' + Cis}};
+        {"pass of the whole code over failure by cis", {}, {cis}, {whole}, {}, whole},
+        {"both forms failed here", {}, {cis, whole}, {whole}, {}, whole},
+        {"whole code after a pass by cis", {cis}, {}, {whole}, {}, cis},
+        {"failure of the whole code after a pass by cis", {cis}, {}, {}, {whole}, cis},
+        {"failure of the whole code after a failure by cis", {}, {cis}, {}, {whole}, cis + "=40"},
+        {"both forms failed there", {}, {}, {}, {cis, whole}, cis + "=400"},
+        {"a cis does not stand for the whole code", {whole}, {}, {cis}, {}, whole + ' ' + cis}};
     for (const auto& [name, passed, failed, otherPassed, otherFailed, merged] : cases) {
         Result result = resultOf(passed, failed, Result::Sold);
         result += resultOf(otherPassed, otherFailed, Result::Blocked);

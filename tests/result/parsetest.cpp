@@ -11,7 +11,7 @@ using Result = CheckMarkingCodesResult;
 
 namespace {
 
-const MarkingCode A("A");
+const MarkingCode a("A");
 
 Result parse(const QByteArray& body)
 {
@@ -30,7 +30,7 @@ Result parseEntry(const QByteArray& members)
 std::optional<int> flagsOf(const Result& result)
 {
     EXPECT_EQ(result.passedCodes.size() + result.failedCodes.size(), 1);
-    return result.failedCodes.contains(A) ? std::optional<int>(result.failedCodes[A].status) : std::nullopt;
+    return result.failedCodes.contains(a) ? std::optional<int>(result.failedCodes[a].status) : std::nullopt;
 }
 
 TEST(CodeEntry, EveryFlagFollowsItsFieldWhateverTheValueIs)
@@ -106,32 +106,32 @@ TEST(CodeEntry, ExpiresAtItsDateToTheMillisecond)
         const Result result = parseEntry(QByteArray(R"("expireDate": )") + date);
         EXPECT_EQ(flagsOf(result), expired ? std::optional<int>(Result::Expired) : std::nullopt) << date;
         const QString text = QString(date).startsWith('"') ? QString(date).remove('"') : QString();
-        EXPECT_EQ(result.expireDates.value(A, clock.currentDateTime()),
+        EXPECT_EQ(result.expireDates.value(a, clock.currentDateTime()),
                   QDateTime::fromString(text, Qt::ISODateWithMs))
             << date;
     }
     EXPECT_EQ(parseEntry("").expireDates.size(), 0);
     const Result offline = parseEntry(R"("isCheckedOffline": true, "expireDate": "2026-01-01")");
-    EXPECT_TRUE(offline.isSuccess() && offline.expireDates.value(A).isValid());
+    EXPECT_TRUE(offline.isSuccess() && offline.expireDates.value(a).isValid());
 }
 
 TEST(CodeEntry, GivesItsSideDataWhetherItPassesOrNot)
 {
     const std::tuple<const char*, QMap<MarkingCode, int>, QMap<MarkingCode, Result::MrpInfo>> cases[] = {
-        {R"("productWeight": 250, "mrp": 12000)", {{A, 250}}, {{A, {16, 12000}}}},
-        {R"("productWeight": 1, "mrp": 1, "groupIds": [7, 3], "sold": true)", {{A, 1}}, {{A, {7, 1}}}},
+        {R"("productWeight": 250, "mrp": 12000)", {{a, 250}}, {{a, {16, 12000}}}},
+        {R"("productWeight": 1, "mrp": 1, "groupIds": [7, 3], "sold": true)", {{a, 1}}, {{a, {7, 1}}}},
         {R"("productWeight": 5, "mrp": 6, "isCheckedOffline": true, "isBlocked": true)",
-         {{A, 5}},
-         {{A, {16, 6}}}},
-        {R"("productWeight": 5, "mrp": 6, "isCheckedOffline": true)", {{A, 5}}, {{A, {16, 6}}}},
+         {{a, 5}},
+         {{a, {16, 6}}}},
+        {R"("productWeight": 5, "mrp": 6, "isCheckedOffline": true)", {{a, 5}}, {{a, {16, 6}}}},
         {R"("productWeight": 0, "mrp": 0)", {}, {}},
         {R"("productWeight": -5, "mrp": -5)", {}, {}},
         {R"("productWeight": "5", "mrp": "5")", {}, {}},
         {R"("productWeight": 1e300, "mrp": 1e300)", {}, {}},
-        {R"("productWeight": 2147483648, "mrp": 2147483647)", {}, {{A, {16, 2147483647}}}},
-        {R"("mrp": 9, "groupIds": [])", {}, {{A, {16, 9}}}},
-        {R"("mrp": 9, "groupIds": 7)", {}, {{A, {16, 9}}}},
-        {R"("mrp": 9, "groupIds": ["7"])", {}, {{A, {0, 9}}}}};
+        {R"("productWeight": 2147483648, "mrp": 2147483647)", {}, {{a, {16, 2147483647}}}},
+        {R"("mrp": 9, "groupIds": [])", {}, {{a, {16, 9}}}},
+        {R"("mrp": 9, "groupIds": 7)", {}, {{a, {16, 9}}}},
+        {R"("mrp": 9, "groupIds": ["7"])", {}, {{a, {0, 9}}}}};
     for (const auto& [members, weights, mrps] : cases) {
         const Result result = parseEntry(members);
         EXPECT_EQ(result.productWeights, weights) << members;
@@ -142,13 +142,13 @@ TEST(CodeEntry, GivesItsSideDataWhetherItPassesOrNot)
 TEST(CodeEntry, KeepsWhatTheOperatorSaysOfAFailure)
 {
     const Result result = parseEntry(R"("sold": true, "message": "продан", "ogvs": "РПН", "errorCode": 10)");
-    const Result::CodeStatus status = result.failedCodes.value(A);
+    const Result::CodeStatus status = result.failedCodes.value(a);
     EXPECT_EQ(status.message, "продан");
     EXPECT_EQ(status.ogvs, "РПН");
     EXPECT_EQ(status.errorCode, 10);
     EXPECT_EQ(status.object.value("cis"), "A");
     const Result least = parseEntry(R"("message": "m", "errorCode": -2147483648)");
-    EXPECT_EQ(least.failedCodes.value(A).errorCode, std::numeric_limits<int>::min());
+    EXPECT_EQ(least.failedCodes.value(a).errorCode, std::numeric_limits<int>::min());
 }
 
 TEST(CheckReply, IdentifiesTheRequestOfEveryCode)
@@ -157,25 +157,25 @@ TEST(CheckReply, IdentifiesTheRequestOfEveryCode)
         "version": "v", "codes": [{"cis": "A"}, {"cis": "B", "sold": true}]})");
     const Result::RequestInfo info = {"id", 9007199254740993, "i", "v"};
     EXPECT_EQ(result.requestInfos,
-              (QMap<MarkingCode, Result::RequestInfo>{{A, info}, {MarkingCode("B"), info}}));
+              (QMap<MarkingCode, Result::RequestInfo>{{a, info}, {MarkingCode("B"), info}}));
 
     const Result wrongTypes =
         parse(R"({"reqId": 1, "reqTimestamp": "2", "inst": null, "codes": [{"cis": "A"}]})");
-    EXPECT_EQ(wrongTypes.requestInfos.value(A, info), Result::RequestInfo());
+    EXPECT_EQ(wrongTypes.requestInfos.value(a, info), Result::RequestInfo());
 }
 
 TEST(CheckReply, IsReadAsTheJsonThatItIs)
 {
     const std::pair<QByteArray, QList<MarkingCode>> cases[] = {
-        {R"({"codes": [{"c\u0069s": "\u0041"}]})", {A}},
+        {R"({"codes": [{"c\u0069s": "\u0041"}]})", {a}},
         {R"({"codes": [{"cis": "\u0041\n\ud83d\ude00"}]})", {MarkingCode("QQrwn5iA")}},
         {R"({"x": {"codes": [{"cis": "B"}]}, "codes": [{"x": {"cis": "B", "sold": true}, "cis": "A"}]})",
-         {A}},
+         {a}},
         {R"({"codes": [[{"cis": "B"}], 7, null, {"cis": 5}, {}, {"cis": "A"}]})",
-         QList<MarkingCode>(5) + QList{A}},
+         QList<MarkingCode>(5) + QList{a}},
         {R"({"codes": [{"cis": "0104600439931256215Qbag!\u001d93Zjqw"}, {"cis": ""}]})",
          {MarkingCode("0104600439931256215Qbag!\x1D" + QString("93Zjqw")), MarkingCode()}},
-        {R"({"codes": [{"CIS": "B", "cis": "A", "Sold": true}], "Codes": []})", {A}},
+        {R"({"codes": [{"CIS": "B", "cis": "A", "Sold": true}], "Codes": []})", {a}},
         {R"({"codes": {"cis": "A"}})", {}},
         {R"({"codes": [{"cis": "A"}])", {}},
         {R"([{"codes": [{"cis": "A"}]}])", {}},
@@ -199,9 +199,9 @@ TEST(CheckReply, IsReadFromTheObjectThatTheReplyGives)
     };
     http::Response response;
     response.setBody(R"({"codes": [{"cis": "B"}]})");
-    EXPECT_EQ(Result(OwnReply(response)).passedCodes, QList{A});
+    EXPECT_EQ(Result(OwnReply(response)).passedCodes, QList{a});
     const CheckMarkingCodesReply replaced(response, OwnReply().responseObject());
-    EXPECT_EQ(Result(replaced).passedCodes, QList{A});
+    EXPECT_EQ(Result(replaced).passedCodes, QList{a});
     EXPECT_EQ(Result(replaced).responseObject(), replaced.responseObject());
 }
 
@@ -211,7 +211,7 @@ TEST(CheckReply, IsReadUpToABoundFarAboveAnyCheck)
     body += QByteArray(R"(, "no entry")").repeated(Result::maxCodes - 1) + R"(, {"cis": "B"}]})";
     const Result result = parse(body);
     EXPECT_EQ(result.passedCodes.size(), Result::maxCodes);
-    EXPECT_EQ(result.requestInfos.keys(), (QList{MarkingCode(), A}));
+    EXPECT_EQ(result.requestInfos.keys(), (QList{MarkingCode(), a}));
 }
 
 TEST(CheckReply, OfMillionsOfSmallValuesIsNotReadAtAll)
@@ -239,9 +239,9 @@ TEST(CheckReply, ListsACodeGivenTwiceByBothVerdictsWithTheLaterData)
     const Result result = parse(R"({"codes": [
         {"cis": "A", "productWeight": 1}, {"cis": "A", "sold": true, "productWeight": 2},
         {"cis": "A", "isBlocked": true}, {"cis": "A"}]})");
-    EXPECT_EQ(result.passedCodes, (QList{A, A}));
-    EXPECT_EQ(result.failedCodes.value(A).status, Result::Blocked);
-    EXPECT_EQ(result.productWeights[A], 2);
+    EXPECT_EQ(result.passedCodes, (QList{a, a}));
+    EXPECT_EQ(result.failedCodes.value(a).status, Result::Blocked);
+    EXPECT_EQ(result.productWeights[a], 2);
 }
 
 }  // namespace

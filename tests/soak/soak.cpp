@@ -139,7 +139,7 @@ private:
 
     void check(std::mt19937& random)
     {
-        static const QList<MarkingCode> basket = {goods::Milk, goods::Water, goods::ExpiredKefir,
+        static const QList<MarkingCode> basket = {goods::milk, goods::water, goods::expiredKefir,
                                                   MarkingCode(QStringLiteral("unknown"))};
         const QList<MarkingCode> codes = basket.mid(random() % 3, 1 + random() % 2);
         const std::chrono::seconds operationTimeout(2 + random() % 4);

@@ -42,7 +42,7 @@ private:
 
 /// Codes of the stand's goods.
 namespace goods {
-inline const MarkingCode Milk(QStringLiteral("0104607026010011215rhTuv\u001d93VBOs"));
-inline const MarkingCode Water(QStringLiteral("0104602114050016215wDq+zuM14qHO\u001d93kmLr"));
-inline const MarkingCode ExpiredKefir(QStringLiteral("0104607026010028215mPG0t\u001d93vTrm"));
+inline const MarkingCode milk(QStringLiteral("0104607026010011215rhTuv\u001d93VBOs"));
+inline const MarkingCode water(QStringLiteral("0104602114050016215wDq+zuM14qHO\u001d93kmLr"));
+inline const MarkingCode expiredKefir(QStringLiteral("0104607026010028215mPG0t\u001d93vTrm"));
 }  // namespace goods

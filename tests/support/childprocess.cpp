@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int LongWait = 60'000;  // milliseconds; far above anything that works
+constexpr int longWait = 60'000;  // milliseconds; far above anything that works
 
 }  // namespace
 
@@ -32,7 +32,7 @@ ChildProcess::ChildProcess(const QString& program, const QStringList& arguments,
         }
     });
     m_process.start();
-    if (!m_process.waitForStarted(LongWait)) {
+    if (!m_process.waitForStarted(longWait)) {
         throw std::runtime_error("cannot start " + program.toStdString());
     }
 }
@@ -41,7 +41,7 @@ ChildProcess::~ChildProcess()
 {
     if (m_process.state() != QProcess::NotRunning) {
         m_process.kill();
-        m_process.waitForFinished(LongWait);
+        m_process.waitForFinished(longWait);
     }
 }
 
@@ -54,7 +54,7 @@ void ChildProcess::giveInput(const QByteArray& input)
 QByteArray ChildProcess::readLine()
 {
     m_process.setReadChannel(QProcess::StandardOutput);
-    while (!m_process.canReadLine() && m_process.waitForReadyRead(LongWait)) {
+    while (!m_process.canReadLine() && m_process.waitForReadyRead(longWait)) {
     }
     return m_process.readLine();
 }
@@ -67,7 +67,7 @@ bool ChildProcess::waitForError(const QByteArray& text)
             return true;
         }
         m_process.setReadChannel(QProcess::StandardError);
-        if (!m_process.waitForReadyRead(LongWait)) {
+        if (!m_process.waitForReadyRead(longWait)) {
             return false;
         }
     }
@@ -81,7 +81,7 @@ void ChildProcess::sendSignal(int number) const
 ProcessOutcome ChildProcess::wait()
 {
     ProcessOutcome outcome;
-    const bool finished = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(LongWait);
+    const bool finished = m_process.state() == QProcess::NotRunning || m_process.waitForFinished(longWait);
     outcome.ended = finished && m_process.exitStatus() == QProcess::NormalExit;
     outcome.exitStatus = outcome.ended ? m_process.exitCode() : -1;
     outcome.output = m_process.readAllStandardOutput();
