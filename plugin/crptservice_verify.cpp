@@ -8,8 +8,10 @@
 #include "crpt/resultfitting.h"
 #include "lmchz/lmchzclient.h"
 #include "plugin/messages.h"
+#include "result/statusnames.h"
 #include <log4qt/logger.h>
 #include <orvex/dialog.h>
+#include <utils/printable.h>
 #include <utils/tr.h>
 
 using control::args::marking::Verify;
@@ -54,6 +56,38 @@ CheckMarkingCodesResult unreachable(const QList<MarkingCode>& codes)
     return result;
 }
 
+/// Names of the flags, or the operator's text where there are none, and the error code.
+QString reasonsOf(const CheckMarkingCodesResult::CodeStatus& failed)
+{
+    constexpr qsizetype enough = 100;
+    QStringList reasons = statusNames(failed.status);
+    if (reasons.isEmpty()) {
+        QString text = utils::printable(failed.message.left(enough));
+        reasons.append(plugin::messages::refusedByMessage.arg(text.replace(u'»', u'"')));
+    }
+    if (failed.errorCode != 0) {
+        reasons.append(QString::number(failed.errorCode));
+    }
+    return reasons.join(QLatin1String(", "));
+}
+
+/// How many codes were refused, and the first of them with their reasons.
+QString refusedText(const CheckMarkingCodesResult& result)
+{
+    namespace messages = plugin::messages;
+    constexpr qsizetype named = 20;
+    const QString count = QString::number(result.failedCodes.size());
+    QStringList texts;
+    for (const auto& [code, failed] : result.failedCodes.asKeyValueRange()) {
+        if (texts.size() == named) {
+            texts.append(messages::refusedMore.arg(result.failedCodes.size() - named));
+            break;
+        }
+        texts.append(messages::refusedCode.arg(code.toReadable(), reasonsOf(failed)));
+    }
+    return texts.isEmpty() ? count : messages::refusedCodes.arg(count, texts.join(QLatin1String(", ")));
+}
+
 }  // namespace
 
 EContext::Result CrptService::checkMarkingCodes(const control::Action& action)
@@ -89,7 +123,7 @@ void CrptService::logEnd(const CheckMarkingCodesResult& online, const Verify& ar
                               : address.isEmpty()
                                   ? messages::noReply
                                   : messages::replyOfSite.arg(QString::number(result.status()), address);
-        logger->info(messages::checkEnded, result.passedCodes.size(), result.failedCodes.size(),
+        logger->info(messages::checkEnded, result.passedCodes.size(), refusedText(result),
                      int(result.errorKind()), reply);
     } catch (...) {  // NOLINT(bugprone-empty-catch): nowhere to say so
     }

@@ -18,6 +18,11 @@ inline const auto offlineCheck = QStringLiteral("Проверка в режим�
 /// Codes that passed and that did not, error kind, and the last reply: one of the three below.
 inline const auto checkEnded =
     QStringLiteral("Итог проверки: прошли %1, отказано %2, вид ошибки %3, последний ответ: %4");
+/// In place of the second number when codes were refused: the number, and each code with its reasons.
+inline const auto refusedCodes = QStringLiteral("%1: %2");
+inline const auto refusedCode = QStringLiteral("%1 (%2)");
+inline const auto refusedByMessage = QStringLiteral("«%1»");
+inline const auto refusedMore = QStringLiteral("и ещё %1");
 inline const auto replyOfSite = QStringLiteral("HTTP %1 %2");
 inline const auto replyOfModule = QStringLiteral("ЛМЧЗ");
 inline const auto noReply = QStringLiteral("нет");

@@ -8,6 +8,7 @@
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/terminal/output.h"
+#include "result/statusnames.h"
 
 namespace poshost {
 

@@ -11,76 +11,60 @@ namespace {
 struct Entry
 {
     CheckMarkingCodesResult::EStatus status;
-    const char* name;
     Text words;       ///< for people who know the system
     Text forCashier;  ///< plainly, with what to do where something can be done
 };
 
 constexpr std::array entries = {
     Entry{CheckMarkingCodesResult::NotInReply,
-          "NotInReply",
           {u"the reply says nothing of the code", u"в ответе ничего не сказано о коде"},
           {u"the server said nothing of this code: scan it again",
            u"сервер не ответил про этот код: отсканируйте ещё раз"}},
     Entry{CheckMarkingCodesResult::Unreachable,
-          "Unreachable",
           {u"the checking server is out of reach", u"сервер проверки недоступен"},
           {u"no connection to the checking server: try again later",
            u"нет связи с сервером проверки: повторите позже"}},
     Entry{CheckMarkingCodesResult::NotValid,
-          "NotValid",
           {u"the code is malformed", u"неверная структура кода"},
           {u"the code is damaged or was misread: scan it again",
            u"код повреждён или считан неверно: отсканируйте ещё раз"}},
     Entry{CheckMarkingCodesResult::NotVerified,
-          "NotVerified",
           {u"crypto signature not confirmed", u"криптоподпись не подтверждена"},
           {u"the code is not genuine: its signature is not confirmed",
            u"код не настоящий: его подпись не подтверждена"}},
     Entry{CheckMarkingCodesResult::Expired,
-          "Expired",
           {u"expired", u"истёк срок годности"},
           {u"past its expiry date", u"срок годности истёк"}},
     Entry{CheckMarkingCodesResult::GrayZoneNotRealizable,
-          "GrayZoneNotRealizable",
           {u"grey zone, sale not permitted", u"серая зона, продажа не разрешена"},
           {u"data of this good are incomplete, it must not be sold",
            u"товар с неполными данными, продавать его не разрешено"}},
     Entry{CheckMarkingCodesResult::Sold,
-          "Sold",
           {u"already sold", u"уже продан"},
           {u"this good has been sold already", u"этот товар уже продан"}},
     Entry{CheckMarkingCodesResult::NotUtilised,
-          "NotUtilised",
           {u"code not applied to the good", u"код не нанесён на товар"},
           {u"the maker has not reported that the code is on the good",
            u"производитель не сообщил, что код нанесён на товар"}},
     Entry{CheckMarkingCodesResult::NotRealizable,
-          "NotRealizable",
           {u"not in circulation", u"не введён в оборот"},
           {u"the good is not in circulation", u"товар не введён в оборот"}},
     Entry{CheckMarkingCodesResult::NotFound,
-          "NotFound",
           {u"code not found", u"код не найден"},
           {u"the marking system has no such code", u"такого кода в системе маркировки нет"}},
     Entry{CheckMarkingCodesResult::Blocked,
-          "Blocked",
           {u"sale blocked", u"продажа заблокирована"},
           {u"this good must not be sold", u"продажа этого товара запрещена"}},
     Entry{CheckMarkingCodesResult::NotOwner,
-          "NotOwner",
           {u"registered to another owner", u"товар числится за другим владельцем"},
           {u"the good is registered to another organisation", u"товар числится за другой организацией"}},
     Entry{CheckMarkingCodesResult::GreyGtin,
-          "GreyGtin",
           {u"GTIN on the grey list", u"GTIN в сером списке"},
           {u"the good is on the grey list", u"товар в сером списке"}},
     Entry{CheckMarkingCodesResult::ZeroWeight,
-          "ZeroWeight",
           {u"zero weight", u"нулевой вес"},
           {u"the good weighs nothing in the marking system", u"вес товара в системе маркировки равен нулю"}},
     Entry{CheckMarkingCodesResult::NotTracking,
-          "NotTracking",
           {u"good not tracked", u"товар не отслеживается"},
           {u"the marking system does not track this good", u"товар не отслеживается системой маркировки"}},
 };
@@ -115,11 +99,6 @@ QStringList reasonsOf(const CheckMarkingCodesResult::CodeStatus& failed, Deal de
 }
 
 }  // namespace
-
-QStringList statusNames(CheckMarkingCodesResult::Status status)
-{
-    return textsOf(status, [](const Entry& entry) { return QString::fromUtf8(entry.name); });
-}
 
 QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal)
 {

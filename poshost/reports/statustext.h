@@ -8,9 +8,6 @@
 
 namespace poshost {
 
-/// Names of the flags that are set, as the result's enumeration has them, in the order of their values.
-[[nodiscard]] QStringList statusNames(CheckMarkingCodesResult::Status status);
-
 /// Why a code was refused in a deal, for people who know the system. That the operator did not
 /// take the key is said in place of what follows from it.
 [[nodiscard]] QStringList statusWords(const CheckMarkingCodesResult::CodeStatus& failed, Deal deal);

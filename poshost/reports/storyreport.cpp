@@ -7,7 +7,9 @@
 
 #include "poshost/language.h"
 #include "poshost/reports/explanationtext.h"
+#include "poshost/reports/statustext.h"
 #include "poshost/terminal/output.h"
+#include "result/statusnames.h"
 
 namespace poshost {
 
@@ -52,6 +54,39 @@ Decision decisionOf(const CheckStory& story)
     return decision;
 }
 
+/// "<code>: already sold, error 7", one a line.
+QString refusedLines(const CheckEnd& end)
+{
+    QString text;
+    for (const RefusedCode& refused : end.refused) {
+        QStringList reasons = statusWords(refused.why, Deal::Sale);
+        if (!refused.why.message.isEmpty()) {
+            reasons.append(u'«' + refused.why.message + u'»');
+        }
+        if (refused.why.errorCode != 0) {
+            reasons.append(said({u"error %1", u"ошибка %1"}).arg(refused.why.errorCode));
+        }
+        text += QStringLiteral("   ✗ %1: %2\n")
+                    .arg(oneLine(refused.code), oneLine(reasons.join(QLatin1String(", "))));
+    }
+    const qsizetype more = end.failed - end.refused.size();
+    return text + (text.isEmpty() || more <= 0 ? QString()
+                                               : said({u"   ✗ and %1 more\n", u"   ✗ и ещё %1\n"}).arg(more));
+}
+
+QJsonArray refusedJson(const CheckEnd& end)
+{
+    QJsonArray codes;
+    for (const RefusedCode& refused : end.refused) {
+        codes.append(QJsonObject{
+            {QStringLiteral("code"), refused.code},
+            {QStringLiteral("reasons"), QJsonArray::fromStringList(statusNames(refused.why.status))},
+            {QStringLiteral("message"), refused.why.message},
+            {QStringLiteral("errorCode"), refused.why.errorCode}});
+    }
+    return codes;
+}
+
 }  // namespace
 
 QString storyText(const CheckStory& story)
@@ -66,6 +101,7 @@ QString storyText(const CheckStory& story)
     for (const QString& code : story.codes) {
         text += QStringLiteral("   %1\n").arg(oneLine(code));
     }
+    text += story.end ? refusedLines(*story.end) : QString();
     return text + explanationText(story, decisionOf(story)) + u'\n';
 }
 
@@ -78,6 +114,7 @@ QString storyJson(const CheckStory& story)
     object.insert(QStringLiteral("outcome"), QString::fromUtf8(entryOf(story).name));
     object.insert(QStringLiteral("passed"), story.end ? QJsonValue(story.end->passed) : QJsonValue());
     object.insert(QStringLiteral("failed"), story.end ? QJsonValue(story.end->failed) : QJsonValue());
+    object.insert(QStringLiteral("refused"), story.end ? refusedJson(*story.end) : QJsonArray());
     return jsonLine(object);
 }
 

@@ -10,6 +10,7 @@
 #include <QUrl>
 
 #include "poshost/language.h"
+#include "result/checkmarkingcodesresult.h"
 #include <network/response.h>
 
 namespace poshost {
@@ -42,11 +43,19 @@ struct Step
     [[nodiscard]] bool wasDone(const char* note) const;
 };
 
+/// A code that was refused, and why: flags, message and error code.
+struct RefusedCode
+{
+    QString code;  ///< as the log has it
+    CheckMarkingCodesResult::CodeStatus why;
+};
+
 /// What a check came to, as the plug-in itself says.
 struct CheckEnd
 {
     int passed = 0;
     int failed = 0;
+    QList<RefusedCode> refused;  ///< the first of those that failed; none in a log of an older plug-in
     http::ErrorKind errorKind = http::ErrorKind::None;
     bool byModule = false;  ///< the verdicts are a local module's
     int httpStatus = 0;     ///< of the last reply of the operator; 0: none came

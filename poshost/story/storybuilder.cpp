@@ -10,6 +10,7 @@
 #include "plugin/messages.h"
 #include "poshost/story/requeststatustext.h"
 #include "poshost/terminal/output.h"
+#include "result/statusnames.h"
 #include <network/messages.h>
 
 namespace poshost {
@@ -115,6 +116,22 @@ void addNote(QList<TraceNote>& notes, const QString& line)
     }
 }
 
+/// The codes that the end of a check names with their reasons.
+QList<RefusedCode> refusedOf(const QString& text)
+{
+    static const QRegularExpression named(
+        QStringLiteral(R"((.+?) \(((?:[A-Za-z]+(?:, |(?=\))))*)(?:«([^»]*)»)?(?:, )?(-?\d+)?\)(?:, |$))"));
+    QList<RefusedCode> codes;
+    for (const auto& match : named.globalMatch(text)) {
+        RefusedCode refused{.code = match.captured(1), .why = {}};
+        refused.why.status = statusOf(match.captured(2).split(QStringLiteral(", ")));
+        refused.why.message = match.captured(3);
+        refused.why.errorCode = match.captured(4).toInt();
+        codes.append(refused);
+    }
+    return codes;
+}
+
 /// The reply that a line tells of, with the body that a good one has.
 http::Response replyOf(const QString& address, int status, const QString& error)
 {
@@ -214,9 +231,11 @@ bool StoryBuilder::addEnd(const QString& line)
         return false;
     }
     const auto reply = ofSite.match(match.captured(4));
+    const QString refused = match.captured(2);
     m_story.end = {
         .passed = match.captured(1).toInt(),
-        .failed = match.captured(2).toInt(),
+        .failed = refused.section(u':', 0, 0).toInt(),
+        .refused = refusedOf(refused.section(QStringLiteral(": "), 1)),
         .errorKind = http::ErrorKind(match.captured(3).toInt()),
         .byModule = match.captured(4) == plugin::messages::replyOfModule,
         .httpStatus = reply.captured(1).toInt(),

@@ -31,6 +31,7 @@ public:
         CheckMarkingCodesResult result;
         result.setErrorKind(kind);
         result.passedCodes = codes;
+        result.failedCodes = failed;
         return result;
     }
     void addHost(const QUrl& url, const QString& owner) override
@@ -51,6 +52,7 @@ public:
 
     Moment stopped, proceed;
     QStringList checks, registered;
+    QMap<MarkingCode, CheckMarkingCodesResult::CodeStatus> failed;  ///< what every check refuses
     std::pair<std::chrono::milliseconds, std::chrono::milliseconds> limits;
     std::function<void()> onCheck;
     QList<QUrl> hosts;

@@ -85,6 +85,38 @@ TEST_F(Verification, HandsTimeLimitsOnInMilliseconds)
     }
 }
 
+TEST_F(Verification, NamesRefusedCodesAndTheirReasonsInTheLog)
+{
+    using Result = CheckMarkingCodesResult;
+    arguments.setService("crpt");
+    arguments.setMarkingCodes({MarkingCode("Z")});
+    const auto refuse = [this](const QString& code, Result::Status status, const QString& message = {},
+                               int errorCode = 0) {
+        service.client().failed[MarkingCode(code)] = {status, message, {}, errorCode, {}};
+    };
+    const auto line = [this](const QString& refused) {
+        return "info Итог проверки: прошли 1, отказано " + refused + ", вид ошибки 0, последний ответ: нет";
+    };
+    refuse("A%1\x1d"
+           "B",
+           Result::Sold | Result::NotOwner, "not told");
+    refuse("C", Result::NotFound, {}, 7);
+    refuse("D", {}, "no\n»sale", -1);
+    (void)log.take();
+    perform(action);
+    EXPECT_EQ(log.take().last(),
+              line("3: A%1<GS>B (Sold, NotOwner), C (NotFound, 7), D («no\\u000a\"sale», -1)"));
+
+    QStringList first;
+    service.client().failed.clear();
+    for (int i = 10; i < 32; ++i) {
+        refuse(QString::number(i), Result::Expired);
+        first.append(QString::number(i) + " (Expired)");
+    }
+    perform(action);
+    EXPECT_EQ(log.take().last(), line("22: " + first.first(20).join(", ") + ", и ещё 2"));
+}
+
 TEST_F(Verification, ShowsItsProgressWhileItRuns)
 {
     struct DialogDouble : Dialog

@@ -229,6 +229,33 @@ TEST_F(FilteredStory, LeavesOutWhatWasNotAskedFor)
     }
 }
 
+TEST_F(Story, NamesRefusedCodesAndTheirReasons)
+{
+    // An older plug-in's end has their number alone.
+    write("a.log", checkAt("2026-11-21 10:30:00", "A, B, C",
+                           "прошли 0, отказано 5: A (Sold, NotOwner), B<GS>(1): (NotFound, 7), C («Нет, "
+                           "(никогда)», 3), D («»), и ещё 1, вид ошибки 0, последний ответ: нет") +
+                       checkAt("2026-11-21 10:40:00", "E",
+                               "прошли 0, отказано 1, вид ошибки 0, последний ответ: нет"));
+    const QList<QByteArray> told = linesOf(story({"--json", "a.log"}).output);
+    ASSERT_EQ(told.size(), 2);
+    const auto refused = [](const char* name, const QJsonArray& reasons, const char* message, int error) {
+        return QJsonObject{{"code", name}, {"reasons", reasons}, {"message", message}, {"errorCode", error}};
+    };
+    EXPECT_EQ(toJson({{"", onlyObject(told[0])["refused"]}}),
+              toJson({{"", QJsonArray{refused("A", {"Sold", "NotOwner"}, "", 0),
+                                      refused("B<GS>(1):", {"NotFound"}, "", 7),
+                                      refused("C", {}, "Нет, (никогда)", 3), refused("D", {}, "", 0)}}}));
+    EXPECT_EQ(onlyObject(told[0])["failed"], 5);
+    EXPECT_EQ(onlyObject(told[1])["refused"], QJsonArray());
+    EXPECT_EQ(onlyObject(told[1])["failed"], 1);
+    const QByteArray text = story({"a.log"}).output;
+    for (const char* line : {"✗ A: уже продан, товар числится за другим владельцем\n",
+                             "✗ C: «Нет, (никогда)», ошибка 3\n", "✗ и ещё 1\n"}) {
+        EXPECT_TRUE(text.contains(line)) << line << " in " << text.data();
+    }
+}
+
 TEST_F(FilteredStory, AddsUpByHourAndBySite)
 {
     const QByteArray text = story({"a.log"}).output;
