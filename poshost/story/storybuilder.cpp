@@ -30,7 +30,7 @@ struct NoteRule
 };
 
 /// The lines of the log that tell what was done.
-const QList<NoteRule>& noteRules()
+const QList<NoteRule>& noteRules()  // NOLINT(readability-function-size): a table
 {
     using namespace crpt::messages;
     static const QList<NoteRule> rules = {

@@ -9,12 +9,14 @@ namespace poshost {
 
 /// What the process tells its caller. A signal that ends it gives 128 plus its number.
 namespace exitstatus {
-inline constexpr int Good = 0;          ///< every code passed with a verdict; the servers answer
-inline constexpr int Bad = 1;           ///< some code did not pass; no server answers
-inline constexpr int Usage = 2;         ///< the command line, the configuration or a file is wrong
-inline constexpr int NotServed = 3;     ///< the plug-in is idle, cannot run or did not take the action
-inline constexpr int OutputFailed = 4;  ///< standard output could not be written
-inline constexpr int Unverified = 5;    ///< no code was refused, but some passed without a verdict
+enum : int {
+    Good = 0,          ///< every code passed with a verdict; the servers answer
+    Bad = 1,           ///< some code did not pass; no server answers
+    Usage = 2,         ///< the command line, the configuration or a file is wrong
+    NotServed = 3,     ///< the plug-in is idle, cannot run or did not take the action
+    OutputFailed = 4,  ///< standard output could not be written
+    Unverified = 5,    ///< no code was refused, but some passed without a verdict
+};
 }  // namespace exitstatus
 
 /// Ends the program early: one line for standard error (what, where, what to do) and an exit status.

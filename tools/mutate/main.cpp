@@ -160,14 +160,18 @@ QList<Mutant> mutantsOf(const Options& options)
     return mutants;
 }
 
+/// The changes that may survive, each as "FILE: CHANGE". Lines that begin with "#" or a blank explain them.
+QStringList explainedChanges(const Options& options)
+{
+    return options.explained.empty()
+               ? QStringList()
+               : QString::fromUtf8(readFile(QString::fromStdString(options.explained))).split(u'\n');
+}
+
 /// Counts what becomes of the mutants and prints those that survive without an explanation.
 std::map<Fate, int> fatesOf(const QList<Mutant>& mutants, const Options& options)
 {
-    // Lines that begin with "#" or a blank explain.
-    const QStringList explained =
-        options.explained.empty()
-            ? QStringList()
-            : QString::fromUtf8(readFile(QString::fromStdString(options.explained))).split(u'\n');
+    const QStringList explained = explainedChanges(options);
     std::map<Fate, int> fates;
     std::mutex mutex;  // guards fates, trouble and what is printed
     std::exception_ptr trouble;
