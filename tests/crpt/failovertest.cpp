@@ -1,6 +1,16 @@
 #include "crpt/failover.h"
 
+#include <array>
+
 #include "tests/crpt/crptclienttest.h"
+
+/// Has a failed row name the step.
+void PrintTo(NextStep step, std::ostream* out)
+{
+    static constexpr std::array names{"TakeReply", "PermitSale", "RetrySite",    "SkipSite",
+                                      "NextSite",  "FetchList",  "TryFirstSite", "NoToken"};
+    *out << names.at(static_cast<std::size_t>(step));
+}
 
 using http::ErrorKind;
 using testing::IsEmpty;
