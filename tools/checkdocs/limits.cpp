@@ -1,3 +1,4 @@
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -5,6 +6,19 @@
 #include "tools/checkdocs/checks.h"
 
 namespace checkdocs {
+
+namespace {
+
+/// What is wrong with what an entry names; an empty text when that file has these words.
+QString faultOf(const QString& root, const QString& file, const QString& words, const QString& otherwise)
+{
+    if (!QFileInfo(root + '/' + file).isFile()) {
+        return "tools/checkdocs/limits.json: names " + file + ", and there is no such file";
+    }
+    return !words.isEmpty() && readFile(root, file).simplified().contains(words) ? QString() : otherwise;
+}
+
+}  // namespace
 
 QStringList checkLimits(const QString& root)
 {
@@ -14,17 +28,17 @@ QStringList checkLimits(const QString& root)
     for (const QJsonValue entry : limits) {
         const QJsonObject limit = entry.toObject(), documents = limit["documents"].toObject();
         const QString source = limit["source"].toString(), constant = limit["constant"].toString();
-        if (!readFile(root, source).simplified().contains(constant)) {
-            faults.append(source + ": has no `" + constant + "`; what else says so stands in limits.json");
-        }
+        faults.append(
+            faultOf(root, source, constant,
+                    source + ": has no `" + constant + "`; what else says so stands in limits.json"));
         for (auto document = documents.begin(); document != documents.end(); ++document) {
             const QString words = document.value().toString();
-            if (words.isEmpty() || !readFile(root, document.key()).simplified().contains(words)) {
-                faults.append(document.key() + ": no longer says \"" + words + "\", as " + source +
-                              " does with `" + constant + '`');
-            }
+            faults.append(faultOf(root, document.key(), words,
+                                  document.key() + ": no longer says \"" + words + "\", as " + source +
+                                      " does with `" + constant + '`'));
         }
     }
+    faults.removeAll(QString());
     return faults;
 }
 
