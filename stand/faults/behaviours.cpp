@@ -59,6 +59,11 @@ Behaviour take(Behaviours& behaviours, Fits fits)
     return taken;
 }
 
+QString namesIn(const QStringList& keys)
+{
+    return keys.isEmpty() ? u"none"_s : keys.join(u", "_s);
+}
+
 }  // namespace
 
 void checkFaultsAreDescribed()
@@ -71,10 +76,12 @@ void checkFaultsAreDescribed()
     }
     const auto list = keysOf("behaviour"_L1);
     const QSet<QString> described(list.begin(), list.end());
-    const auto lacking = (described - keys) + (keys - described);
-    if (!lacking.isEmpty()) {
-        throw std::logic_error("described without effect, or the reverse: " +
-                               lacking.values().join(u", "_s).toStdString());
+    const auto rowless = (described - keys).values(), undescribed = (keys - described).values();
+    if (!rowless.isEmpty() || !undescribed.isEmpty()) {
+        throw std::logic_error(
+            u"faults that are described, but have no row: %1; with a row, but not described: %2"_s
+                .arg(namesIn(rowless), namesIn(undescribed))
+                .toStdString());
     }
 }
 

@@ -18,7 +18,8 @@ using Behaviour = QJsonObject;
 struct Reply
 {
     Answer answer;
-    Filler filler;                   ///< in the answer's body
+    Filler filler;  ///< in the answer's body; its place counts from the body's begin: whoever puts something
+                    ///< in front of it moves it
     QString framing;                 ///< how the body is delimited; empty: as usual
     std::optional<std::string> raw;  ///< all bytes of the reply, in place of everything above
     Exchange exchange;               ///< how the reply is sent
