@@ -23,7 +23,7 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_HOST_PACKAGE_RECOMMENDS ca-certificates)  # for TLS; a shop may have an authority of its own
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS gnuplot-nox)  # for the pictures of "poshost story"
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, ${package_doc}")  # for the pictures of "poshost story"
 set(CPACK_DEBIAN_SDK_PACKAGE_SUGGESTS ${package_doc})
 set(CPACK_DEBIAN_CONTRACTS_PACKAGE_SUGGESTS ${package_doc})
 set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)

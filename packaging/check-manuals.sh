@@ -6,6 +6,10 @@
 # and every entry is an option; the commands likewise. In all languages.
 set -euo pipefail
 
+if (($# < 1 || $# > 2)); then
+    echo "usage: check-manuals.sh BIN [MAN]" >&2
+    exit 2
+fi
 bin=$1
 pages=${2:-$(cd "$(dirname "${BASH_SOURCE[0]}")/man" && pwd)}
 status=0
