@@ -44,6 +44,7 @@ TEST(RequestStatus, IsTheNumberOfTheClassOfReply)
         {reply(402), Protocol},
         {reply(405), Protocol},
         {reply(428), Protocol},
+        {reply(430), Protocol},
         {reply(499, down), Protocol},
         {reply(403), Network},
         {reply(404), Network},
