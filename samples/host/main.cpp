@@ -49,6 +49,14 @@ bool isOperatorReachable()  // action 223
     return result && result->toString().endsWith(" true");
 }
 
+QString reasonOf(const CheckMarkingCodesResult& result, const MarkingCode& code)
+{
+    const auto failed = result.failedCodes.value(code);
+    const auto kind = QString::number(static_cast<int>(result.errorKind()));
+    return QString(" (kind %1, flags 0x%2, \"%3\")")
+        .arg(kind, QString::number(failed.status.toInt(), 16), failed.message);
+}
+
 bool sell(const MarkingCode& code, const QString& key)  // action 253
 {
     const control::Action action(control::EActionType::VerifyMarking);
@@ -60,8 +68,13 @@ bool sell(const MarkingCode& code, const QString& key)  // action 253
     Singleton<ActionDispatcher>::instance()->perform(action);
     const CheckMarkingCodesResult result = check.verifyResult();
     const bool isSold = result.passedCodes.contains(code) && !result.failedCodes.contains(code);
-    const bool isPermitted = result.errorKind() == http::ErrorKind::SalePermitted;
-    say((!isSold ? "refused: " : isPermitted ? "sold without a verdict: " : "sold: ") + code.toReadable());
+    if (!isSold) {
+        say("refused: " + code.toReadable() + reasonOf(result, code));
+    } else if (result.errorKind() == http::ErrorKind::SalePermitted) {
+        say("sold without a verdict: " + code.toReadable());
+    } else {
+        say("sold: " + code.toReadable());
+    }
     return isSold;
 }
 
@@ -69,6 +82,10 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 3) {
+        std::cerr << "usage: host PLUGIN SETTINGS CODE...\n";
+        return 2;
+    }
     contracts::registerMetaTypes();
     Log4Qt::LogSettings log;
     log.level = Log4Qt::Level::Error;
@@ -90,6 +107,10 @@ int main(int argc, char** argv)
             isAllSold = sell(MarkingCode(code), settings.getList("Shop:keys").value(0)) && isAllSold;
         }
         loader.plugin()->deinit();
+    } else {
+        say("the plug-in is idle");
     }
-    return loader.unload() && isAllSold ? 0 : 1;
+    const bool isUnloaded = loader.unload();
+    say(isUnloaded ? "unloaded" : "the plug-in stays loaded");
+    return isUnloaded && isAllSold ? 0 : 1;
 }
