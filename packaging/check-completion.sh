@@ -60,7 +60,7 @@ completes "poshost doctor --lang " en ru
 completes "poshost --scenario black" blackout blackout-alone
 completes "poshost --scenario=cal" calm
 completes "poshost --log-level w" warn
-completes "poshost story --only " trouble
+completes "poshost story --only " permitted refused trouble
 completes "poshost story $folder/tw" "$folder/two words.ini"
 completes "poshost --config $folder/tw" "$folder/two words.ini"
 completes "poshost verify --codes-file $folder/" "$folder/two words.ini"
@@ -74,7 +74,7 @@ fish_completes "poshost ver" verify
 fish_completes "poshost verify --re" --refund --request-timeout
 fish_completes "poshost --scenario black" blackout blackout-alone
 fish_completes "poshost verify --codes-file $folder/two" "$folder/two words.ini"
-fish_completes "poshost story --only tr" trouble
+fish_completes "poshost story --only re" refused
 fish_completes "poshost story $folder/two" "$folder/two words.ini"
 fish_completes "marksim --log-level w" warning
 fish_completes "poshost --log-level w" warn

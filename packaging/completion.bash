@@ -11,7 +11,7 @@ _crptservice_tools_values() {
         # Both programs ship the same ones; marksim takes a file, too.
         mapfile -t COMPREPLY < <(compgen -W "$("${program/%marksim/poshost}" scenarios 2>/dev/null | sed 's/ .*//')" -- "$current")
         ;;
-    --only) mapfile -t COMPREPLY < <(compgen -W "trouble" -- "$current") ;;
+    --only) mapfile -t COMPREPLY < <(compgen -W "trouble refused permitted" -- "$current") ;;
     --lang) mapfile -t COMPREPLY < <(compgen -W "en ru" -- "$current") ;;
     --color) mapfile -t COMPREPLY < <(compgen -W "always never auto" -- "$current") ;;
     --service) mapfile -t COMPREPLY < <(compgen -W "crpt turon esm" -- "$current") ;;

@@ -8,7 +8,7 @@ function __crptservice_tools_values --argument-names program option line
         case --color
             printf '%s\n' always never auto
         case --only
-            echo trouble
+            printf '%s\n' trouble refused permitted
         case --service
             printf '%s\n' crpt turon esm
         case --log-level

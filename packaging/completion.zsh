@@ -17,7 +17,7 @@ _crptservice_tools() {
         case $previous in
         --lang) compadd en ru ;;
         --color) compadd always never auto ;;
-        --only) compadd trouble ;;
+        --only) compadd trouble refused permitted ;;
         --service) compadd crpt turon esm ;;
         --log-level)
             if [[ $line == *'{'* ]]; then

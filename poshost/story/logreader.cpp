@@ -45,12 +45,27 @@ void tellUnread(const LogFiles& files)
     }
 }
 
+bool isOfKind(const CheckStory& story, Only only)
+{
+    switch (only) {
+    case Only::Any:
+        break;
+    case Only::Trouble:
+        return story.isTrouble();
+    case Only::Refused:
+        return story.outcome() == Outcome::Refused;
+    case Only::Permitted:
+        return story.outcome() == Outcome::Permitted;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool StoryFilter::fits(const CheckStory& story) const
 {
     return (!since.isValid() || story.begin >= since) && (!until.isValid() || story.begin < until) &&
-           (!onlyTrouble || story.isTrouble()) &&
+           isOfKind(story, only) &&
            std::any_of(story.codes.begin(), story.codes.end(),
                        [this](const QString& each) { return each.contains(code); });
 }
@@ -62,6 +77,8 @@ LogReader::LogReader(StoryFilter filter)
 
 void LogReader::add(const LogLine& line)
 {
+    m_first = m_first.isValid() ? std::min(m_first, line.at) : line.at;
+    m_last = m_last.isValid() ? std::max(m_last, line.at) : line.at;
     if (codesOfBegin(line.text)) {
         close(line.thread);
         m_open.insert(line.thread, {line.at, {}});
@@ -106,7 +123,7 @@ void LogReader::close(const QString& thread)
     }
 }
 
-QList<CheckStory> readLogs(const QStringList& names, const StoryFilter& filter)
+LogChecks readLogs(const QStringList& names, const StoryFilter& filter)
 {
     const LogFiles files = openFiles(names);
     LogReader reader(filter);
@@ -117,15 +134,15 @@ QList<CheckStory> readLogs(const QStringList& names, const StoryFilter& filter)
         }
     }
     tellUnread(files);
-    QList<CheckStory> checks = reader.takeChecks();
+    QList<CheckStory> wanted = reader.takeChecks();
     if (reader.withoutBegin() > 0) {
         printNote(QStringLiteral("story: checks left out because their begin is not in these logs: %1")
                       .arg(reader.withoutBegin()));
     }
-    if (reader.seen() == 0) {
+    if (reader.seen() == 0 && reader.first().isValid()) {
         printNote(QStringLiteral("story: no check in these logs; [Log] level must be info or debug"));
     }
-    return checks;
+    return {std::move(wanted), reader.seen(), reader.first(), reader.last()};
 }
 
 }  // namespace poshost

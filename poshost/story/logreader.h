@@ -11,13 +11,16 @@
 
 namespace poshost {
 
+/// Of what kind they are wanted.
+enum class Only { Any, Trouble, Refused, Permitted };
+
 /// Which checks are wanted.
 struct StoryFilter
 {
     QDateTime since;  ///< they began then or later; invalid: always
     QDateTime until;  ///< they began before; invalid: always
     QString code;     ///< part of one of their codes; empty: any
-    bool onlyTrouble = false;
+    Only only = Only::Any;
 
     [[nodiscard]] bool fits(const CheckStory& story) const;
 };
@@ -39,6 +42,9 @@ public:
     [[nodiscard]] int withoutBegin() const { return m_withoutBegin; }
     /// Checks in all, also those that were not wanted.
     [[nodiscard]] qint64 seen() const { return m_seen; }
+    /// Times of the oldest and the newest line; invalid without any.
+    [[nodiscard]] const QDateTime& first() const { return m_first; }
+    [[nodiscard]] const QDateTime& last() const { return m_last; }
 
 private:
     struct OpenCheck
@@ -54,11 +60,22 @@ private:
     QList<CheckStory> m_checks;
     int m_withoutBegin = 0;
     qint64 m_seen = 0;
+    QDateTime m_first;
+    QDateTime m_last;
+};
+
+/// What logs hold.
+struct LogChecks
+{
+    QList<CheckStory> wanted;
+    qint64 seen = 0;  ///< checks in all
+    QDateTime first;  ///< the period of the lines
+    QDateTime last;
 };
 
 /// Reads the files, in whatever order they are given, the oldest first. What could not be read is told on
 /// standard error. Throws FatalError for a file that is none, for logs of which nothing can be read, and for
 /// a signal.
-[[nodiscard]] QList<CheckStory> readLogs(const QStringList& names, const StoryFilter& filter);
+[[nodiscard]] LogChecks readLogs(const QStringList& names, const StoryFilter& filter);
 
 }  // namespace poshost

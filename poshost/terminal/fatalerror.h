@@ -35,6 +35,13 @@ private:
     QByteArray m_line;
 };
 
+/// Whoever read standard output has closed it.
+class ReaderGone : public FatalError
+{
+public:
+    using FatalError::FatalError;
+};
+
 /// Throws a FatalError with exitstatus::Usage.
 [[noreturn]] void refuse(const QString& line);
 

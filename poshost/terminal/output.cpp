@@ -85,9 +85,13 @@ void printOut(const QString& text)
 void printOut(const QByteArray& bytes)
 {
     if (const int error = writeAll(STDOUT_FILENO, bytes); error != 0) {
-        throw FatalError(exitstatus::OutputFailed,
-                         QStringLiteral("standard output: %1: the result is lost, write it somewhere else")
-                             .arg(systemError(error)));
+        const QString what =
+            QStringLiteral("standard output: %1: the result is lost, write it somewhere else")
+                .arg(systemError(error));
+        if (error == EPIPE) {
+            throw ReaderGone(exitstatus::OutputFailed, what);
+        }
+        throw FatalError(exitstatus::OutputFailed, what);
     }
 }
 

@@ -8,7 +8,7 @@
 namespace poshost {
 
 /// Writes `text` to standard output in UTF-8, whole. Throws FatalError (exitstatus::OutputFailed) when that
-/// is impossible: a full disk, a reader that has gone.
+/// is impossible: a full disk; ReaderGone when the reader has gone.
 void printOut(const QString& text);
 /// The same with bytes that are UTF-8 already.
 void printOut(const QByteArray& bytes);

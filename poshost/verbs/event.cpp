@@ -59,6 +59,11 @@ void addEvent(CommandLine& line)
         ->type_name("")
         ->required()
         ->check(CLI::Range(0, maxEvent));
+    verb->footer(
+        "Exit status: 0 the events were sent, 2 the command line or the configuration is wrong, 3 the "
+        "plug-in\n"
+        "is idle or cannot run, 4 standard output could not be written, 128 plus the number of a signal\n"
+        "that ended it.");
 }
 
 }  // namespace poshost

@@ -96,6 +96,10 @@ void addPing(CommandLine& line)
     CLI::App* verb = line.addVerb("ping", "Ask whether any of the operator's servers answers",
                                   [json](const Options& options) { return runPing(options, *json); });
     verb->add_flag("--json", *json, "Print one JSON object instead of a line");
+    verb->footer(
+        "Exit status: 0 some server answers, 1 none does, 2 the command line or the configuration is wrong,\n"
+        "3 the plug-in is idle, cannot run or did not take the action, 4 standard output could not be\n"
+        "written, 128 plus the number of a signal that ended it.");
 }
 
 }  // namespace poshost

@@ -21,7 +21,10 @@ int listScenarios()
 
 void addScenarios(CommandLine& line)
 {
-    line.addVerb("scenarios", "List the stand's scenarios", [](const Options&) { return listScenarios(); });
+    line.addVerb("scenarios", "List the stand's scenarios", [](const Options&) { return listScenarios(); })
+        ->footer(
+            "Exit status: 0 they were listed, 2 the command line is wrong, 4 standard output could not be "
+            "written.");
 }
 
 void addVerbs(CommandLine& line)

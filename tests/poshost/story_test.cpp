@@ -3,18 +3,9 @@
 #include <QRegularExpression>
 #include <QXmlStreamReader>
 
-#include "tests/poshost/poshostrun.h"
+#include "tests/poshost/storytest.h"
 
 namespace {
-
-const QString code = "RU-401301-AAA0277031";
-
-QList<QByteArray> linesOf(const QByteArray& text)
-{
-    QList<QByteArray> lines = text.split('\n');
-    lines.removeAll({});
-    return lines;
-}
 
 /// What a check's story and its explanation have in common: all but the times.
 QJsonObject factsOf(QJsonObject story)
@@ -28,44 +19,6 @@ QJsonObject factsOf(QJsonObject story)
     }
     return {{"before", story["before"]}, {"steps", steps}, {"decision", story["decision"]}};
 }
-
-/// Logs that real checks have written.
-class Story : public testing::Test
-{
-protected:
-    [[nodiscard]] QString path(const QString& name) const { return mFolder.filePath(name); }
-
-    void write(const QString& name, const QByteArray& content) const
-    {
-        QFile file(path(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
-
-    [[nodiscard]] QByteArray content(const QString& name) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
-        return file.readAll();
-    }
-
-    /// Has a scenario's check written to the log of that name, and returns what it printed.
-    QJsonObject check(const QString& scenario, const QString& log, const QByteArray& level = "debug") const
-    {
-        write("till.ini", "[MarkedGoods]\nmarkverifycrptservice = crpt\n[Log]\nlevel = " + level +
-                              "\nfile = " + path(log).toUtf8() + '\n');
-        return onlyObject(poshost({"--config", path("till.ini"), "--scenario", scenario, "verify",
-                                   "--explain", "--json", "--request-timeout", "1", code})
-                              .output);
-    }
-
-    [[nodiscard]] ProcessOutcome story(const QStringList& arguments, const QByteArray& input = {}) const
-    {
-        return runProcess("env", QStringList{"-C", mFolder.path(), POSHOST_PATH, "story"} + arguments, input,
-                          cleanEnvironment());
-    }
-
-    const QTemporaryDir mFolder;
-};
 
 TEST_F(Story, TellsOfEachCheckWhatItsExplanationTold)
 {
@@ -172,98 +125,6 @@ TEST_F(Story, TellsTheResultAtLevelInfoToo)
     EXPECT_TRUE(
         told["decision"]["text"].toString().endsWith(" (HTTP 200, " + explained["url"].toString() + ')'))
         << qPrintable(told["decision"]["text"].toString());
-}
-
-/// Begin and end of a check, as another host's log has them.
-QByteArray checkAt(const QByteArray& time, const QByteArray& checked, const QByteArray& end)
-{
-    return time + ",100 INFO [0x7f01] [crptclient] Проверка кодов маркировок: [" + checked + "]\n" + time +
-           ",350 [0x7f01] INFO crptservice - Итог проверки: " + end + '\n';
-}
-
-/// Four checks on three days, the second a refusal, the third permitted without a verdict, the fourth
-/// offline.
-class FilteredStory : public Story
-{
-protected:
-    FilteredStory()
-    {
-        const QByteArray site = "последний ответ: HTTP 200 https://site.example/api/v4/true-api/codes/check";
-        write(
-            "a.log",
-            checkAt("2026-11-20T23:59:59", "0104<GS>93a, B", "прошли 2, отказано 0, вид ошибки 0, " + site) +
-                checkAt("2026-11-21 10:30:00", "B", "прошли 0, отказано 1, вид ошибки 0, " + site) +
-                checkAt("2026-11-21 11:00:00", "C",
-                        "прошли 1, отказано 0, вид ошибки 1, последний ответ: нет") +
-                checkAt("2026-11-22 00:00:00", "D",
-                        "прошли 1, отказано 0, вид ошибки 0, последний ответ: ЛМЧЗ"));
-    }
-};
-
-TEST_F(FilteredStory, LeavesOutWhatWasNotAskedFor)
-{
-    const std::pair<QStringList, QByteArray> cases[] = {
-        {{}, "20 21 21 22"},
-        {{"--since", "2026-11-21"}, "21 21 22"},
-        {{"--until", "2026-11-21"}, "20 21 21"},
-        {{"--since", "2026-11-21T10:30", "--until", "2026-11-21 11:00:00"}, "21"},
-        {{"--since", "2026-11-21T10:30:01"}, "21 22"},
-        {{"--code", "B"}, "20 21"},
-        {{"--code", "0104\\x1d93"}, "20"},
-        {{"--only", "trouble"}, "21 22"},
-        {{"--only", "trouble", "--code", "D"}, "22"},
-        {{"--since", "2027-01-01"}, ""},
-    };
-    for (const auto& [options, days] : cases) {
-        QList<QByteArray> told;
-        for (const QByteArray& each : linesOf(story(QStringList{"--json", "a.log"} + options).output)) {
-            told.append(onlyObject(each)["begin"].toString().mid(8, 2).toUtf8());
-        }
-        EXPECT_EQ(told.join(' '), days) << options.join(' ').toStdString();
-    }
-    for (const QStringList& wrong : {QStringList{"a.log", "--since", "yesterday"},
-                                     {"a.log", "--only", "bad"},
-                                     {"a.log", "--json", "--metrics"},
-                                     {}}) {
-        EXPECT_EQ(story(wrong).exitStatus, 2) << wrong.join(' ').toStdString();
-    }
-}
-
-TEST_F(Story, NamesRefusedCodesAndTheirReasons)
-{
-    // An older plug-in's end has their number alone.
-    write("a.log", checkAt("2026-11-21 10:30:00", "A, B, C",
-                           "прошли 0, отказано 5: A (Sold, NotOwner), B<GS>(1): (NotFound, 7), C («Нет, "
-                           "(никогда)», 3), D («»), и ещё 1, вид ошибки 0, последний ответ: нет") +
-                       checkAt("2026-11-21 10:40:00", "E",
-                               "прошли 0, отказано 1, вид ошибки 0, последний ответ: нет"));
-    const QList<QByteArray> told = linesOf(story({"--json", "a.log"}).output);
-    ASSERT_EQ(told.size(), 2);
-    const auto refused = [](const char* name, const QJsonArray& reasons, const char* message, int error) {
-        return QJsonObject{{"code", name}, {"reasons", reasons}, {"message", message}, {"errorCode", error}};
-    };
-    EXPECT_EQ(toJson({{"", onlyObject(told[0])["refused"]}}),
-              toJson({{"", QJsonArray{refused("A", {"Sold", "NotOwner"}, "", 0),
-                                      refused("B<GS>(1):", {"NotFound"}, "", 7),
-                                      refused("C", {}, "Нет, (никогда)", 3), refused("D", {}, "", 0)}}}));
-    EXPECT_EQ(onlyObject(told[0])["failed"], 5);
-    EXPECT_EQ(onlyObject(told[1])["refused"], QJsonArray());
-    EXPECT_EQ(onlyObject(told[1])["failed"], 1);
-    const QByteArray text = story({"a.log"}).output;
-    for (const char* line : {"✗ A: уже продан, товар числится за другим владельцем\n",
-                             "✗ C: «Нет, (никогда)», ошибка 3\n", "✗ и ещё 1\n"}) {
-        EXPECT_TRUE(text.contains(line)) << line << " in " << text.data();
-    }
-}
-
-TEST_F(FilteredStory, AddsUpByHourAndBySite)
-{
-    const QByteArray text = story({"a.log"}).output;
-    for (const char* row : {"2026-11-21 10:00 +1 +25.0% +1 +0 +0 +0 +250 мс", "Всего +4 +100.0% +1 +1 +1 +0 ",
-                            "https://site.example +2 +50.0% +0 +— +0\n", "локальный модуль +1 +25.0%",
-                            "Кодов: прошли 3, отказано 1, без проверки 1\n"}) {
-        EXPECT_TRUE(QString(text).contains(QRegularExpression(row))) << row << " in " << text.data();
-    }
 }
 
 TEST_F(Story, GivesMetricsForATextfileCollector)
