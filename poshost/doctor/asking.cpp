@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 
 #include "poshost/language.h"
+#include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>
 
@@ -146,6 +147,10 @@ constexpr Words brokenCaFile = {
     {u"the file of trusted certificates cannot be read", u"файл доверенных сертификатов не читается"},
     {u"name a PEM file in [Network] caFile or take the line out",
      u"назовите в [Network] caFile файл PEM или уберите строку"}};
+constexpr Words noSystemCertificates = {
+    "ca-file",
+    {u"the system has no trusted certificates", u"в системе нет доверенных сертификатов"},
+    {u"install the package ca-certificates", u"установите пакет ca-certificates"}};
 constexpr Words tooLarge = {
     "reply-too-large",
     {u"the reply is over the limit [Network] maxReplyBytes", u"ответ больше предела [Network] maxReplyBytes"},
@@ -172,7 +177,8 @@ const Words& tlsWords(const http::Transport& transport)
                     [fault](const auto& row) { return row.first <= fault && fault <= row.last; });
     }
     if (transport.detail.contains(QLatin1String("setting certificate"))) {  // libcurl's words
-        return brokenCaFile;
+        const QString file = Singleton<Config>::instance()->getString(QStringLiteral("Network:caFile"));
+        return file.isEmpty() ? noSystemCertificates : brokenCaFile;
     }
     return transport.certificateEnd.isValid() ? wrongName : noHandshake;
 }

@@ -41,14 +41,22 @@ QString oneLine(const QString& text)
     return utils::printable(text.simplified());
 }
 
-QString line(const Finding& finding, bool colours)
+/// Empty for the file of the settings, which stands above or before it.
+QString subjectOf(const Finding& finding, const Report& report)
+{
+    return finding.subject == report.settingsFile ? QString() : oneLine(finding.subject);
+}
+
+QString line(const Finding& finding, const Report& report, bool colours)
 {
     const Mark& mark = marks.at(size_t(finding.level));
     const QString sign = QString::fromUtf16(mark.sign);
     QString text = colours ? QString::fromUtf16(mark.colour) + sign + QLatin1String("\x1b[0m") : sign;
     const bool isPlaced = finding.line > 0 && finding.level != Level::Good;
     const QString place = isPlaced ? said({u", line %1", u", строка %1"}).arg(finding.line) : QString();
-    text += QStringLiteral(" %1%2: %3\n").arg(oneLine(finding.subject), place, oneLine(finding.text));
+    const QString subject = subjectOf(finding, report) + place;
+    text += QStringLiteral(" %1%2\n").arg(subject.isEmpty() ? subject : subject + QLatin1String(": "),
+                                          oneLine(finding.text));
     if (!finding.advice.isEmpty()) {
         text += QStringLiteral("    → %1\n").arg(oneLine(finding.advice));
     }
@@ -115,7 +123,7 @@ QString toText(const Report& report, bool colours)
     for (const Heading& heading : headings) {
         QString lines;
         for (const Finding& finding : report.findings) {
-            lines += finding.area == heading.area ? line(finding, colours) : QString();
+            lines += finding.area == heading.area ? line(finding, report, colours) : QString();
         }
         if (heading.area == Area::Sites) {
             lines += siteTable(report.sites);
@@ -135,16 +143,22 @@ QString toText(const Report& report, bool colours)
 
 QString toLines(const Report& report)
 {
+    const auto place = [](const Finding& finding) { return std::max(1, finding.line); };
+    QList<Finding> findings = report.findings;
+    std::stable_sort(findings.begin(), findings.end(),
+                     [&](const Finding& one, const Finding& other) { return place(one) < place(other); });
     QString text;
-    for (const Finding& finding : report.findings) {
+    for (const Finding& finding : std::as_const(findings)) {
         if (finding.level == Level::Good) {
             continue;
         }
+        const QString subject = subjectOf(finding, report);
         const QString advice = finding.advice.isEmpty() ? QString() : QLatin1String("; ") + finding.advice;
-        text += QStringLiteral("%1:%2: %3%4: %5%6\n")
-                    .arg(oneLine(report.settingsFile), QString::number(std::max(1, finding.line)),
+        text += QStringLiteral("%1:%2: %3%4%5%6\n")
+                    .arg(oneLine(report.settingsFile), QString::number(place(finding)),
                          finding.level == Level::Note ? said({u"note: ", u"замечание: "}) : QString(),
-                         oneLine(finding.subject), oneLine(finding.text), advice);
+                         subject.isEmpty() ? subject : subject + QLatin1String(": "), oneLine(finding.text),
+                         oneLine(advice));
     }
     return text;
 }

@@ -9,6 +9,7 @@
 
 #include "poshost/language.h"
 #include "poshost/settings/address.h"
+#include "poshost/settings/certificates.h"
 #include "poshost/settings/knownkeys.h"
 
 namespace doctor {
@@ -84,7 +85,7 @@ QString faultOfFile(const KnownKey& key, const QString& value)
         return said(
             {u"there is no such file, or it cannot be read", u"нет такого файла, или его нельзя прочитать"});
     }
-    const bool isPem = key.name != QLatin1String("caFile") || file.readAll().contains("-----BEGIN ");
+    const bool isPem = key.name != QLatin1String("caFile") || holdsCertificates(value);
     return isPem ? QString() : said({u"these are no certificates in PEM", u"это не сертификаты в виде PEM"});
 }
 

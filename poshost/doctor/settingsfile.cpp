@@ -1,3 +1,7 @@
+#include <cerrno>
+
+#include <unistd.h>
+
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -55,10 +59,16 @@ bool readSettings(const QString& file, Config& config, Report& report)
     report.settingsFile = file;
     const QFileInfo info(file);
     report.isFileMissing = !info.isFile() || !info.isReadable();
+    if (report.isFileMissing && ::access(QFile::encodeName(file).constData(), R_OK) != 0 && errno == EACCES) {
+        report.add(Level::Bad, Area::Settings, "unreadable-file", file,
+                   said({u"this user may not read the file", u"этому пользователю читать файл не разрешено"}),
+                   said({u"run poshost as the till's user, or with sudo",
+                         u"запустите poshost от имени пользователя кассы или через sudo"}));
+        return false;
+    }
     if (report.isFileMissing) {
         report.add(Level::Bad, Area::Settings, "missing-file", file,
-                   said({u"there is no such file, or it cannot be read",
-                         u"нет такого файла, или его нельзя прочитать"}),
+                   said({u"there is no such file", u"нет такого файла"}),
                    said({u"name another file", u"назовите другой файл"}));
         return false;
     }

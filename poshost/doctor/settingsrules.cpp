@@ -75,6 +75,12 @@ void Rules::checkHosts()
     for (const QString& host : std::as_const(m_hosts)) {
         const QUrl url = addressOf(host);
         anyAskable |= isAskable(url);
+        if (url.host().endsWith(QLatin1String(".example"))) {
+            note(Area::Hosts, "placeholder-host", m_host, "hosts",
+                 said({u"%1 is an example: write the address that the operator gave",
+                       u"%1 — пример: впишите адрес, который выдал оператор"})
+                     .arg(url.host()));
+        }
         if (isOverheard(url) && !m_keys.isEmpty()) {
             bad(Area::Hosts, "key-overheard", m_host, "hosts",
                 said({u"the key will go to %1 in the open", u"ключ уйдёт на %1 открытым текстом"})
@@ -92,6 +98,8 @@ void Rules::checkHosts()
 
 void Rules::checkKeys()
 {
+    // A UUID of version 4 with nothing in it.
+    static const QRegularExpression placeholder(QStringLiteral("^0{8}-0{4}-[04]0{3}-[08]0{3}-0{12}$"));
     if (m_keys.isEmpty()) {
         bad(Area::Keys, "no-keys", m_host, "keys",
             said({u"no API key: every code will be sold without a check",
@@ -100,6 +108,11 @@ void Rules::checkKeys()
                   u"выпустите ключ в личном кабинете оператора и впишите его"}));
     }
     for (qsizetype i = 0; i < m_keys.size(); ++i) {
+        if (m_keys[i].contains(placeholder)) {
+            note(Area::Keys, "placeholder-key", m_host, "keys",
+                 said({u"the key of zeros is an example: write the one from your account with the operator",
+                       u"ключ из нулей — пример: впишите ключ из личного кабинета оператора"}));
+        }
         judgeKeyText(m_findings, m_host, "keys", m_keys[i],
                      said({u" %1 of %2", u" %1 из %2"}).arg(i + 1).arg(m_keys.size()));
     }

@@ -13,6 +13,7 @@
 
 #include "contracts/service.h"
 #include "poshost/settings/address.h"
+#include "poshost/settings/certificates.h"
 #include "poshost/settings/knownkeys.h"
 #include "poshost/terminal/fatalerror.h"
 #include "poshost/terminal/input.h"
@@ -75,14 +76,22 @@ void checkAddress(const QString& key, const QString& text, const QUrl& url, cons
     }
 }
 
+void checkCertificates(const QString& file)
+{
+    if (file.isEmpty()) {
+        return;
+    }
+    const bool isReadable = QFileInfo(file).isFile() && QFileInfo(file).isReadable();
+    if (!isReadable || !doctor::holdsCertificates(file)) {
+        refuse(QStringLiteral("settings, [Network] caFile = %1: %2; name a PEM file or leave it out")
+                   .arg(file, isReadable ? QStringLiteral("no certificates in PEM")
+                                         : QStringLiteral("no readable file")));
+    }
+}
+
 void checkNetwork(const Config& config)
 {
-    if (const QString file = config.getString(key("Network", "caFile"));
-        !file.isEmpty() && !(QFileInfo(file).isFile() && QFileInfo(file).isReadable())) {
-        refuse(QStringLiteral(
-                   "settings, [Network] caFile = %1: no readable file; name a PEM file or leave it out")
-                   .arg(file));
-    }
+    checkCertificates(config.getString(key("Network", "caFile")));
     if (const QString proxy = config.getString(key("Network", "proxy"));
         !proxy.isEmpty() && doctor::addressOf(proxy).host().isEmpty()) {
         refuse(QStringLiteral(

@@ -68,6 +68,7 @@ TEST(BadInput, SettingsAreRefusedBeforeAnythingIsMade)
         {log + "/new/till.log\n", "/new/till.log: No such file or directory"},
         {"[LMCHZ1]\nenable = true\nurl = 127.0.0.1:5995\n", "[LMCHZ1] url: \"127.0.0.1:5995\" is no http"},
         {"[Host]\nrequestTimeout = 5s\n", "[Host] requestTimeout = 5s"},
+        {"[Network]\ncaFile = " PLUGIN_PATH "\n", "no certificates in PEM; name a PEM file or leave it out"},
         {"[Network]\nproxy = http://\n", "[Network] proxy"},
         {"[Network]\nmaxReplyBytes = 0\n", "[Network] maxReplyBytes"},
     };

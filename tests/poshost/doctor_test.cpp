@@ -165,7 +165,7 @@ namespace {
 
 const QByteArray goodSettings = "[MarkedGoods]\n"
                                 "[Host]\n"
-                                "hosts = https://markirovka.example\n"
+                                "hosts = https://operator.shop\n"
                                 "keys = key-number-one,key-number-two\n"
                                 "[LMCHZ1]\n"
                                 "enable = true\n"

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+namespace doctor {
+
+/// Whether the file can be read and has a certificate in PEM: any other is of no use as [Network] caFile.
+[[nodiscard]] bool holdsCertificates(const QString& file);
+
+}  // namespace doctor
