@@ -19,6 +19,7 @@
 #include "contracts/metatypes.h"
 #include "tests/soak/footprint.h"
 #include "tests/soak/till.h"
+#include <log4qt/logmanager.h>
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/task.h>
@@ -225,16 +226,29 @@ void print(const Counts& counts)
               << '\n';
 }
 
-int soak(std::chrono::seconds length, unsigned seed)
+/// What is logged from now on goes into the file.
+void logTo(const std::string& file)
+{
+    QString error;
+    if (!Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = QString::fromStdString(file)},
+                                       &error)) {
+        throw std::runtime_error(error.toStdString());
+    }
+}
+
+int soak(std::chrono::seconds length, unsigned seed, const std::string& logFile)
 {
     const MarkSim stand(MarkSim::startApart());
+    logTo("/dev/null");
     // The first rounds fill what is kept for good: Qt's tables, libcurl, the allocator's arenas.
     const auto warmUp = std::max<std::chrono::seconds>(length / 4, 5s);
     Soak(stand, seed).run(warmUp);
     const Footprint before = Footprint::now();
     std::cout << "seed " << seed << "; after " << warmUp.count() << " s: " << before << std::endl;
+    logTo(logFile);
     Soak soak(stand, seed + 1000);
     soak.run(length);
+    (void)Log4Qt::LogManager::flush(10s);
     const Footprint after = Footprint::now();
     std::cout << "after " << length.count() << " s more: " << after << '\n';
     print(soak.counts);
@@ -267,9 +281,11 @@ int main(int argc, char** argv)
     app.add_option("--seconds", seconds, "How long, after a warm-up of a quarter of it")
         ->check(CLI::Range(1, 1'000'000));
     app.add_option("--seed", seed, "Of the choices; the threads' timing is not repeated by it");
+    std::string logFile = "/dev/null";
+    app.add_option("--log", logFile, "File for what the plug-in says after the warm-up");
     CLI11_PARSE(app, argc, argv);
     try {
-        return soak(std::chrono::seconds(seconds), seed);
+        return soak(std::chrono::seconds(seconds), seed, logFile);
     } catch (const std::exception& error) {
         std::cerr << "soak: " << error.what() << '\n';
         return 2;

@@ -3,7 +3,6 @@
 #include <stdexcept>
 
 #include "contracts/initverifyservice.h"
-#include <log4qt/logmanager.h>
 #include <orvex/actiondispatcher.h>
 #include <orvex/activitynotifier.h>
 #include <orvex/basicplugin.h>
@@ -13,7 +12,6 @@ Till::Till(const MarkSim& stand, std::chrono::seconds moduleTimeout)
     : m_stand(stand)
     , m_loader(QStringLiteral(PLUGIN_PATH))
 {
-    Log4Qt::LogManager::configure({.level = Log4Qt::Level::Debug, .file = "/dev/null"});
     for (const char* key : {"url", "user", "password", "token"}) {
         m_settings.set(QString("LMCHZ:") + key, stand.module()[key].toString());
     }
