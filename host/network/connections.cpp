@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <QFile>
+#include <openssl/crypto.h>
 
 namespace {
 
@@ -13,12 +14,26 @@ namespace {
 constexpr long maxIdleSeconds = 15;
 constexpr long keepAliveSeconds = 5;
 
+/// What OpenSSL keeps for a thread would go with the thread, but whoever waits for a QThread goes on a moment
+/// before that, maybe to the end of the process. It is made anew when it is needed.
+void letGoOfThread()
+{
+    OPENSSL_thread_stop();
+}
+
+CURLcode initialise()
+{
+    const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
+    letGoOfThread();
+    return code;
+}
+
 }  // namespace
 
 Connections::Connections(const QString& caFile, const QString& proxy)
     : m_throughProxy(!proxy.isEmpty())
 {
-    [[maybe_unused]] static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+    [[maybe_unused]] static const CURLcode initialised = initialise();
     m_prototype.reset(curl_easy_init());
     CURL* easy = m_prototype.get();  // null without memory: then nothing is set
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
@@ -47,6 +62,13 @@ Connections::Connections(const QString& caFile, const QString& proxy)
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, &Connections::closeSocket);
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+}
+
+Connections::~Connections()
+{
+    m_multi.reset();
+    m_prototype.reset();
+    letGoOfThread();
 }
 
 CurlEasy Connections::newHandle() const
