@@ -93,11 +93,13 @@ void Rules::check(const Step& check)
     }
 }
 
+static bool contains(const std::vector<int>& codes, int code)
+{
+    return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
 void Rules::recordVerdicts(const Answer& answer, const std::vector<int>& requested)
 {
-    const auto contains = [](const std::vector<int>& codes, int code) {
-        return std::find(codes.begin(), codes.end(), code) != codes.end();
-    };
     std::vector<int> passed;
     std::map<QString, std::pair<std::array<qint64, 5>, QString>>
         failed;  // flags, error code, whole body; message

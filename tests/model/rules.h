@@ -51,6 +51,7 @@ private:
 
     int updateInfo();
     int runUpdate();
+    void install(Sites found);
     Sites sitesOf(int host);
     std::vector<int> siteList(int host, const QString& key);
     Sites measure(const std::vector<int>& listed, const QString& key);

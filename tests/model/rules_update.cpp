@@ -84,20 +84,25 @@ int Rules::runUpdate()
     if (m_world.monotonic() >= *m_updateEnd) {
         log(Warn, "Обновление списка площадок прервано через %1 сек.", updateSeconds);
     }
-    if (found.empty()) {
-        log(Warn, "Не удалось обновить список площадок");
-        m_updateSucceeded = false;
-    } else {
-        std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a->time < b->time; });
-        m_sites = found;
-        m_updateSucceeded = true;
-        log(Info, "Выбрана CDN: %1 (%2 мс)", addresses[found[0]->address], found[0]->time);
-    }
+    install(found);
     m_updateEnd.reset();
     for (const QString& notice : notices) {
         notify(notice);
     }
     return 3;
+}
+
+void Rules::install(Sites found)
+{
+    if (found.empty()) {
+        log(Warn, "Не удалось обновить список площадок");
+        m_updateSucceeded = false;
+        return;
+    }
+    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a->time < b->time; });
+    m_sites = found;
+    m_updateSucceeded = true;
+    log(Info, "Выбрана CDN: %1 (%2 мс)", addresses[found[0]->address], found[0]->time);
 }
 
 Rules::Sites Rules::sitesOf(int host)

@@ -94,7 +94,7 @@ TEST_F(Verification, NamesRefusedCodesAndTheirReasonsInTheLog)
                                int errorCode = 0) {
         service.client().failed[MarkingCode(code)] = {status, message, {}, errorCode, {}};
     };
-    const auto line = [this](const QString& refused) {
+    const auto line = [](const QString& refused) {
         return "info Итог проверки: прошли 1, отказано " + refused + ", вид ошибки 0, последний ответ: нет";
     };
     refuse("A%1\x1d"
