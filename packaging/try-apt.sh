@@ -74,11 +74,13 @@ cat >order.json <<'SCENARIO'
 {"servers": {"site-2": {"behaviours": [{"method": "health", "latencyMs": 100}]},
              "site-3": {"behaviours": [{"method": "health", "latencyMs": 200}]}}}
 SCENARIO
-marksim --key 00000000-0000-4000-8000-000000000000 --scenario order.json >ready.json &
+# In place of the key of zeros, which doctor knows as an example.
+key=6b1f4c52-93d7-4e08-a1c6-5d2e9f7b0000
+marksim --key "$key" --scenario order.json >ready.json &
 until [[ -s ready.json ]]; do sleep 0.1; done
 url() { grep -o "\"name\":\"$1\"[^}]*" ready.json | grep -o 'http://[0-9.:]*'; }
 sed -e "s|https://markirovka.example|$(url operator-1)|" -e "s|http://127.0.0.1:5995|$(url module-1)|" \
-    -e 's|^enable = false|enable = true|' /usr/share/doc/crptservice/examples/till.ini >till.ini
+    -e 's|^enable = false|enable = true|' -e "s|00000000-0000-4000-8000-000000000000|$key|" /usr/share/doc/crptservice/examples/till.ini >till.ini
 install -D till.ini /etc/xdg/crptservice/poshost.ini
 INSIDE
 (cd "$root" && follow ./docs/*.md)
