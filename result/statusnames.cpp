@@ -43,7 +43,7 @@ QStringList statusNames(Result::Status status)
     return names;
 }
 
-Result::Status statusOf(const QStringList& names)
+Result::Status statusFromNames(const QStringList& names)
 {
     Result::Status status;
     for (const Flag& flag : flags) {

@@ -8,4 +8,4 @@
 [[nodiscard]] QStringList statusNames(CheckMarkingCodesResult::Status status);
 
 /// The flags of these names; what is none is left out. Pure.
-[[nodiscard]] CheckMarkingCodesResult::Status statusOf(const QStringList& names);
+[[nodiscard]] CheckMarkingCodesResult::Status statusFromNames(const QStringList& names);

@@ -14,9 +14,9 @@ namespace {
 constexpr long maxIdleSeconds = 15;
 constexpr long keepAliveSeconds = 5;
 
-/// What OpenSSL keeps for a thread would go with the thread, but whoever waits for a QThread goes on a moment
-/// before that, maybe to the end of the process. It is made anew when it is needed.
-void letGoOfThread()
+/// Frees what OpenSSL keeps for this thread; OpenSSL makes it anew when it is needed. It would be freed as
+/// the thread ends, but QThread::wait() returns a moment before that, and the process may end then.
+void freeThreadState()
 {
     OPENSSL_thread_stop();
 }
@@ -24,7 +24,7 @@ void letGoOfThread()
 CURLcode initialise()
 {
     const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
-    letGoOfThread();
+    freeThreadState();
     return code;
 }
 
@@ -68,7 +68,7 @@ Connections::~Connections()
 {
     m_multi.reset();
     m_prototype.reset();
-    letGoOfThread();
+    freeThreadState();
 }
 
 CurlEasy Connections::newHandle() const

@@ -27,7 +27,7 @@ public:
     /// `caFile`: PEM file with the trusted certificates, empty for the system's. `proxy`: its URL, empty for
     /// none.
     Connections(const QString& caFile, const QString& proxy);
-    /// Closes them all, and lets go of what OpenSSL keeps for this thread.
+    /// Closes them all, and frees what OpenSSL keeps for this thread.
     ~Connections();
     Connections(const Connections&) = delete;
     Connections& operator=(const Connections&) = delete;

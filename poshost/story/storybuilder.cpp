@@ -124,7 +124,7 @@ QList<RefusedCode> refusedOf(const QString& text)
     QList<RefusedCode> codes;
     for (const auto& match : named.globalMatch(text)) {
         RefusedCode refused{.code = match.captured(1), .why = {}};
-        refused.why.status = statusOf(match.captured(2).split(QStringLiteral(", ")));
+        refused.why.status = statusFromNames(match.captured(2).split(QStringLiteral(", ")));
         refused.why.message = match.captured(3);
         refused.why.errorCode = match.captured(4).toInt();
         codes.append(refused);

@@ -29,7 +29,7 @@ TEST(CashierWords, EveryFlagHasAReasonOfItsOwn)
         const QRegularExpressionMatch match = found.next();
         const auto status = Result::Status::fromInt(match.captured(2).toUInt(nullptr, 16));
         EXPECT_EQ(statusNames(status), QStringList(match.captured(1)));
-        EXPECT_EQ(statusOf({match.captured(1)}), status);
+        EXPECT_EQ(statusFromNames({match.captured(1)}), status);
         const Result::CodeStatus failed{status, {}, {}, 0, {}};
         EXPECT_EQ(statusWords(failed, Deal::Sale).size(), 1);
         ASSERT_EQ(cashierWords(failed, Deal::Sale).size(), 1);
