@@ -20,8 +20,12 @@ bool isWorthParsing(const QByteArray& body)
     if (body.size() <= alwaysParsed) {
         return true;
     }
-    const qsizetype containers = body.count('{') + body.count('[');
-    return containers * containerBytes + body.count(',') * valueBytes <= maxGrowth * body.size();
+    qsizetype bytes = 0;
+    for (const char c : body) {
+        const bool beginsContainer = c == '{' || c == '[';
+        bytes += beginsContainer ? containerBytes : c == ',' ? valueBytes : 0;
+    }
+    return bytes <= maxGrowth * body.size();
 }
 
 }  // namespace
