@@ -13,7 +13,7 @@ struct AttemptOutcome
     RequestStatus reply = RequestStatus::Ok;
     bool isCausedHere = false;    ///< a failure that is not the site's: a header that cannot be sent, a
                                   ///< reply over our limit, a cancelled exchange
-    bool hasReplyBegun = false;   ///< the site has sent a status: of those, only with a reply over our limit
+    bool hasReplyBegun = false;   ///< the site has sent a status, as it has with a reply over our limit
     bool isRetrySpent = false;    ///< the cross-border retry of this call
     bool isBudgetSpent = false;   ///< the time for all attempts together
     bool hasAnotherSite = false;  ///< one that may be asked, besides this one
@@ -23,14 +23,14 @@ struct AttemptOutcome
 
 /// What a failover does next. From NextSite on the site is ejected first: it goes into quarantine.
 enum class NextStep {
-    TakeReply,     ///< the reply is the result
+    TakeReply,     ///< the reply is the result; codes that it does not mention fail
     PermitSale,    ///< the reply is the result, and the sale is permitted without a verdict
     RetrySite,     ///< ask the same site again
-    SkipSite,      ///< ask the next one; this one stays in service
+    SkipSite,      ///< ask the next one; this one stays in service: its reply was over our limit
     NextSite,      ///< ask the next one
     FetchList,     ///< no site is left: fetch the list, and begin anew if it brings any
     TryFirstSite,  ///< no site is left and the list was fetched: begin anew if there is one all the same
-    NoToken,       ///< no site is left, and there is no key to fetch the list with
+    NoToken,       ///< no site is left, and this call has found no key to fetch the list with
 };
 
 /// The rule of the failover. Pure.
@@ -48,6 +48,9 @@ inline constexpr std::chrono::minutes quarantinePeriod{15};
 ///
 /// When the list is fetched: before the turn whenever no site is available, unless updateInfoInterval holds
 /// the search back; in the turn when the last site has failed, unless an update of this call has finished.
+///
+/// A call that finds no site while another one fetches the list waits for that, off its budget, and fetches
+/// it itself if there is still none. A call that waits for its turn meanwhile spends its budget.
 class Failover
 {
 public:

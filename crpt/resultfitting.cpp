@@ -55,7 +55,7 @@ void failAll(CheckMarkingCodesResult& result, const QList<MarkingCode>& requeste
 void fitToErrorKind(CheckMarkingCodesResult& result, const QList<MarkingCode>& requested)
 {
     if (result.errorKind() == http::ErrorKind::None && result.passedCodes == requested) {
-        return;  // all of them have passed, as they mostly do
+        return;  // all that were requested have passed, as they mostly do
     }
     switch (result.errorKind()) {
     case http::ErrorKind::None:

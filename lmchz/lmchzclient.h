@@ -69,8 +69,8 @@ public:
 
     /// Checks codes at the module of `token`. The result holds the requested codes only, as they were given,
     /// and of the module's reply only passedCodes, failedCodes, requestInfos and mrps; a code that the module
-    /// did not answer for is in none of them. When the module is not ready or does not answer, a copy of
-    /// `onlineResult`.
+    /// did not answer for is in none of them, and a reply without results is a success without codes. When
+    /// the module is not ready or does not answer, a copy of `onlineResult`.
     virtual CheckMarkingCodesResult checkMarkingCodes(const CheckMarkingCodesResult& onlineResult,
                                                       const QList<MarkingCode>& codes, const QString& token);
 

@@ -27,7 +27,8 @@ void add(QMap<MarkingCode, Value>& target, const QMap<MarkingCode, Value>& addit
     }
 }
 
-/// Adds what `partial` says of codes; the later word on a code replaces the earlier.
+/// Adds what `partial` says of codes. Of two refusals of a code the later one stays; a code that one result
+/// passes and another refuses is in both containers.
 void gather(CheckMarkingCodesResult& whole, const CheckMarkingCodesResult& partial)
 {
     whole.passedCodes += partial.passedCodes;

@@ -116,6 +116,7 @@ public:
     }
 
     QList<MarkingCode> passedCodes;  ///< in the order found; may hold a code twice
+    /// A reply that names a code twice may have it here and in passedCodes; isSuccess() is false then.
     QMap<MarkingCode, CodeStatus> failedCodes;
     QMap<MarkingCode, RequestInfo> requestInfos;  ///< for passed and failed codes
     std::optional<bool> success;                  ///< explicit verdict, for the host to set

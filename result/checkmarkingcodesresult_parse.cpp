@@ -21,6 +21,7 @@ struct FlagField
 
 constexpr FlagField blockedField = {QLatin1String("isBlocked"), Result::Blocked, true};
 constexpr FlagField grayZoneField = {QLatin1String("grayZone"), Result::GrayZoneNotRealizable, true};
+/// All that apply are set; their order has no meaning.
 constexpr FlagField flagFields[] = {
     blockedField,
     {QLatin1String("isGreyGtin"), Result::GreyGtin, true},

@@ -5,7 +5,8 @@
 /// What a reply of the operator means for the request that it answers.
 enum class RequestStatus : int {
     Ok = 0,
-    /// A complete reply that does not say "ok"; taken as it is all the same.
+    /// A complete reply that does not say "ok", or whose body is no JSON object; taken as it is all the same.
+    /// A code that it does not mention fails then.
     Failed = 1,
     /// The site is overloaded or out of order.
     ServerError = 2,

@@ -10,7 +10,7 @@ enum class ErrorKind : int {
     SalePermitted = 1,
     /// No site could be reached because of network faults, or the last update of the site list failed.
     Unreachable = 2,
-    /// The site list could not be fetched because no token for it is set.
+    /// The last site failed, and its list could not be fetched anew because no token for it is set.
     NoToken = 3,
 };
 
