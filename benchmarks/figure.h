@@ -59,7 +59,7 @@ void draw(const Figure& figure, const QString& svgFile);
 [[nodiscard]] Figure measureReply();
 /// How the instructions of what is done with a result grow with the number of codes.
 [[nodiscard]] Figure measureGrowth();
-/// Checks while sites are dead, against two load balancers and a bare libcurl walk.
+/// Checks while sites are dead, against two load balancers and a bare libcurl loop.
 [[nodiscard]] Figure measureFailover();
 /// What the plug-in does while nothing is asked of it.
 [[nodiscard]] Figure measureIdle();

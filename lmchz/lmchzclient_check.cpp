@@ -18,7 +18,7 @@ QJsonObject checkBody(const QList<MarkingCode>& codes)
     return {{QStringLiteral("cis_list"), list}};
 }
 
-/// Not QMap::insert(map), which walks through all of the target for each addition.
+/// Not QMap::insert(map), which goes through all of the target for each addition.
 template <class Value>
 void add(QMap<MarkingCode, Value>& target, const QMap<MarkingCode, Value>& addition)
 {

@@ -66,8 +66,8 @@ void FairMutex::runUnlocked(Action action)
     std::unique_lock lock(m_mutex);
     if (m_holder == std::this_thread::get_id()) {
         m_actions.push_back(std::move(action));
-        return;
+    } else {
+        lock.unlock();
+        run(action);
     }
-    lock.unlock();
-    run(action);
 }

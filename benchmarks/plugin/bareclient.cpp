@@ -52,7 +52,7 @@ void BareClient::check(const QString& url, const QList<MarkingCode>& codes)
     }
 }
 
-void BareClient::walk(const std::vector<QString>& urls, const QByteArray& body)
+void BareClient::postInTurn(const std::vector<QString>& urls, const QByteArray& body)
 {
     curl_easy_setopt(m_handle, CURLOPT_TIMEOUT, 2L);
     if (std::none_of(urls.begin(), urls.end(), [&](const QString& url) { return isPosted(url, body); })) {

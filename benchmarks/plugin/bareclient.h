@@ -29,7 +29,7 @@ public:
     void check(const QString& url, const QList<MarkingCode>& codes);
     /// Posts to one site after the other, up to 2 s each as the till does, until one says 200, and throws
     /// when none does: the least that a failover over dead sites takes, since nothing is remembered of them.
-    void walk(const std::vector<QString>& urls, const QByteArray& body);
+    void postInTurn(const std::vector<QString>& urls, const QByteArray& body);
 
     /// The body that the plug-in sends for these codes.
     [[nodiscard]] static QByteArray bodyOf(const QList<MarkingCode>& codes);

@@ -43,7 +43,7 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
     Till till(sites);
     for (int warmUp = 0; warmUp < 2; ++warmUp) {
         till.check(codes);
-        toSites.walk(urls, body);
+        toSites.postInTurn(urls, body);
         toNginx.post(nginx.ownUrl(), body);
         toHaproxy.post(haproxy.ownUrl(), body);
     }
@@ -55,7 +55,7 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
         [&] { measure(times["plug-in"], [&] { return till.check(codes); }); },
         [&] { measure(times["nginx"], post(toNginx, nginx.codesCheckUrl())); },
         [&] { measure(times["HAProxy"], post(toHaproxy, haproxy.codesCheckUrl())); },
-        [&] { times["libcurl"].first.push_back(microseconds([&] { toSites.walk(urls, body); })); }};
+        [&] { times["libcurl"].first.push_back(microseconds([&] { toSites.postInTurn(urls, body); })); }};
     std::rotate(turns.begin(), turns.begin() + round % static_cast<int>(turns.size()), turns.end());
     for (const auto& turn : turns) {
         turn();
@@ -67,7 +67,7 @@ void play(Sites& sites, Sites::Fault fault, int dead, int round, std::map<QStrin
 
 Figure measureFailover()
 {
-    Figure figure{"A check of one code while sites are dead, against load balancers and a bare libcurl walk",
+    Figure figure{"A check of one code while sites are dead, against load balancers and a bare libcurl loop",
                   "plug-in", "other"};
     Sites sites(siteCount);
     sites.setReply(replyFor(codesOf(1)));

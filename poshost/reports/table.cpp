@@ -117,15 +117,15 @@ qsizetype verdictWidthOf(const QList<Row>& rows)
 qsizetype codeWidth(const QList<Row>& rows, const Style& style)
 {
     qsizetype longest = 0;
-    qsizetype longestRemark = 0;
+    qsizetype maxRemarkSize = 0;
     for (const Row& row : rows) {
         longest = std::max(longest, row.code.size());
-        longestRemark = std::max(longestRemark, row.remarks.size());
+        maxRemarkSize = std::max(maxRemarkSize, row.remarks.size());
     }
     if (style.width == 0) {
         return std::min(longest, maxPadding);
     }
-    const qsizetype left = style.width - verdictWidthOf(rows) - 2 - longestRemark;
+    const qsizetype left = style.width - verdictWidthOf(rows) - 2 - maxRemarkSize;
     return std::min(longest, std::max({left, qsizetype(style.width / 3), minCode}));
 }
 

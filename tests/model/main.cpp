@@ -17,9 +17,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr unsigned secondsForOne = 10;         ///< of real time: whatever takes longer hangs
-constexpr std::uint64_t fewestForAll = 50000;  ///< in so many runs everything that can happen happens
-constexpr size_t allKinds = 71;                ///< how many things can happen
+constexpr unsigned secondsForOne = 10;          ///< of real time: whatever takes longer hangs
+constexpr std::uint64_t minRunsForAll = 50000;  ///< in so many runs everything that can happen happens
+constexpr size_t allKinds = 71;                 ///< how many things can happen
 
 struct Options
 {
@@ -99,7 +99,7 @@ bool sumUp(const Options& options, const Tally& tally, qint64 milliseconds)
     std::cout << "seed " << options.seed << ": " << options.runs << " runs, " << tally.checks << " checks, "
               << tally.requests << " requests, " << kinds << " of " << allKinds << " kinds of events, "
               << std::fixed << std::setprecision(1) << double(milliseconds) / 1000 << " s, no difference\n";
-    return kinds == allKinds || options.runs < fewestForAll;
+    return kinds == allKinds || options.runs < minRunsForAll;
 }
 
 int run(const Options& options)

@@ -38,7 +38,7 @@ constexpr auto maxUpdateTime = 4s;
 /// What a check with this operation time-out may take at most: a search for sites, before its turn and in it,
 /// each behind those of the other threads; its budget; the same time again for its turn at the local module,
 /// which is then asked for its status and for the codes; and what a loaded machine adds.
-constexpr std::chrono::seconds longestCheck(std::chrono::seconds operationTimeout)
+constexpr std::chrono::seconds maxCheckTime(std::chrono::seconds operationTimeout)
 {
     constexpr auto schedulingTime = 2s;
     return 2 * threadCount * maxUpdateTime + 2 * operationTimeout + 2 * moduleTimeout + schedulingTime;
@@ -148,7 +148,7 @@ private:
         const auto result = m_till->verify(codes, operationTimeout, requestTimeout);
         const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         ++counts.checks;
-        counts.late += took > longestCheck(operationTimeout);
+        counts.late += took > maxCheckTime(operationTimeout);
         counts.overOwnLimit += took > operationTimeout;
         for (qint64 slowest = counts.slowestMs;
              took.count() > slowest && !counts.slowestMs.compare_exchange_weak(slowest, took.count());) {
