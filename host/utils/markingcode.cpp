@@ -12,18 +12,27 @@ namespace {
 
 constexpr char groupSeparator = 0x1D;
 
+bool areDigits(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
+
 /// The text that `text` encodes in strict Base64, or an empty text when it encodes none.
 QString fromBase64(QStringView text)
 {
-    if (text.size() % 4 != 0 || text.isEmpty() || text.front().isDigit()) {
-        return {};  // what begins with a digit decodes to no 7-bit text
+    if (text.size() % 4 != 0 || text.isEmpty() || areDigits(text.first(2))) {
+        return {};
     }
     const QByteArray latin = text.toLatin1();
     const QByteArray decoded = QByteArray::fromBase64(latin);
-    const bool isText = std::all_of(decoded.begin(), decoded.end(),
-                                    [](char c) { return c == groupSeparator || (c >= ' ' && c <= '~'); });
     // Encoding it again tells whether alphabet, padding and the unused bits were as the encoding has them.
-    return isText && decoded.toBase64() == latin ? QString::fromLatin1(decoded) : QString();
+    if (!decoded.isValidUtf8() || decoded.toBase64() != latin) {
+        return {};
+    }
+    const QString plain = QString::fromUtf8(decoded);
+    const bool isText = std::all_of(plain.begin(), plain.end(),
+                                    [](QChar c) { return c == QLatin1Char(groupSeparator) || c.isPrint(); });
+    return isText ? plain : QString();
 }
 
 QStringView withoutLeadingFnc1(QStringView text)
@@ -37,11 +46,6 @@ QStringView withoutLeadingFnc1(QStringView text)
         }
         text = text.sliced(form->size());
     }
-}
-
-bool areDigits(QStringView text)
-{
-    return std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
 /// Length of the serial at the start of `rest`, which has no GS.

@@ -19,6 +19,7 @@ const std::pair<QByteArray, QByteArray> codes[] = {
     {"04601234567893ABCDEFGAAABCDEF", "04601234567893ABCDEFG"},              // a pack of tobacco
     {gs1("21ABCDEFG|8005123456|93dGVz"), gs1("21ABCDEFG")},                  // a block of them
     {"RU-401301-AAA7277031", "RU-401301-AAA7277031"},                        // fur
+    {gs1("215Абц!&|93вЯы"), gs1("215Абц!&")},  // a scanner with the Russian layout
     // A scanner set up without separators
     {gs1("215Abc!&93dGVz"), gs1("215Abc!&")},
     {gs1("215AbcdEFgh123491EE0592" + signature), gs1("215AbcdEFgh1234")},
@@ -54,12 +55,13 @@ TEST(Code, IsDecodedFromStrictBase64Only)
     }
     EXPECT_EQ(MarkingCode("QUJD").toString(), "ABC");
     EXPECT_EQ(MarkingCode("QUJDRA==").toString(), "ABCD");
+    EXPECT_EQ(MarkingCode("46Gw").toString(), "46Gw") << "two digits begin a code";
 }
 
 TEST(Code, IsTheSameWhenItIsMadeOfItsOwnTextAgain)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {"UVVKRA==", "ABC"}, {"]d2QUJD", "ABC"}, {"XWQyUVVKRA==", "ABC"}, {"0ZE=", "0ZE="}, {"", ""}};
+        {"UVVKRA==", "ABC"}, {"]d2QUJD", "ABC"}, {"XWQyUVVKRA==", "ABC"}, {"0ZE=", "ё"}, {"", ""}};
     for (const auto& [text, canonical] : cases) {
         const MarkingCode code{QString(text)};
         EXPECT_EQ(code.toString(), canonical) << text;

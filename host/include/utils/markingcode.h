@@ -13,8 +13,8 @@
 ///
 /// The type holds one canonical text, and the constructor takes either of the two forms in which codes
 /// travel:
-///  - a text that is strict standard Base64 (length, alphabet, padding, no stray bits) and decodes to
-///    characters of 7-bit text (GS or 0x20 to 0x7E), at least one, stands for the decoded text;
+///  - a text that is strict standard Base64 (length, alphabet, padding, no stray bits) of printable text in
+///    UTF-8, GS included, and does not begin with two digits stands for the decoded text;
 ///  - any other text stands for itself.
 /// A leading FNC1, as a scanner reports it ("]d2", "]C1", "]Q3" or GS), is not part of the canonical text.
 ///
@@ -22,11 +22,11 @@
 /// is a cis(): `MarkingCode(code.toString()) == code` and `MarkingCode(code.cis()).toString() == code.cis()`
 /// hold for every code.
 ///
-/// The two forms cannot be mistaken for each other in the codes in use: a text that begins with a digit
-/// decodes to a first byte above 0x7F, a code such as "RU-401301-AAA7277031" holds a character outside the
-/// alphabet, and a long code of letters alone decodes to bytes that are no 7-bit text. A made-up code that is
-/// Base64 of a text ("QUJD" of "ABC") is one and the same code with that text, for till, operator and module
-/// alike.
+/// The two forms cannot be mistaken for each other in the codes in use: they begin with two digits, as no
+/// Base64 of Latin or Russian text does, or hold a character outside the alphabet, such as
+/// "RU-401301-AAA7277031", and a long code of letters alone decodes to bytes that are no text. A made-up code
+/// that is Base64 of a text ("QUJD" of "ABC") is one and the same code with that text, for till, operator and
+/// module alike.
 ///
 /// Equality, ordering and hash are those of the canonical text. A value type; threads as for QString.
 class ORVEX_EXPORT MarkingCode
