@@ -66,14 +66,16 @@ QStringList listedSites(const QJsonArray& listed, const Log4Qt::Logger* logger)
     return sites;
 }
 
-/// Adds the sites that no other host has brought.
-void addNew(CDNInfos& sites, const CDNInfos& found)
+/// Adds a host's sites. Of one that another host has brought, too, the faster record counts.
+void addSites(CDNInfos& sites, const CDNInfos& found)
 {
     for (const auto& site : found) {
-        const bool isKnown = std::any_of(sites.cbegin(), sites.cend(),
-                                         [&](const auto& known) { return known->host == site->host; });
-        if (!isKnown) {
+        const auto known = std::find_if(sites.begin(), sites.end(),
+                                        [&](const auto& other) { return other->host == site->host; });
+        if (known == sites.end()) {
             sites.append(site);
+        } else if (*site < **known) {
+            *known = site;
         }
     }
 }
@@ -88,13 +90,11 @@ CrptClient::UpdateInfoStatus CrptClient::updateInfo()
         logger->warn(messages::noKeys);
         return UpdateInfoStatus::NoKeys;
     }
-    if (updateRunning.exchange(true)) {
-        logger->debug(messages::updateRunning);
+    if (!beginUpdate()) {
         return UpdateInfoStatus::AlreadyRunning;
     }
-    Notices notices = {tr::Tr()};  // withdraws an earlier one
+    Notices notices;
     try {
-        logger->info(messages::updateBegins);
         replaceList(notices);
     } catch (...) {
         logger->error(messages::updateBroken);
@@ -109,6 +109,20 @@ bool CrptClient::hasKeys() const
 {
     const QMutexLocker lock(&keysMutex);
     return !keys.isEmpty();
+}
+
+/// False when another update is running.
+bool CrptClient::beginUpdate()
+{
+    if (!updateRunning) {
+        logger->info(messages::updateBegins);
+        deliver({tr::Tr()});  // withdraws an earlier notice; its listeners may ask for an update
+        if (!updateRunning.exchange(true)) {
+            return true;
+        }
+    }
+    logger->debug(messages::updateRunning);
+    return false;
 }
 
 void CrptClient::replaceList(Notices& notices)
@@ -127,7 +141,7 @@ void CrptClient::replaceList(Notices& notices)
     });
     CDNInfos sites;
     for (const QUrl& host : known) {
-        addNew(sites, sitesOf(host));
+        addSites(sites, sitesOf(host));
         if (isTokenRefused(host)) {
             logger->error(messages::tokenRefused);
             notices.append(tokenNotice());

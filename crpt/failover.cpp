@@ -122,6 +122,7 @@ bool Failover::waitForTurn()
         return true;
     }
     m_client.logger->warn(messages::budgetSpent, qint64(m_operationTimeout.count()));
+    m_response.setTimeout(true);
     m_response.setErrorKind(http::ErrorKind::SalePermitted);
     return false;
 }

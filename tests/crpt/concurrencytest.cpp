@@ -114,6 +114,7 @@ TEST_F(ClientInSeveralThreads, OneFailoverAtATimeAndAWaitingCheckGivesUpAtItsOwn
     ASSERT_TRUE(stopped.isAsked());
     const http::Response late = request(milliseconds(50));
     EXPECT_EQ(late.errorKind(), ErrorKind::SalePermitted);
+    EXPECT_TRUE(late.isTimeout());
     EXPECT_EQ(late.status(), 0);
     EXPECT_EQ(log.take().last(), "warn Суммарное время ожидания ответа от сервера превысило 50 мсек.");
     EXPECT_FALSE(ends(first, milliseconds(0)));
@@ -225,15 +226,17 @@ TEST_F(ClientInSeveralThreads, NoticesAreSentWhenNothingIsHeldThatACheckNeeds)
     }
 }
 
-TEST_F(ClientInSeveralThreads, ACheckThatComesBeforeTheStartWaitsForNothing)
+TEST_F(ClientInSeveralThreads, AnUpdateWithdrawsNoNoticeThatComesWhileItRuns)
 {
-    make();
-    relist({"s1"});
-    check("s1", {says(200, ok)});
-    EXPECT_EQ(request(milliseconds(1)).status(), 200);
-    const int clients = http.clientsSetUp();
-    client->onStart();
-    EXPECT_EQ(http.clientsSetUp(), clients + 1);
+    startWithSites({"s1"});
+    check("s1", {says(401)});
+    info({[this](const SentRequest&) {
+        (void)requestElsewhere().get();
+        return reply(500);
+    }});
+    const BlockingHost host({});
+    client->updateInfo();
+    EXPECT_EQ(host.notices, QStringList({"", "crptIncorrectTokenErrorNotification"}));
 }
 
 TEST_F(ClientInSeveralThreads, ItsEndWaitsForAnEventThatItIsHandling)

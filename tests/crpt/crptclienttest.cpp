@@ -98,6 +98,17 @@ TEST_F(CrptClientTest, MayBeAskedByWhoeverReadsTheLog)
     EXPECT_GT(lines, 0);
 }
 
+TEST_F(CrptClientTest, ServesACheckThatComesBeforeItsStart)
+{
+    make();
+    relist({"s1"});
+    check("s1", {says(200, ok)});
+    EXPECT_EQ(request(milliseconds(1)).status(), 200);
+    const int clients = http.clientsSetUp();
+    client->onStart();
+    EXPECT_EQ(http.clientsSetUp(), clients + 1);
+}
+
 TEST_F(CrptClientTest, GivesTheUrlsOfItsHostsInUrlOrder)
 {
     CrptClient several;

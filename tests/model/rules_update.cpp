@@ -63,18 +63,21 @@ int Rules::runUpdate()
         return 2;
     }
     log(Info, "Получение списка CDN-площадок");
+    notify(noNotice);
     m_updateEnd = m_world.monotonic() + updateSeconds * 1'000'000'000;
-    QStringList notices = {noNotice};
+    QStringList notices;
     Sites found;
     for (const auto& [host, owner] : m_hosts) {
         for (const auto& site : sitesOf(host)) {
-            const bool known = std::any_of(found.begin(), found.end(), [&](const auto& earlier) {
+            const auto known = std::find_if(found.begin(), found.end(), [&](const auto& earlier) {
                 return earlier->address == site->address;
             });
-            if (!known) {
+            if (known == found.end()) {
                 found.push_back(site);
+            } else {
+                ++m_coverage["site of two hosts"];
+                *known = site->time < (*known)->time ? site : *known;
             }
-            m_coverage["site of two hosts"] += known;
         }
         if (m_incorrectToken.contains(host) && m_incorrectToken.at(host)) {
             log(Error, "Ошибка авторизации");
