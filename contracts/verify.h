@@ -99,7 +99,8 @@ public:
     void setRequestTimeout(std::chrono::seconds timeout) const { write(requestTimeoutKey, timeout); }
 
     static constexpr QLatin1String operationTimeoutKey{"operationTimeout"};
-    /// Time allowed for the turn and the requests, not for searches for sites; 0 leaves it to the service.
+    /// Time allowed for the check's turn and what is done in it, not for a search for sites before it. A
+    /// local module is waited for as long again. 0 leaves it to the service.
     [[nodiscard]] std::chrono::seconds operationTimeout() const
     {
         return read<std::chrono::seconds>(operationTimeoutKey);

@@ -26,7 +26,8 @@ enum class NextStep {
     TakeReply,     ///< the reply is the result; codes that it does not mention fail
     PermitSale,    ///< the reply is the result, and the sale is permitted without a verdict
     RetrySite,     ///< ask the same site again
-    SkipSite,      ///< ask the next one; this one stays in service: its reply was over our limit
+    SkipSite,      ///< ask the next one; this one stays in service: its reply was over our limit, and its
+                   ///< status tells nothing else. Without another site that reply is taken
     NextSite,      ///< ask the next one
     FetchList,     ///< no site is left: fetch the list, and begin anew if it brings any
     TryFirstSite,  ///< no site is left and the list was fetched: begin anew if there is one all the same
@@ -43,14 +44,18 @@ inline constexpr std::chrono::minutes quarantinePeriod{15};
 /// says.
 ///
 /// What counts into the budget: the wait for another call's turn (its list updates included), every attempt,
-/// and list updates between attempts. What does not: a search for sites before the turn has come, whoever
-/// makes it. Once such searches have taken as long as one list update may take, there is no further one.
+/// and list updates between attempts, which it does not cut short. What does not: a search for sites before
+/// the turn has come, whoever makes it. Once such searches have taken as long as one list update may take,
+/// there is no further one.
 ///
 /// When the list is fetched: before the turn whenever no site is available, unless updateInfoInterval holds
 /// the search back; in the turn when the last site has failed, unless an update of this call has finished.
 ///
 /// A call that finds no site while another one fetches the list waits for that, off its budget, and fetches
 /// it itself if there is still none. A call that waits for its turn meanwhile spends its budget.
+///
+/// Past the last site of the list the call ends with the reply that it has: a site further up that was passed
+/// over, or is back in service just then, is for the next call.
 class Failover
 {
 public:

@@ -14,7 +14,7 @@ enum class RequestStatus : int {
     CrossBorderUnavailable = 3,
     /// The operator has declared an emergency: goods may be sold without a check.
     Emergency = 4,
-    /// The API key was refused.
+    /// The API key was refused; the reply is taken as it is, so the codes fail, and the cashier is told.
     IncorrectToken = 5,
     /// The site does not understand the request.
     ProtocolError = 6,
