@@ -1,5 +1,6 @@
 #include "tests/crpt/crptclienttest.h"
 
+#include <future>
 #include <stdexcept>
 
 CrptClientTest::Answer CrptClientTest::answers(const http::Response& response)
@@ -86,6 +87,53 @@ TEST_F(CrptClientTest, UpdatesAgainAfterAnUpdateThatBrokeOff)
     EXPECT_EQ(log.take().last(), "info Выбрана CDN: http://s2 (10 мс)");
 }
 
+TEST_F(CrptClientTest, ACheckThatIsHeldBackGoesByTheListReplyOfTheUpdateThatRuns)
+{
+    const Settings settings{{"CRPT:updateInfoInterval", "4000000"}};  // longer than the machine is up
+    http::Response cut = lists({"s2"})({}), late = cut;
+    cut.setNetworkError(true);
+    late.setTimeout(true);
+    const std::pair<http::Response, http::ErrorKind> cases[] = {
+        {lists({"s2"})({}), http::ErrorKind::SalePermitted},
+        {cut, http::ErrorKind::Unreachable},
+        {late, http::ErrorKind::Unreachable}};
+    for (const auto& [list, kind] : cases) {
+        startWithSites({"s1"});
+        check("s1", {says(500)});
+        info({says(500), answers(list)});
+        client->updateInfo();  // fails
+        std::optional<http::ErrorKind> heldBack;
+        http.script("s2" + base + "/cdn/health/check", {[&](const SentRequest&) {
+                        heldBack = std::async([this] { return request(); }).get().errorKind();
+                        return reply(500);
+                    }});
+        (void)request();
+        EXPECT_EQ(heldBack, kind);
+    }
+}
+
+/// A client whose searches find sites, but tell that it has no key: another thread has made them available.
+struct KeylessClient : CrptClient
+{
+    UpdateInfoStatus updateInfo() override
+    {
+        (void)CrptClient::updateInfo();
+        return UpdateInfoStatus::NoKeys;
+    }
+};
+
+TEST_F(CrptClientTest, EndsAtTheLastSiteWhenItsSearchHasFoundNoKey)
+{
+    client = std::make_unique<KeylessClient>();
+    client->addHost(QUrl("http://op1"), "owner");
+    client->addKey("key", "owner");
+    relist({"s1"});
+    check("s1", {says(500)});
+    EXPECT_EQ(request().errorKind(), http::ErrorKind::NoToken);
+    EXPECT_EQ(log.take().last(),
+              "warn Токен для проверки доступных площадок не задан. Товар не будет добавлен");
+}
+
 TEST_F(CrptClientTest, MayBeAskedByWhoeverReadsTheLog)
 {
     int lines = 0;
@@ -137,6 +185,7 @@ TEST_F(CrptClientTest, IsMadeAnewByEvents10_11And172Only)
 TEST(Site, ComparesByTimeAndHostAlone)
 {
     CdnInfo site, same, slower, other;
+    EXPECT_EQ(site.responseTime, -1);
     same.markAsUnavailable({}, true);
     slower.responseTime = 1;
     other.host = "other";

@@ -259,6 +259,8 @@ TEST_F(ListUpdate, SendsNothingMoreAfterAMinuteAndKeepsWhatItHas)
     const QStringList lines = log.take();
     EXPECT_THAT(lines, testing::Contains("warn Обновление списка площадок прервано через 60 сек."));
     EXPECT_EQ(lines.last(), "info Выбрана CDN: http://s0 (10 мс)");
+    const QJsonArray listed{QJsonObject{{"host", "http://s0"}}};
+    EXPECT_EQ(client->checkHealth(listed, "key").size(), 1) << "the minute was that of the update";
 }
 
 }  // namespace
