@@ -1,4 +1,3 @@
-#include <atomic>
 #include <future>
 #include <thread>
 
@@ -250,47 +249,6 @@ TEST_F(ClientInSeveralThreads, ItsEndWaitsForAnEventThatItIsHandling)
     stopped.goOn();
     EXPECT_TRUE(ends(end));
     host.join();
-}
-
-TEST_F(ClientInSeveralThreads, ServesChecksUpdatesAndHostEventsAtOnce)
-{
-    const Settings settings{{"CRPT:updateInfoInterval", "1"}};
-    startWithSites({"s1", "s2"});
-    const Answer listed = lists({"s1", "s2"}), failed = says(500);
-    info({listed, failed, failed, listed, answers(cutOff()), failed, says(401), listed});
-    clock.onSleep = [] { std::this_thread::sleep_for(milliseconds(1)); };  // gives way as the real pause does
-    // The log's locks would hide missing ones.
-    Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
-    check("s1", {says(200, ok), says(500), answers(cutOff()), says(401), answers(timedOut()), says(500)});
-    check("s2", {says(200, ok), says(500), says(500, {{"code", 5000}}), says(200, ok), says(429)});
-    std::atomic<int> checksLeft = 30;
-    const auto checkCodes = [&](size_t) {
-        const MarkingCode code("A");
-        const auto result = client->checkMarkingCodes("key", {code}, seconds(10), seconds(5));
-        EXPECT_NE(result.passedCodes.contains(code), result.failedCodes.contains(code));
-        --checksLeft;
-    };
-    const std::function<void(size_t)> jobs[] = {
-        checkCodes,
-        checkCodes,
-        [&](size_t) { client->updateInfo(); },
-        [&](size_t round) {
-            client->addHost(QUrl("http://op" + QString::number(round % 4)), "nobody");
-            client->addKey("key", QString::number(round % 64));
-        },
-        [&](size_t) { EXPECT_FALSE(client->getHosts(CdnMethod::HealthCheck).isEmpty()); },
-        [&](size_t round) {
-            Singleton<ActivityNotifier>::instance()->sendEvent(Event(std::array{10, 11, 172}[round % 3]));
-            clock.advance(seconds(1));
-        }};
-    std::vector<std::jthread> threads;
-    for (const auto& job : jobs) {
-        threads.emplace_back([&] {
-            for (size_t round = 0; checksLeft > 0; ++round) {
-                job(round);
-            }
-        });
-    }
 }
 
 }  // namespace
