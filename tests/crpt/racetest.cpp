@@ -39,6 +39,7 @@ protected:
         check("s2", {inTurn({says(500, {{"code", 5000}}), answers(timedOut()), says(429)})});
         std::latch allAreThere(std::ptrdiff_t(operations.size()));
         std::vector<std::jthread> threads;
+        threads.reserve(operations.size());
         for (const Operation& operation : operations) {
             threads.emplace_back([&allAreThere, &operation, rounds] {
                 allAreThere.arrive_and_wait();
