@@ -72,13 +72,13 @@ TEST_F(ClientRaces, AreNoneBetweenAnyTwoOperations)
         update,
         hostEvent,
         [this](int) { (void)client->checkHealth(client->getCdnInfo(operatorHost, "key"), "key"); },
-        [this](int round) { client->addHost(QUrl("http://op" + QString::number(round)), "nobody"); },
+        [this](int round) { client->addHost(QUrl("http://op" + QString::number(round % 200)), "nobody"); },
         [this](int round) { client->addKey("key", QString::number(round)); },
         [this](int) { EXPECT_FALSE(client->getHosts(CdnMethod::Info).isEmpty()); },
         [this](int) { EXPECT_FALSE(client->getApiKey(operatorHost).isEmpty()); }};
     for (const Operation& one : operations) {
         for (const Operation& other : operations) {
-            runAtOnce({one, other}, 500);
+            runAtOnce({one, other}, 600);
         }
     }
 }
