@@ -8,7 +8,7 @@ enum class RequestStatus : int {
     /// A complete reply that does not say "ok", or whose body is no JSON object; taken as it is all the same.
     /// A code that it does not mention fails then.
     Failed = 1,
-    /// The site is overloaded or out of order.
+    /// The site is overloaded or out of order (429, 5xx): it goes into quarantine, the next one is asked.
     ServerError = 2,
     /// The site's link to the foreign marking systems is out of order.
     CrossBorderUnavailable = 3,
