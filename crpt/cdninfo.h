@@ -14,7 +14,7 @@ struct CdnInfo
     qint32 responseTime = -1;    ///< milliseconds that the health check took; the only sort key
     QString host;                ///< address as the operator listed it
     bool available = true;       ///< false from markAsUnavailable() on, also when the quarantine is over
-    QDateTime unavailableUntil;  ///< end of the quarantine, by the wall clock; while `available` is false
+    QDateTime unavailableUntil;  ///< wall clock: end of the quarantine; counts while `available` is false
     bool networkError = false;   ///< what took the site out of service was a fault of the network
 
     /// Whether the site may be asked: it is in service, or its quarantine ended before now. Reads the clock

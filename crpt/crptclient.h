@@ -87,8 +87,8 @@ public:
 
     /// Fetches the site list from every operator host, measures the sites and installs the healthy ones,
     /// fastest first. When there is none, the earlier list stays. One update at a time in the process. Ends
-    /// with the withdrawal of an earlier notice of a refused key, and a new one for each host that has
-    /// refused its first.
+    /// with the withdrawal of an earlier notice of a refused key, then sends a new one for each host whose
+    /// first answer was a refusal.
     Q_INVOKABLE virtual CrptClient::UpdateInfoStatus updateInfo();
 
     /// POSTs `body` to the check method of the sites in turn until one of them gives a reply that is to be

@@ -18,7 +18,9 @@ protected:
 
     ClientRaces()
     {
-        clock.onSleep = [] { std::this_thread::sleep_for(milliseconds(1)); };  // gives way as a real one does
+        clock.onSleep = [] {
+            std::this_thread::sleep_for(milliseconds(1));
+        };  // gives way as a real pause does
         // The log's locks would hide missing ones.
         Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
     }
@@ -30,7 +32,7 @@ protected:
         return [=](const SentRequest& sent) { return given[(*count)++ % given.size()](sent); };
     }
 
-    /// A client of its own that does each of these so many times, all of them in threads of their own.
+    /// Has a new client do each of these so many times, each in a thread of its own.
     void runAtOnce(const std::vector<Operation>& operations, int rounds)
     {
         startWithSites({"s1", "s2"});
