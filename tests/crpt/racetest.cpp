@@ -18,9 +18,8 @@ protected:
 
     ClientRaces()
     {
-        clock.onSleep = [] {
-            std::this_thread::sleep_for(milliseconds(1));
-        };  // gives way as a real pause does
+        // Gives way as a real pause does.
+        clock.onSleep = [] { std::this_thread::sleep_for(milliseconds(1)); };
         // The log's locks would hide missing ones.
         Log4Qt::LogManager::configure({.level = Log4Qt::Level::Off, .file = ""});
     }
