@@ -42,7 +42,7 @@ enum class CdnMethod : int {
 /// The object lives in a thread of its own, where onStart() and queued list updates run; every public
 /// operation may be called from any thread and blocks until it is done. Nothing throws: failures are in the
 /// returned values, in the log ("crptclient") and in host notifications. Notifications are sent when no lock
-/// is held and no list update is running: a listener may wait for a thread that wants a check.
+/// is held and no list update of this call is running: a listener may wait for a thread that wants a check.
 class CrptClient : public BaseActivityListener
 {
     Q_OBJECT
@@ -86,8 +86,8 @@ public:
     [[nodiscard]] virtual QList<QUrl> getHosts(CdnMethod method) const;
 
     /// Fetches the site list from every operator host, measures the sites and installs the healthy ones,
-    /// fastest first. When there is none, the earlier list stays. One update at a time in the process. Ends
-    /// with the withdrawal of an earlier notice of a refused key, then sends a new one for each host whose
+    /// fastest first. When there is none, the earlier list stays. One update at a time in the process. Begins
+    /// with the withdrawal of an earlier notice of a refused key, and ends with a new one for each host whose
     /// first answer was a refusal.
     Q_INVOKABLE virtual CrptClient::UpdateInfoStatus updateInfo();
 
@@ -137,6 +137,7 @@ private:
 
     // List update
     [[nodiscard]] bool hasKeys() const;
+    [[nodiscard]] bool beginUpdate();
     void replaceList(Notices& notices);
     [[nodiscard]] CDNInfos sitesOf(const QUrl& host);
     void install(const CDNInfos& sites);

@@ -90,13 +90,11 @@ CrptClient::UpdateInfoStatus CrptClient::updateInfo()
         logger->warn(messages::noKeys);
         return UpdateInfoStatus::NoKeys;
     }
-    if (updateRunning.exchange(true)) {
-        logger->debug(messages::updateRunning);
+    if (!beginUpdate()) {
         return UpdateInfoStatus::AlreadyRunning;
     }
-    Notices notices = {tr::Tr()};  // withdraws an earlier one
+    Notices notices;
     try {
-        logger->info(messages::updateBegins);
         replaceList(notices);
     } catch (...) {
         logger->error(messages::updateBroken);
@@ -111,6 +109,20 @@ bool CrptClient::hasKeys() const
 {
     const QMutexLocker lock(&keysMutex);
     return !keys.isEmpty();
+}
+
+/// False when another update is running.
+bool CrptClient::beginUpdate()
+{
+    if (!updateRunning) {
+        logger->info(messages::updateBegins);
+        deliver({tr::Tr()});  // withdraws an earlier notice; its listeners may ask for an update
+        if (!updateRunning.exchange(true)) {
+            return true;
+        }
+    }
+    logger->debug(messages::updateRunning);
+    return false;
 }
 
 void CrptClient::replaceList(Notices& notices)

@@ -225,6 +225,19 @@ TEST_F(ClientInSeveralThreads, NoticesAreSentWhenNothingIsHeldThatACheckNeeds)
     }
 }
 
+TEST_F(ClientInSeveralThreads, AnUpdateWithdrawsNoNoticeThatComesWhileItRuns)
+{
+    startWithSites({"s1"});
+    check("s1", {says(401)});
+    info({[this](const SentRequest&) {
+        (void)requestElsewhere().get();
+        return reply(500);
+    }});
+    const BlockingHost host({});
+    client->updateInfo();
+    EXPECT_EQ(host.notices, QStringList({"", "crptIncorrectTokenErrorNotification"}));
+}
+
 TEST_F(ClientInSeveralThreads, ItsEndWaitsForAnEventThatItIsHandling)
 {
     startWithSites({"s1"});

@@ -63,8 +63,9 @@ int Rules::runUpdate()
         return 2;
     }
     log(Info, "Получение списка CDN-площадок");
+    notify(noNotice);
     m_updateEnd = m_world.monotonic() + updateSeconds * 1'000'000'000;
-    QStringList notices = {noNotice};
+    QStringList notices;
     Sites found;
     for (const auto& [host, owner] : m_hosts) {
         for (const auto& site : sitesOf(host)) {
