@@ -22,14 +22,15 @@ namespace Log4Qt {
 
 namespace {
 
-/// Throws spdlog::spdlog_ex when the file cannot be opened.
+/// Throws spdlog::spdlog_ex when the file cannot be opened. A sink without a lock: LineQueue has one thread
+/// at a time write to it, and the child of a fork() could find the lock taken for ever.
 LineQueue::Sink openSink(const LogSettings& settings)
 {
     LineQueue::Sink sink;
     if (settings.file.isEmpty()) {
-        sink = std::make_shared<spdlog::sinks::stderr_color_sink_mt>(spdlog::color_mode::automatic);
+        sink = std::make_shared<spdlog::sinks::stderr_color_sink_st>(spdlog::color_mode::automatic);
     } else {
-        sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(
+        sink = std::make_shared<spdlog::sinks::basic_file_sink_st>(
             QFile::encodeName(settings.file).toStdString());
     }
     sink->set_pattern(settings.pattern.toStdString());

@@ -134,6 +134,34 @@ TEST_F(LoggingTest, ChildOfAForkWritesItsLinesItself)
     EXPECT_EQ(file.readAll(), "parent\nchild\n");
 }
 
+TEST_F(LoggingTest, ChildOfAForkMayLogWhileTheParentsThreadIsStuck)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("pipe");
+    ASSERT_EQ(mkfifo(qPrintable(path), 0600), 0);
+    std::fstream pipe(path.toStdString());
+    ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%v"}));
+    constexpr int logged = 100;
+    for (int i = 0; i < logged; ++i) {
+        logger->info("%1", QString(1000, 'x'));
+    }
+    EXPECT_FALSE(LogManager::flush(200ms));
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        logger->info("child");
+        _exit(0);
+    }
+    std::string line;
+    for (int i = 0; i < logged; ++i) {
+        std::getline(pipe, line);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    LogManager::configure({.file = "/dev/null"});
+}
+
 TEST_F(LoggingTest, SecretRegisteredIsMaskedAnywhereUnlessSecretsAreWanted)
 {
     for (const char* secret :
