@@ -67,12 +67,19 @@ const Good* Goods::byCis(const QString& cis) const
     if (const auto* good = byCode(cis)) {
         return good;
     }
-    return byCode(m_textByCis.value(readCode(cis).cis));
+    // A code's text begins with its identifying part, so those with this one stand close together.
+    const auto wanted = readCode(cis).cis;
+    for (auto good = m_goods.lowerBound(wanted); good != m_goods.cend() && good.key().startsWith(wanted);
+         ++good) {
+        if (good->parts.cis == wanted) {
+            return &*good;
+        }
+    }
+    return nullptr;
 }
 
 void Goods::put(const Good& good)
 {
-    m_textByCis[good.parts.cis] = good.parts.text;
     m_goods[good.parts.text] = good;
 }
 
@@ -86,12 +93,7 @@ void Goods::putAll(const QJsonValue& goods)
 
 bool Goods::remove(const QString& code)
 {
-    const auto parts = readCode(code);
-    if (m_goods.remove(parts.text) == 0) {
-        return false;
-    }
-    m_textByCis.remove(parts.cis);
-    return true;
+    return m_goods.remove(readCode(code).text) > 0;
 }
 
 }  // namespace marksim

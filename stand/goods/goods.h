@@ -2,7 +2,6 @@
 
 #include "stand/goods/codeparts.h"
 
-#include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QMap>
@@ -43,8 +42,7 @@ public:
     [[nodiscard]] const QMap<QString, Good>& all() const { return m_goods; }
 
 private:
-    QMap<QString, Good> m_goods;
-    QHash<QString, QString> m_textByCis;
+    QMap<QString, Good> m_goods;  ///< by their text
 };
 
 }  // namespace marksim

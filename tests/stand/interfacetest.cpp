@@ -123,6 +123,12 @@ TEST_F(Admin, ChangesBehavioursGoodsAndModulesAndGoesBackToTheStart)
     const auto expiry = QDateTime::fromString(entry["expireDate"].toString(), Qt::ISODateWithMs);
     EXPECT_NEAR(double(expiry.secsTo(QDateTime::currentDateTimeUtc())), 3600, 600);
 
+    const QString twin = path + "twin";
+    stand.admin("PUT", twin, "{}");
+    stand.admin("DELETE", twin, "");
+    EXPECT_TRUE(stand.admin("GET", path)["reply"]["offline"]["expireDate"].isString())
+        << "by its identifying part";
+
     stand.behave("site-1", second);
     stand.admin("PUT", "/modules/module-1", R"({"state": "sync_error"})");
     stand.admin("POST", "/reset");
