@@ -14,6 +14,15 @@ namespace {
 constexpr std::array outcomes = {"pending"_L1, "answered"_L1,  "closed"_L1,          "reset"_L1,
                                  "stalled"_L1, "peer left"_L1, "handshake failed"_L1};
 
+std::size_t sizeOf(const Request& request)
+{
+    auto size = request.target().size() + request.body().size();
+    for (const auto& field : request) {
+        size += field.name_string().size() + field.value().size();
+    }
+    return size;
+}
+
 }  // namespace
 
 QJsonObject LoggedRequest::toJson(bool brief) const
@@ -50,10 +59,10 @@ std::uint64_t RequestLog::add(LoggedRequest entry)
     entry.seq = m_next++;
     entry.begun = std::chrono::steady_clock::now();
     entry.time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-    m_bytes += entry.request.body().size();
+    m_bytes += sizeOf(entry.request);
     m_entries.push_back(std::move(entry));
     while (m_entries.size() > maxRequests || m_bytes > maxBytes) {
-        m_bytes -= m_entries.front().request.body().size();
+        m_bytes -= sizeOf(m_entries.front().request);
         m_entries.pop_front();
         ++m_forgotten;
     }

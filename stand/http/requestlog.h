@@ -41,7 +41,8 @@ struct RequestFilter
     bool connections = false;  ///< those that came to nothing, too
 };
 
-/// The last requests, oldest first, bounded in number and in bytes of bodies; what is too much is forgotten.
+/// The last requests, oldest first, bounded in number and in bytes of what they carried; what is too much is
+/// forgotten.
 class RequestLog
 {
 public:
