@@ -32,14 +32,19 @@ bool isEditing(char byte)
     return byte == endOfInput || byte == eraseLine || byte == backspace || byte == erase;
 }
 
-/// What a byte looks like when it is typed.
-QByteArray echoOf(char byte)
+/// What bytes look like when they are typed.
+QByteArray echoOf(const QByteArray& typed)
 {
-    if (byte == '\x1d') {
-        return "<GS>";
+    QByteArray echo;
+    for (const char byte : typed) {
+        const bool isControl = (byte >= 0 && byte < ' ') || byte == erase;
+        if (byte == '\x1d') {
+            echo += "<GS>";
+        } else if (!isControl) {
+            echo += byte;
+        }
     }
-    const bool isControl = (byte >= 0 && byte < ' ') || byte == erase;
-    return isControl ? QByteArray() : QByteArray(1, byte);
+    return echo;
 }
 
 }  // namespace
@@ -139,7 +144,7 @@ void CashDesk::takeByte(char byte)
         takeLine(*line);
         prompt();
     } else if (m_echoes) {
-        printOut(echoOf(byte));
+        printOut(echoOf(QByteArray(1, byte)));
     }
 }
 
@@ -149,19 +154,16 @@ void CashDesk::edit(char byte)
     if (byte == endOfInput) {
         return;
     }
-    do {
-        const QByteArray erased = m_lines.eraseLast();
-        const qsizetype cells =
-            erased.size() == 1 ? echoOf(erased.front()).size() : qsizetype(!erased.isEmpty());
-        printOut(m_echoes ? QByteArray("\b \b").repeated(cells) : QByteArray());
-    } while (byte == eraseLine && !m_lines.pending().isEmpty());
+    const QByteArray erased = byte == eraseLine ? m_lines.takePending() : m_lines.eraseLast();
+    const qsizetype cells = QString::fromUtf8(echoOf(erased)).size();
+    printOut(m_echoes ? QByteArray("\b \b").repeated(cells) : QByteArray());
 }
 
-void CashDesk::takeLine(const ScanLine& line)
+void CashDesk::takeLine(const QByteArray& line)
 {
-    const QByteArray bytes = withoutByteOrderMark(line.text);
+    const QByteArray bytes = withoutByteOrderMark(line);
     const QString text = QString::fromUtf8(bytes);
-    if (line.tooLong) {
+    if (line.size() > maxScanLine) {
         complain(
             said({u"the line is too long: scan it again", u"слишком длинная строка: отсканируйте ещё раз"}));
     } else if (text.trimmed().isEmpty()) {
@@ -281,9 +283,7 @@ void CashDesk::prompt() const
     if (m_echoes && !m_isOver) {
         printOut(said(m_deal == Deal::Sale ? Text{u"\nSale> ", u"\nПродажа> "}
                                            : Text{u"\nRefund> ", u"\nВозврат> "}));
-        for (const char byte : m_lines.pending()) {
-            printOut(echoOf(byte));
-        }
+        printOut(echoOf(m_lines.pending()));
     }
 }
 

@@ -34,7 +34,7 @@ private:
     [[nodiscard]] bool readOn();
     void takeByte(char byte);
     void edit(char byte);
-    void takeLine(const ScanLine& line);
+    void takeLine(const QByteArray& line);
     void execute(CashierCommand command);
     void takeCode(const MarkingCode& code);
     void check(const MarkingCode& code);

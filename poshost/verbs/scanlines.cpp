@@ -4,7 +4,7 @@
 
 namespace poshost {
 
-std::optional<ScanLine> ScanLines::add(char byte)
+std::optional<QByteArray> ScanLines::add(char byte)
 {
     const bool endedAlready = std::exchange(m_afterReturn, byte == '\r') && byte == '\n';
     if (endedAlready) {
@@ -13,15 +13,13 @@ std::optional<ScanLine> ScanLines::add(char byte)
     if (byte == '\r' || byte == '\n') {
         return takePending();
     }
-    if (m_line.text.size() < maxScanLine) {
-        m_line.text += byte;
-    } else {
-        m_line.tooLong = true;
+    if (m_line.size() <= maxScanLine) {
+        m_line += byte;
     }
     return std::nullopt;
 }
 
-ScanLine ScanLines::takePending()
+QByteArray ScanLines::takePending()
 {
     return std::exchange(m_line, {});
 }
@@ -29,13 +27,15 @@ ScanLine ScanLines::takePending()
 QByteArray ScanLines::eraseLast()
 {
     const auto continues = [](char byte) { return (byte & '\xc0') == '\x80'; };
-    QByteArray& text = m_line.text;
-    qsizetype start = text.size() - 1;
-    while (start > 0 && continues(text[start])) {
+    if (m_line.isEmpty() || m_line.size() > maxScanLine) {
+        return {};
+    }
+    qsizetype start = m_line.size() - 1;
+    while (start > 0 && continues(m_line[start])) {
         --start;
     }
-    QByteArray erased = start < 0 ? QByteArray() : text.sliced(start);
-    text.chop(erased.size());
+    QByteArray erased = m_line.sliced(start);
+    m_line.truncate(start);
     return erased;
 }
 

@@ -193,8 +193,13 @@ TEST_P(AtTerminal, IsLeftAsItWas)
     start({"--config", settings.path(), "cashier"}, {"NO_COLOR=", "TERM=xterm"});
     ASSERT_TRUE(shows("Продажа> ")) << mShown.data();
     EXPECT_FALSE(isRestored());
-    // Ctrl-U and the backspace correct what was typed, CR alone ends the scan, GS comes through.
-    type("nonsense\x15"
+    // Ctrl-U and the backspace correct what was typed, however long, CR alone ends the scan, GS comes
+    // through.
+    for (const QByteArray& part : QByteArrayList(9, QByteArray(4000, 'x'))) {
+        type(part);
+        ASSERT_TRUE(shows(part));
+    }
+    type("\x15"
          "фx\x7f\x7f" +
          milk + '\r');
     ASSERT_TRUE(shows("<GS>93VBOs")) << mShown.data();
