@@ -217,7 +217,8 @@ QString readKey(const CheckOptions& check)
     }
     const QByteArray content = readInput(check.keyFile, QStringLiteral("--key-file")).trimmed();
     if (content.isEmpty() || content.contains('\n')) {
-        refuse(QStringLiteral("%1: must hold one line with the key and nothing else").arg(check.keyFile));
+        refuse(QStringLiteral("%1: must hold one line with the key and nothing else")
+                   .arg(inputName(check.keyFile)));
     }
     return QString::fromUtf8(content);
 }

@@ -37,7 +37,7 @@ struct KnownKey
 /// That key of that section; null when nobody reads it.
 [[nodiscard]] const KnownKey* knownKey(const QString& section, const QString& name);
 
-/// The list as tables in Markdown, a table for each who reads the keys.
+/// The list as a table in Markdown.
 [[nodiscard]] QString keysAsMarkdown();
 /// The list as one JSON object on one line.
 [[nodiscard]] QString keysAsJson();

@@ -11,6 +11,7 @@
 #include <QRegularExpression>
 
 #include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/input.h"
 
 namespace poshost {
 
@@ -40,7 +41,7 @@ std::optional<LogLine> readLine(const QByteArray& line)
 }
 
 LogFile::LogFile(const QString& name)
-    : m_name(name)
+    : m_name(inputName(name))
 {
     m_file.reset(name == QLatin1String("-") ? ::gzdopen(::dup(STDIN_FILENO), "rb")
                                             : ::gzopen(QFile::encodeName(name).constData(), "rb"));

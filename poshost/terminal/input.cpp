@@ -10,6 +10,7 @@ namespace poshost {
 
 namespace {
 
+constexpr auto standardInput = QLatin1String("-");
 constexpr qint64 maxInput = qint64(256) * 1024 * 1024;
 constexpr qint64 partSize = qint64(64) * 1024;
 
@@ -17,10 +18,10 @@ constexpr qint64 partSize = qint64(64) * 1024;
 
 QByteArray readInput(const QString& name, const QString& option)
 {
-    const bool fromInput = name == QLatin1String("-");
-    const QString shown = fromInput ? QStringLiteral("standard input") : name;
+    const QString shown = inputName(name);
     QFile file(name);
-    const bool open = fromInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    const bool open =
+        name == standardInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     QByteArray content;
     // A pipe hands over what it holds just now: only an empty part is its end.
     for (QByteArray part = open ? file.read(partSize) : QByteArray();
@@ -32,10 +33,15 @@ QByteArray readInput(const QString& name, const QString& option)
                    .arg(shown, file.errorString(), option));
     }
     if (content.size() > maxInput) {
-        refuse(QStringLiteral("%1: longer than %2 bytes; check the codes in several runs")
-                   .arg(shown, QString::number(maxInput)));
+        refuse(QStringLiteral("%1: longer than %2 bytes; name a shorter file with %3")
+                   .arg(shown, QString::number(maxInput), option));
     }
     return withoutByteOrderMark(content);
+}
+
+QString inputName(const QString& name)
+{
+    return name == standardInput ? QStringLiteral("standard input") : name;
 }
 
 QByteArray withoutByteOrderMark(const QByteArray& bytes)

@@ -88,9 +88,7 @@ QList<MarkingCode> readCodes(const QList<QByteArray>& typed, const QString& file
         codes.append(readCode(typed[i], QStringLiteral("code %1").arg(i + 1)));
     }
     if (!file.isEmpty()) {
-        const bool fromInput = file == QLatin1String("-");
-        codes += codesOfLines(readInput(file, QStringLiteral("--codes-file")),
-                              fromInput ? QStringLiteral("standard input") : file);
+        codes += codesOfLines(readInput(file, QStringLiteral("--codes-file")), inputName(file));
     }
     return codes;
 }

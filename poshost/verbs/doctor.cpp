@@ -212,6 +212,10 @@ doctor::Report examineOffline(const QString& file, const Options& options, bool 
 
 int examineFiles(const Options& options, const DoctorOptions& own)
 {
+    if (options.stand) {
+        refuse(QStringLiteral("doctor: --offline looks at settings files alone; leave out --stand, "
+                              "--scenario or --offline"));
+    }
     QStringList files;
     for (const std::string& file : own.files) {
         files.append(QString::fromStdString(file));

@@ -21,7 +21,7 @@ constexpr std::chrono::hours idleLimit{1};
 void printNotification(const Notification& notification)
 {
     const QString id = oneLine(notification.id);
-    printReport(notification.text.isEmpty() && notification.textId.isEmpty()
+    printReport(notification.text.isEmpty()
                     ? said({u"  notice %1 withdrawn\n", u"  сообщение %1 снято\n"}).arg(id)
                     : said({u"  notice %1 (%2): %3\n", u"  сообщение %1 (%2): %3\n"})
                           .arg(id, oneLine(notification.textId), oneLine(notification.text)));

@@ -51,6 +51,9 @@ TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
         {fromInput, "standard input:2: the line is blank", "A\n\n"},
         {fromInput, "standard input:2: the line is blank", "A\r\n\r\n"},
         {fromInput, "holds no codes"},
+        {{"--stand", "verify", "C", "--key-file", "-"}, "standard input: must hold one line", "a\nb"},
+        {{"--stand", "verify", "C", "--key-file", "/dev/zero"}, "shorter file with --key-file"},
+        {{"--stand", "doctor", "--offline", SOURCE_FOLDER "/docs/till.ini"}, "leave out --stand"},
     };
     for (const Call& call : calls) {
         expectRefused(call.arguments, call.complaint, call.input);
