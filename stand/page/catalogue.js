@@ -92,3 +92,9 @@ export function isOf(entry, behaviour) {
 }
 
 export const withoutTimes = ({times, ...rest}) => rest;
+
+const isObject = (value) => value !== null && typeof value === 'object' && !Array.isArray(value);
+const sorted = (key, value) => (isObject(value) ? Object.fromEntries(Object.entries(value).sort()) : value);
+
+/** Whether they differ in their count at most; the stand has the members in another order. */
+export const isSame = (left, right) => JSON.stringify(withoutTimes(left), sorted) === JSON.stringify(withoutTimes(right), sorted);

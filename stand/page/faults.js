@@ -1,7 +1,7 @@
 // The panel with a switch for every fault, for one server or a group of them.
 
 import * as api from './api.js';
-import {behaviourOf, catalogue, get, isOf, methods, roleOf, withoutTimes} from './catalogue.js';
+import {behaviourOf, catalogue, get, isOf, isSame, methods, roleOf, withoutTimes} from './catalogue.js';
 import {byId, empty, fill, h, typedCode, visible} from './dom.js';
 import {describe} from './servers.js';
 import {language, t} from './texts.js';
@@ -88,13 +88,13 @@ function faultSwitch(entry) {
 const row = (entry) => byId('faults-body').querySelector(`[data-fault="${entry.id}"]`);
 const inputs = (entry) => [...row(entry).querySelectorAll('[data-path]')];
 
-function wanted(entry) {
+function wanted(entry, range = scope()) {
   const values = {};
   for (const input of inputs(entry)) {
     const field = entry.fields.find((known) => known.path === input.dataset.path);
     values[field.path] = fromText(field, input.value);
   }
-  return behaviourOf(entry, values, scope());
+  return behaviourOf(entry, values, range);
 }
 
 async function toggled(entry, on) {
@@ -109,14 +109,16 @@ async function toggled(entry, on) {
   }
 }
 
-/** A new value for a fault that is on takes the place of the old one, for the same method. */
+/** A new value for a fault that is on takes the place of the old one, for the same method and what is left of its count. */
 async function changed(entry) {
   const old = behaviours().filter((behaviour) => isOf(entry, behaviour));
   if (!old.length) return;
   try {
-    const {method} = old[0];
-    const behaviour = {...wanted(entry), ...(method ? {method} : {})};
-    if (await order(() => api.switchOff(target, old.map(withoutTimes)))) await switchOn(behaviour, t('faults.on.done', {server: title(), fault: describe(behaviour)}));
+    const behaviour = wanted(entry, old[0]);
+    const others = old.filter((known) => !isSame(known, behaviour));
+    const isNew = others.length === old.length;
+    if (isNew && !(await switchOn(behaviour))) return;
+    await switchOff(others, t('faults.on.done', {server: title(), fault: describe(behaviour)}));
   } catch (error) {
     complain(t('faults.bad-json', {reason: error.message}));
   }

@@ -14,6 +14,7 @@ const optional = {expireDate: '', productionDate: '', mrp: 0, productWeight: 0};
 const first = ['valid', 'verified', 'found', 'utilised', 'realizable', 'sold', 'isBlocked', 'isOwner', 'message', 'ogvs', 'errorCode'];
 let order;
 let goods = [];
+let wanted;  // the code of the good that is open, or will be when it has come
 let chosen = null;
 
 function showList() {
@@ -81,7 +82,11 @@ function showForm() {
 }
 
 async function choose(code, focus) {
-  chosen = code ? await api.getGood(code).catch(() => null) : null;
+  wanted = code;
+  const good = code ? await api.getGood(code).catch(() => null) : null;
+  if (wanted !== code) return;  // another one was chosen meanwhile
+  wanted = good?.code;
+  chosen = good;
   showList();
   showForm();
   if (focus) byId('goods-edit').querySelector('h3')?.focus();
@@ -142,7 +147,7 @@ async function backToNormal(side, key) {
 async function remove() {
   const {code, title} = chosen;
   if (!(await order(() => api.removeGood(code), t('goods.removed', {title: visible(title || code)})))) return;
-  chosen = null;
+  await choose(null);
   await refresh(true);
   byId('goods-filter').focus();
 }
@@ -160,7 +165,7 @@ async function add(event) {
 export async function refresh(all = false) {
   ({goods} = await api.getGoods());
   showList();
-  if (all || !chosen) await choose(chosen?.code);
+  if (all || !chosen) await choose(wanted);
 }
 
 export function start(giveOrder) {

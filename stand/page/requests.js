@@ -119,8 +119,8 @@ function since() {
 
 let asked = 0;
 
-export async function refresh() {
-  if (paused) return;
+export async function refresh(always = false) {
+  if (paused && !always) return;
   const number = ++asked;
   const from = since();
   const query = {since: from, last: maxRequests, brief: 1, connections: 1, ...(server() ? {server: server()} : {})};
@@ -130,7 +130,7 @@ export async function refresh() {
   // The log was emptied by somebody (or is another stand's) when what was shown last is not where it was.
   if (reply.next < next || ([...known.keys()].at(-1) ?? reply.first) < reply.first) {
     forget();
-    return refresh();
+    return refresh(always);
   }
   left ||= reply.forgotten > 0 || (reply.requests.length === maxRequests && first > from);
   for (const entry of reply.requests) take(entry);
@@ -151,7 +151,7 @@ export function start(giveOrder) {
   order = giveOrder;
   byId('request-server').addEventListener('change', () => {
     forget();
-    order(() => {});
+    order(() => refresh(true));
   });
   byId('request-clear').addEventListener('click', () => order(async () => {
     await api.forgetRequests();

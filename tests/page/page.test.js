@@ -91,9 +91,13 @@ test('a behaviour of one\'s own: for all sites, so many times, and refused with 
   await page.locator('#fault-times').fill('2');
   await page.locator('#fault-status').check();
   await eventually(async () => assert.deepEqual(await stand.behaviours('site-3'), [{status: 503, times: 2}]));
-  await page.locator('[data-path=status]').fill('429');
-  await page.locator('[data-path=status]').press('Tab');
-  await eventually(async () => assert.equal((await stand.behaviours('site-1'))[0].status, 429));
+  await page.locator('#fault-times').fill('');
+  for (const [status, said] of [['429', 'a status: 429 ×2'], ['5', 'status: must be'], ['429', null]]) {
+    await page.locator('[data-path=status]').fill(status);
+    await page.locator('[data-path=status]').press('Tab');
+    if (said) await page.locator('#toast', {hasText: said}).waitFor();
+    await eventually(async () => assert.deepEqual(await stand.behaviours('site-1'), [{status: 429, times: 2}]));
+  }
 });
 
 test('a scenario is replayed and the till does as it says', async () => {
@@ -136,6 +140,23 @@ test('a good is edited and the next check says so', async () => {
   assert.equal((await stand.ask('GET', `/goods/${encodeURIComponent('0104607026010011215new/1\x1d93aB+=')}`)).status, 200);
 });
 
+test('of two goods that are chosen one after the other the second is shown, whichever reply comes first', async () => {
+  const page = await openPage(browser, stand);
+  await page.locator('[data-view=goods]').click();
+  let goOn;
+  const second = page.locator('.good').nth(1);
+  await page.route('**/goods/*', (route) => (goOn ? route.continue() : (goOn = () => route.continue())));
+  await page.locator('.good').first().click();
+  await eventually(() => assert.ok(goOn));
+  await second.click();
+  await eventually(async () => assert.equal(await second.getAttribute('aria-current'), 'true'));
+  const late = page.waitForResponse('**/goods/*');
+  await goOn();
+  await late;
+  await page.evaluate(async () => (await fetch('/state')).json());
+  assert.equal(await second.getAttribute('aria-current'), 'true');
+});
+
 test('a good\'s symbol is read from the screen as its code, and one of GS1 by its FNC1', async () => {
   const page = await openPage(browser, stand, {colorScheme: 'dark'});
   await page.locator('[data-view=goods]').click();
@@ -167,6 +188,10 @@ test('what a till sends is shown as text, and the list has an end', async () => 
   assert.equal(await page.locator('#request-list :is(img, script)').count(), 0);
   assert.equal(await page.locator('#request-list li').count(), 200);
   assert.ok(await page.locator('#request-more').isVisible());
+  await page.locator('#request-pause').click();
+  await page.locator('#request-server').selectOption('site-1');
+  await newest.locator('summary', {hasText: 'POST'}).waitFor();
+  await page.locator('#request-pause').click();
   await stand.ask('POST', '/reset');
   await page.locator('#request-none').waitFor();
   assert.deepEqual(page.troubles, []);
