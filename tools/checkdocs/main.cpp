@@ -99,13 +99,15 @@ int checkTree(const QString& root, const QString& programs, bool write)
     withExamples.removeAll("docs/reliability.md");
     withExamples.removeAll("docs/performance.md");
     qputenv("PATH", programs.toUtf8() + ':' + qgetenv("PATH"));
-    return report("copies", checkCopies(root, poshost, write)) |
-           report("links", checkdocs::checkLinks(root, files)) |
-           report("limits", checkdocs::checkLimits(root)) | report("members", checkReplies(root, poshost)) |
-           report("the stand's interface", checkdocs::checkStandInterface(root)) |
-           report("languages", checkdocs::compareLanguages(root, files)) |
-           report("examples",
-                  checkdocs::runExamples(root, withExamples, checkdocs::Examples::WithBuild, {"bash"}));
+    int status = report("copies", checkCopies(root, poshost, write));
+    status |= report("links", checkdocs::checkLinks(root, files));
+    status |= report("limits", checkdocs::checkLimits(root));
+    status |= report("members", checkReplies(root, poshost));
+    status |= report("the stand's interface", checkdocs::checkStandInterface(root));
+    status |= report("languages", checkdocs::compareLanguages(root, files));
+    status |= report("examples",
+                     checkdocs::runExamples(root, withExamples, checkdocs::Examples::WithBuild, {"bash"}));
+    return status;
 }
 
 }  // namespace
