@@ -10,14 +10,12 @@
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>
 
-namespace doctor {
+namespace poshost {
 
 namespace {
 
 using http::NetworkError;
 using http::Stage;
-using poshost::said;
-using poshost::Text;
 
 struct Words
 {
@@ -244,4 +242,4 @@ Trouble troubleOf(const http::ExchangeRecord& exchange)
     return {words->id, said(words->text) + more, said(words->advice)};
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -9,7 +9,7 @@
 
 #include <network/exchangerecord.h>
 
-namespace doctor {
+namespace poshost {
 
 /// Called with what is about to be done, before every request. What it throws ends the
 /// examination.
@@ -34,4 +34,4 @@ struct Trouble
 
 [[nodiscard]] Trouble troubleOf(const http::ExchangeRecord& exchange);
 
-}  // namespace doctor
+}  // namespace poshost

@@ -10,12 +10,9 @@
 #include "poshost/settings/address.h"
 #include "poshost/settings/knownkeys.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
-using poshost::Text;
 
 struct StatusRow
 {
@@ -150,4 +147,4 @@ void askModules(const Config& config, const OnStep& onStep, Report& report)
     }
 }
 
-}  // namespace doctor
+}  // namespace poshost

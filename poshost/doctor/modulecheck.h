@@ -5,7 +5,7 @@
 #include "poshost/doctor/asking.h"
 #include "poshost/doctor/report.h"
 
-namespace doctor {
+namespace poshost {
 
 /// Adds every module of the settings to Report::modules, asked for nothing.
 void describeModules(const Config& config, Report& report);
@@ -14,4 +14,4 @@ void describeModules(const Config& config, Report& report);
 /// what it says and adds the findings.
 void askModules(const Config& config, const OnStep& onStep, Report& report);
 
-}  // namespace doctor
+}  // namespace poshost

@@ -2,11 +2,9 @@
 #include "poshost/language.h"
 #include "poshost/settings/address.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
 
 class ModuleRules
 {
@@ -121,4 +119,4 @@ void checkModuleRules(const Config& config, Report& report)
     ModuleRules(config, report).check();
 }
 
-}  // namespace doctor
+}  // namespace poshost

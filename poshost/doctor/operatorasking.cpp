@@ -6,11 +6,9 @@
 #include "poshost/settings/address.h"
 #include "poshost/settings/knownkeys.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::Text;
 
 constexpr auto apiPath = QLatin1String("/api/v4/true-api");
 
@@ -93,4 +91,4 @@ const KeyVerdict& keyVerdictOf(int httpStatus)
     });
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -8,7 +8,7 @@
 #include "poshost/doctor/report.h"
 #include "poshost/language.h"
 
-namespace doctor {
+namespace poshost {
 
 /// Asks a method of the operator's server or of a site, as the plug-in does. `limit` is the key of [CRPT]
 /// that limits the request.
@@ -26,9 +26,9 @@ struct KeyVerdict
     bool accepted;
     Level level;
     const char* id;
-    poshost::Text text;  ///< with the status for "%1"
-    poshost::Text advice;
+    Text text;  ///< with the status for "%1"
+    Text advice;
 };
 [[nodiscard]] const KeyVerdict& keyVerdictOf(int httpStatus);
 
-}  // namespace doctor
+}  // namespace poshost

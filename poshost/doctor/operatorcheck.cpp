@@ -13,11 +13,10 @@
 #include "poshost/settings/address.h"
 #include "poshost/settings/knownkeys.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
 
-using poshost::said;
 using std::chrono::seconds;
 
 constexpr seconds maxClockSkew{60};
@@ -295,4 +294,4 @@ void checkOperator(const Config& config, const OnStep& onStep, Report& report)
     }
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace doctor {
+namespace poshost {
 
 void Report::add(Level level, Area area, const char* id, const QString& subject, const QString& text,
                  const QString& advice, int line)
@@ -16,4 +16,4 @@ qsizetype Report::count(Level level) const
                          [level](const Finding& finding) { return finding.level == level; });
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -7,7 +7,7 @@
 #include <QList>
 #include <QString>
 
-namespace doctor {
+namespace poshost {
 
 enum class Level {
     Good,
@@ -105,4 +105,4 @@ struct Report
     [[nodiscard]] bool isGood() const { return count(Level::Bad) + (strict ? count(Level::Note) : 0) == 0; }
 };
 
-}  // namespace doctor
+}  // namespace poshost

@@ -3,12 +3,11 @@
 #include <array>
 
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
-#include <utils/printable.h>
+#include "poshost/terminal/output.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
 
@@ -123,7 +122,7 @@ QString toJson(const Report& report)
     if (report.stand) {
         object.insert(QStringLiteral("stand"), true);
     }
-    return utils::printable(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))) + u'\n';
+    return jsonLine(object);
 }
 
-}  // namespace doctor
+}  // namespace poshost

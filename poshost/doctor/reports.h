@@ -4,7 +4,7 @@
 
 #include "poshost/doctor/report.h"
 
-namespace doctor {
+namespace poshost {
 
 /// The report for a person: finding by finding, then the sites as a table, then the sum.
 [[nodiscard]] QString toText(const Report& report, bool colours);
@@ -16,4 +16,4 @@ namespace doctor {
 /// The report as one JSON object on one line, with its line feed.
 [[nodiscard]] QString toJson(const Report& report);
 
-}  // namespace doctor
+}  // namespace poshost

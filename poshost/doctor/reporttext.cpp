@@ -4,14 +4,11 @@
 #include <array>
 
 #include "poshost/language.h"
-#include <utils/printable.h>
+#include "poshost/terminal/output.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
-using poshost::Text;
 
 struct Mark
 {
@@ -34,12 +31,6 @@ constexpr std::array headings = {
     Heading{Area::Sites, {u"Sites", u"Площадки"}},
     Heading{Area::Modules, {u"Local modules", u"Локальные модули"}},
 };
-
-/// What came from outside cannot break the report: no control characters, no line ends.
-QString oneLine(const QString& text)
-{
-    return utils::printable(text.simplified());
-}
 
 /// Empty for the file of the settings, which stands above or before it.
 QString subjectOf(const Finding& finding, const Report& report)
@@ -163,4 +154,4 @@ QString toLines(const Report& report)
     return text;
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -12,11 +12,9 @@
 #include "poshost/settings/certificates.h"
 #include "poshost/settings/knownkeys.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
 
 QString faultOfSwitch(const KnownKey&, const QString& value)
 {
@@ -275,4 +273,4 @@ void checkNamesAndValues(const Config& config, Report& report)
     }
 }
 
-}  // namespace doctor
+}  // namespace poshost

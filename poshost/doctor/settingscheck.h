@@ -4,7 +4,7 @@
 
 #include "poshost/doctor/report.h"
 
-namespace doctor {
+namespace poshost {
 
 /// Adds findings about the settings, each with the line that it is about.
 class SettingsFindings
@@ -45,4 +45,4 @@ void judgeKeyText(SettingsFindings& findings, const QString& section, const char
 /// All of the above, and a look at Report::settingsFile: who can read and write it, what stands in it twice.
 void checkSettings(const Config& config, Report& report);
 
-}  // namespace doctor
+}  // namespace poshost

@@ -9,11 +9,9 @@
 #include "poshost/doctor/settingscheck.h"
 #include "poshost/language.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
 
 void checkFile(const Config& config, Report& report)
 {
@@ -96,4 +94,4 @@ void checkSettings(const Config& config, Report& report)
     }
 }
 
-}  // namespace doctor
+}  // namespace poshost

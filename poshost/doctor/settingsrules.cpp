@@ -8,11 +8,9 @@
 #include "poshost/settings/address.h"
 #include "poshost/settings/knownkeys.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
 
 /// Longer than any cashier waits.
 constexpr int maxTimeout = 120;  // seconds
@@ -255,4 +253,4 @@ void checkRules(const Config& config, Report& report)
     checkModuleRules(config, report);
 }
 
-}  // namespace doctor
+}  // namespace poshost

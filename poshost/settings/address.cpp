@@ -1,6 +1,6 @@
 #include "poshost/settings/address.h"
 
-namespace doctor {
+namespace poshost {
 
 QUrl addressOf(const QString& text)
 {
@@ -46,4 +46,4 @@ QString masked(const QString& secret)
     return secret.size() > maxHidden ? u'…' + secret.last(4) : QStringLiteral("…");
 }
 
-}  // namespace doctor
+}  // namespace poshost

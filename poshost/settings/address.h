@@ -3,7 +3,7 @@
 #include <QString>
 #include <QUrl>
 
-namespace doctor {
+namespace poshost {
 
 /// An address as the plug-in will read it: "markirovka.example" is "http://markirovka.example". Invalid for
 /// what would be taken for something else, such as "http://a b" for a path on a host named "http".
@@ -27,4 +27,4 @@ namespace doctor {
 /// All but the last four characters of a secret gone, and all of one that has eight or fewer.
 [[nodiscard]] QString masked(const QString& secret);
 
-}  // namespace doctor
+}  // namespace poshost

@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QRegularExpression>
 
-namespace doctor {
+namespace poshost {
 
 bool holdsCertificates(const QString& name)
 {
@@ -12,4 +12,4 @@ bool holdsCertificates(const QString& name)
     return file.open(QIODevice::ReadOnly) && QString::fromLatin1(file.readAll()).contains(head);
 }
 
-}  // namespace doctor
+}  // namespace poshost

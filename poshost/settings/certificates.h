@@ -2,9 +2,9 @@
 
 #include <QString>
 
-namespace doctor {
+namespace poshost {
 
 /// Whether the file can be read and has a certificate in PEM: any other is of no use as [Network] caFile.
 [[nodiscard]] bool holdsCertificates(const QString& file);
 
-}  // namespace doctor
+}  // namespace poshost

@@ -70,7 +70,7 @@ std::chrono::seconds readTimeout(const std::optional<std::chrono::seconds>& wish
 /// `text` is what the settings have at `key`, `url` what the plug-in will make of it.
 void checkAddress(const QString& key, const QString& text, const QUrl& url, const QString& example)
 {
-    if (!doctor::isAskable(url)) {
+    if (!isAskable(url)) {
         refuse(QStringLiteral("settings, %1: \"%2\" is no http or https address; write it as %3")
                    .arg(named(key), text, example));
     }
@@ -82,7 +82,7 @@ void checkCertificates(const QString& file)
         return;
     }
     const bool isReadable = QFileInfo(file).isFile() && QFileInfo(file).isReadable();
-    if (!isReadable || !doctor::holdsCertificates(file)) {
+    if (!isReadable || !holdsCertificates(file)) {
         refuse(QStringLiteral("settings, [Network] caFile = %1: %2; name a PEM file or leave it out")
                    .arg(file, isReadable ? QStringLiteral("no certificates in PEM")
                                          : QStringLiteral("no readable file")));
@@ -93,7 +93,7 @@ void checkNetwork(const Config& config)
 {
     checkCertificates(config.getString(key("Network", "caFile")));
     if (const QString proxy = config.getString(key("Network", "proxy"));
-        !proxy.isEmpty() && doctor::addressOf(proxy).host().isEmpty()) {
+        !proxy.isEmpty() && addressOf(proxy).host().isEmpty()) {
         refuse(QStringLiteral(
                    "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));
@@ -108,7 +108,7 @@ void readModules(const Config& config, HostSettings& settings)
             continue;
         }
         const QString name = QStringLiteral("url");
-        const QString example = doctor::knownKey(section, name)->fallback;
+        const QString example = knownKey(section, name)->fallback;
         const QString key = section + u':' + name;
         const QString url = config.getString(key, example);
         checkAddress(key, url, QUrl(url, QUrl::StrictMode), example);
@@ -192,7 +192,7 @@ HostSettings readHostSettings(const Config& config, const Options& options, cons
     settings.section = chosen(check.section, config, key("Host", "section"), QStringLiteral("MarkedGoods"));
     settings.hosts = config.getList(key("Host", "hosts"));
     for (const QString& host : settings.hosts) {
-        checkAddress(key("Host", "hosts"), host, doctor::addressOf(host),
+        checkAddress(key("Host", "hosts"), host, addressOf(host),
                      QStringLiteral("https://markirovka.example"));
     }
     settings.keys = config.getList(key("Host", "keys"));

@@ -11,12 +11,9 @@
 
 #include "poshost/language.h"
 
-namespace doctor {
+namespace poshost {
 
 namespace {
-
-using poshost::said;
-using poshost::Text;
 
 const QStringList ownSections = {QStringLiteral("Host"), QStringLiteral("Network"), QStringLiteral("Log")};
 
@@ -174,4 +171,4 @@ int editDistance(const QString& one, const QString& other)
     return row.last();
 }
 
-}  // namespace doctor
+}  // namespace poshost

@@ -7,7 +7,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace doctor {
+namespace poshost {
 
 /// A key of the settings that the plug-in or this host reads: an entry of keys.json.
 struct KnownKey
@@ -45,4 +45,4 @@ struct KnownKey
 /// How many letters have to be changed, added or left out to make one of the other, letter case aside.
 [[nodiscard]] int editDistance(const QString& one, const QString& other);
 
-}  // namespace doctor
+}  // namespace poshost

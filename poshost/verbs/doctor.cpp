@@ -34,9 +34,6 @@ namespace poshost {
 
 namespace {
 
-using doctor::Area;
-using doctor::Level;
-
 struct DoctorOptions
 {
     bool json = false;
@@ -72,7 +69,7 @@ public:
         m_report.strict = strict;
     }
 
-    doctor::Report run();
+    Report run();
 
 private:
     void useStand(const ShippedScenario& scenario);
@@ -82,22 +79,22 @@ private:
     const Options& m_options;
     Config& m_config = *Singleton<Config>::instance();
     std::optional<Stand> m_stand;
-    doctor::Report m_report;
+    Report m_report;
 };
 
-doctor::Report Examination::run()
+Report Examination::run()
 {
     QElapsedTimer timer;
     timer.start();
     const ShippedScenario scenario = findScenario(m_options.scenario);
     configureQuietLog(m_options);
     const QString file = settingsFile(m_options);
-    if (file.isEmpty() || doctor::readSettings(file, m_config, m_report)) {
+    if (file.isEmpty() || readSettings(file, m_config, m_report)) {
         if (m_options.stand) {
             useStand(scenario);
         }
         maskSecrets(m_config);
-        doctor::checkSettings(m_config, m_report);
+        checkSettings(m_config, m_report);
         askForReplies();
         checkPlugin();
     }
@@ -120,14 +117,14 @@ void Examination::askForReplies()
 {
     StepProgress progress;
     const auto onStep = [&](const QString& step) { progress.show(step); };
-    doctor::checkOperator(m_config, onStep, m_report);
-    doctor::askModules(m_config, onStep, m_report);
+    checkOperator(m_config, onStep, m_report);
+    askModules(m_config, onStep, m_report);
 }
 
-QString markingSections(const QList<doctor::MarkingSection>& sections)
+QString markingSections(const QList<MarkingSection>& sections)
 {
     QStringList texts;
-    for (const doctor::MarkingSection& section : sections) {
+    for (const MarkingSection& section : sections) {
         texts.append(QStringLiteral("[%1] %2").arg(section.section, section.service));
     }
     return texts.isEmpty() ? said({u"no section MarkedGoods*, DraftBeer*, Motp*, Moot*",
@@ -147,7 +144,7 @@ QString versionOf(const QString& pluginFile)
 }
 
 /// Report::pluginWorks is known.
-void judgePlugin(doctor::Report& report, const QString& subject)
+void judgePlugin(Report& report, const QString& subject)
 {
     const QString sections = markingSections(report.markingSections);
     if (*report.pluginWorks) {
@@ -186,16 +183,16 @@ void Examination::checkPlugin()
 }
 
 /// What can be known of the settings in one file alone.
-doctor::Report examineOffline(const QString& file, const Options& options, bool strict)
+Report examineOffline(const QString& file, const Options& options, bool strict)
 {
-    doctor::Report report;
+    Report report;
     report.offline = true;
     report.strict = strict;
     Config config;
-    if (!doctor::readSettings(file, config, report)) {
+    if (!readSettings(file, config, report)) {
         return report;
     }
-    doctor::checkSettings(config, report);
+    checkSettings(config, report);
     const auto& sections = report.markingSections;
     report.pluginWorks = std::any_of(sections.begin(), sections.end(), [](const auto& section) {
         return section.service == QLatin1String("crpt");
@@ -225,8 +222,8 @@ int examineFiles(const Options& options, const DoctorOptions& own)
     }
     bool isGood = true;
     for (const QString& file : std::as_const(files)) {
-        const doctor::Report report = examineOffline(file, options, own.strict);
-        printOut(own.json ? doctor::toJson(report) : doctor::toLines(report));
+        const Report report = examineOffline(file, options, own.strict);
+        printOut(own.json ? toJson(report) : toLines(report));
         isGood = isGood && report.isGood();
     }
     return isGood ? exitstatus::Good : exitstatus::Bad;
@@ -235,19 +232,19 @@ int examineFiles(const Options& options, const DoctorOptions& own)
 int runDoctor(const Options& options, const DoctorOptions& own)
 {
     if (own.listKeys) {
-        printOut(own.json ? doctor::keysAsJson() : doctor::keysAsMarkdown());
+        printOut(own.json ? keysAsJson() : keysAsMarkdown());
         return exitstatus::Good;
     }
     if (own.offline) {
         return examineFiles(options, own);
     }
     const Progress progress(false);
-    const doctor::Report report = inWorker([&] { return Examination(options, own.strict).run(); });
+    const Report report = inWorker([&] { return Examination(options, own.strict).run(); });
     const bool colours = styleOf(STDOUT_FILENO, options.colours).colours;
     if (own.json) {
-        printOut(doctor::toJson(report));
+        printOut(toJson(report));
     } else {
-        printReport((report.stand ? standHead() : QString()) + doctor::toText(report, colours));
+        printReport((report.stand ? standHead() : QString()) + toText(report, colours));
     }
     if (report.isFileMissing) {
         return exitstatus::Usage;

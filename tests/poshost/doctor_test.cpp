@@ -1,7 +1,4 @@
-#include "poshost/settings/knownkeys.h"
 #include "tests/poshost/poshostrun.h"
-
-using namespace doctor;
 
 namespace {
 
@@ -260,23 +257,5 @@ TEST(DoctorOffline, LooksAtWhoCanReadAndWriteTheFile)
         const QJsonObject report = onlyObject(poshost({"doctor", "--offline", file.path(), "--json"}).output);
         EXPECT_TRUE(QJsonDocument(report).toJson().contains(id)) << id;
         EXPECT_EQ(report["pluginVersion"].toString().count('.'), 2);
-    }
-}
-
-TEST(KnownKeys, AreToldApartByTheLettersThatDiffer)
-{
-    EXPECT_EQ(editDistance("Timeout", "timout"), 1);
-    EXPECT_EQ(editDistance("", "abc"), 3);
-    EXPECT_EQ(editDistance("kitten", "sitting"), 3);
-}
-
-TEST(KnownKeys, AreAllDescribed)
-{
-    for (const QJsonValue key : onlyObject(keysAsJson().toUtf8())["keys"].toArray()) {
-        const std::string name =
-            key["section"].toString().toStdString() + key["key"].toString().toStdString();
-        EXPECT_FALSE(key["meaning"].toString().isEmpty() || key["meaningEn"].toString().isEmpty()) << name;
-        const bool anyIsGood = key["type"].toString().startsWith("text");
-        EXPECT_EQ(anyIsGood, key["instead"].isNull()) << name << " does not say what a wrong value comes to";
     }
 }

@@ -2,9 +2,7 @@
 
 #include <QRegularExpression>
 
-#include "poshost/doctor/asking.h"
 #include "tests/poshost/poshostrun.h"
-#include <config/config.h>
 
 namespace {
 
@@ -47,18 +45,6 @@ TEST(DoctorAdvice, NamesTheExamplesOfTheSettingsAsShippedLineByLine)
         << run.output.data();
     EXPECT_TRUE(run.output.contains(": note: [Host] keys: the key of zeros is an example"))
         << run.output.data();
-}
-
-TEST(DoctorAdvice, IsToInstallCertificatesWhereNoLineNamesAFileOfThem)
-{
-    http::ExchangeRecord exchange;
-    exchange.response.setNetworkError(true);
-    exchange.response.setNetworkError(http::NetworkError::SslHandshakeFailed);
-    exchange.transport.detail = "error setting certificate file: /etc/ssl/certs/ca-certificates.crt";
-    EXPECT_TRUE(doctor::troubleOf(exchange).advice.contains("ca-certificates"));
-    Singleton<Config>::instance()->setValue("Network:caFile", "/shop.pem");
-    EXPECT_TRUE(doctor::troubleOf(exchange).advice.contains("[Network] caFile"));
-    Singleton<Config>::instance()->clear();
 }
 
 }  // namespace
