@@ -6,9 +6,11 @@
 #include <QJsonDocument>
 
 #include "poshost/language.h"
+#include "poshost/terminal/signals.h"
 #include <config/config.h>
 #include <log4qt/logmanager.h>
 #include <network/restclient.h>
+#include <orvex/dialog.h>
 
 namespace poshost {
 
@@ -213,9 +215,13 @@ const Words* wordsFor(const http::ExchangeRecord& exchange)
 
 }  // namespace
 
-http::ExchangeRecord ask(const QUrl& url, const QHash<QString, QString>& headers, std::chrono::seconds limit)
+http::ExchangeRecord ask(const QString& step, const QUrl& url, const QHash<QString, QString>& headers,
+                         std::chrono::seconds limit)
 {
     constexpr std::chrono::seconds maxLimit{30};
+    Signals::throwIfReceived();
+    const SimpleProgress shown =
+        MockFactory<Dialog>::create()->showProgress(tr::Tr(QStringLiteral("doctorStep"), step), {});
     http::ExchangeRecord record;
     RestClient::setExchangeObserver([&record](const http::ExchangeRecord& seen) { record = seen; });
     const auto client = MockFactory<RestClient>::create();

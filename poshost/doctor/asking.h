@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 
 #include <QHash>
 #include <QString>
@@ -11,14 +10,11 @@
 
 namespace poshost {
 
-/// Called with what is about to be done, before every request. What it throws ends the
-/// examination.
-using OnStep = std::function<void(const QString&)>;
-
-/// One GET with the host's HTTP client, in this thread. `limit` is the settings' one; nobody waits for longer
-/// than 30 s. Another exchange observer is lost.
-[[nodiscard]] http::ExchangeRecord ask(const QUrl& url, const QHash<QString, QString>& headers,
-                                       std::chrono::seconds limit);
+/// One GET with the host's HTTP client, in this thread, while `step` is shown as what is being done. `limit`
+/// is the settings' one; nobody waits for longer than 30 s. Another exchange observer is lost. Throws
+/// FatalError once a signal has come.
+[[nodiscard]] http::ExchangeRecord ask(const QString& step, const QUrl& url,
+                                       const QHash<QString, QString>& headers, std::chrono::seconds limit);
 
 [[nodiscard]] std::chrono::milliseconds elapsedOf(const http::ExchangeRecord& exchange);
 

@@ -1,14 +1,13 @@
-#include "poshost/doctor/modulecheck.h"
+#include "poshost/doctor/examination.h"
 
 #include <algorithm>
 #include <array>
 
 #include <QJsonObject>
 
-#include "poshost/doctor/settingscheck.h"
+#include "poshost/doctor/asking.h"
 #include "poshost/language.h"
 #include "poshost/settings/address.h"
-#include "poshost/settings/knownkeys.h"
 
 namespace poshost {
 
@@ -63,16 +62,16 @@ const StatusRow* rowOf(const ModuleState& module)
     return isSetUp ? &willBeSetUp : row;
 }
 
-http::ExchangeRecord askForStatus(const Config& config, const ModuleState& module)
+http::ExchangeRecord askForStatus(const Examined& examined, const ModuleState& module)
 {
     const QString credentials =
-        valueOf(config, module.section, "user") + u':' + valueOf(config, module.section, "password");
-    const int fallback = knownKey(module.section, QStringLiteral("timeout"))->fallback.toInt();
-    return ask(methodUrl(QUrl(valueOf(config, module.section, "url")), QStringLiteral("/api/v2/status")),
+        examined.value(module.section, "user") + u':' + examined.value(module.section, "password");
+    return ask(said({u"Local module %1", u"Локальный модуль %1"}).arg(module.url),
+               methodUrl(QUrl(examined.value(module.section, "url")), QStringLiteral("/api/v2/status")),
                {{QStringLiteral("Content-Type"), QStringLiteral("application/json")},
                 {QStringLiteral("Authorization"),
                  QStringLiteral("Basic ") + QString::fromLatin1(credentials.toLocal8Bit().toBase64())}},
-               std::chrono::seconds(config.getInt(module.section + QLatin1String(":timeout"), fallback)));
+               std::chrono::seconds(examined.number(module.section, "timeout")));
 }
 
 /// What the reply says of user and password; unset when it says nothing.
@@ -112,38 +111,112 @@ void judge(const ModuleState& module, const http::ExchangeRecord& exchange, Repo
     }
 }
 
+/// `earlier` has the tokens of the sections so far.
+void judgeToken(const Examined& examined, const ModuleState& module, QStringList& earlier)
+{
+    const QString token = examined.value(module.section, "token");
+    judgeKeyText(examined, module.section, "token", token);
+    if (earlier.contains(token)) {
+        examined.bad(Area::Modules, "module-token-repeated", module.section, "token",
+                     said({u"another section has this token too; the last one counts",
+                           u"этот токен есть и у другой секции; действует последняя"}),
+                     said({u"keep one section for a token", u"оставьте одну секцию на токен"}));
+    }
+    earlier.append(token);
+    const QStringList keys = examined.config.getList(QStringLiteral("Host:keys"));
+    const QString apiKey = examined.value(QStringLiteral("Host"), "apiKey");
+    const QString usual = apiKey.isEmpty() ? keys.value(0) : apiKey;
+    if (token != usual && !keys.contains(token)) {
+        examined.bad(Area::Modules, "module-token-unused", module.section, "token",
+                     said({u"the token is none of the till's keys: nobody will ask the module",
+                           u"токен не совпадает ни с одним ключом кассы: модуль никто не спросит"}),
+                     said({u"write into token the key that checks are made with",
+                           u"впишите в token тот ключ, с которым идут проверки"}));
+    } else if (token != usual) {
+        examined.note(
+            Area::Modules, "module-token-other", module.section, "token",
+            said({u"the module will be asked only for checks with the key %1, the usual key is another",
+                  u"модуль спросят только для проверок с ключом %1, обычный ключ другой"})
+                .arg(module.token));
+    }
+}
+
+void judgeUse(const Examined& examined, const ModuleState& module)
+{
+    const QUrl url(examined.value(module.section, "url"));
+    if (url.path().endsWith(u'/')) {
+        examined.bad(Area::Modules, "module-address-slash", module.section, "url",
+                     said({u"the address ends with a slash: the module will get a path with two",
+                           u"косая черта в конце адреса: модуль получит путь с двумя"}),
+                     said({u"take it out", u"уберите её"}));
+    }
+    if (isOverheard(url)) {
+        examined.note(Area::Modules, "module-overheard", module.section, "url",
+                      said({u"password and key will go to %1 in the open",
+                            u"пароль и ключ уйдут на %1 открытым текстом"})
+                          .arg(module.url));
+    }
+    if (module.greyListWanted && !module.maintained) {
+        examined.bad(Area::Modules, "grey-list-not-kept", module.section, "enableGreyList",
+                     said({u"enableGreyList does nothing: maintain is off",
+                           u"enableGreyList не действует: maintain выключен"}),
+                     said({u"switch maintain on or take enableGreyList out",
+                           u"включите maintain или уберите enableGreyList"}));
+    }
+}
+
 }  // namespace
 
-void describeModules(const Config& config, Report& report)
+void describeModules(const Examined& examined)
 {
+    const Config& config = examined.config;
     for (const QString& section : config.sections(QStringLiteral("LMCHZ*"))) {
         ModuleState module;
         module.section = section;
-        module.url = shown(QUrl(valueOf(config, module.section, "url")));
-        const QString token = valueOf(config, module.section, "token");
+        module.url = shown(QUrl(examined.value(module.section, "url")));
+        const QString token = examined.value(module.section, "token");
         module.token = token.isEmpty() ? QString() : masked(token);
         module.enabled = config.getBool(section + QLatin1String(":enable"));
         module.maintained = config.getBool(section + QLatin1String(":maintain"));
         if (const QString key = section + QLatin1String(":enableGreyList"); config.contains(key)) {
             module.greyListWanted = config.getBool(key);
         }
-        report.modules.append(module);
+        examined.report.modules.append(module);
     }
 }
 
-void askModules(const Config& config, const OnStep& onStep, Report& report)
+void checkModuleRules(const Examined& examined)
 {
-    for (ModuleState& module : report.modules) {
+    QStringList tokens;
+    for (const ModuleState& module : std::as_const(examined.report.modules)) {
+        if (!module.enabled) {
+            examined.note(Area::Modules, "module-disabled", module.section, "enable",
+                          said({u"the module is switched off", u"модуль выключен"}));
+        } else if (module.token.isEmpty()) {
+            examined.bad(Area::Modules, "module-without-token", module.section, "token",
+                         said({u"no token, the plug-in passes this section over",
+                               u"нет токена, плагин пропускает эту секцию"}),
+                         said({u"write into token the API key whose checks are to go to the module",
+                               u"впишите в token ключ API, проверки с которым должны идти в модуль"}));
+        } else {
+            judgeToken(examined, module, tokens);
+            judgeUse(examined, module);
+        }
+    }
+}
+
+void askModules(const Examined& examined)
+{
+    for (ModuleState& module : examined.report.modules) {
         if (!module.enabled || module.token.isEmpty()) {
             continue;
         }
-        onStep(said({u"Local module %1", u"Локальный модуль %1"}).arg(module.url));
-        const http::ExchangeRecord exchange = askForStatus(config, module);
+        const http::ExchangeRecord exchange = askForStatus(examined, module);
         module.httpStatus = exchange.response.status();
         module.elapsed = elapsedOf(exchange);
         module.status = exchange.response.responseObject().value(QLatin1String("status")).toString();
         module.credentialsAccepted = acceptance(module);
-        judge(module, exchange, report);
+        judge(module, exchange, examined.report);
     }
 }
 

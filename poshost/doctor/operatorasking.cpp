@@ -4,7 +4,6 @@
 #include <array>
 
 #include "poshost/settings/address.h"
-#include "poshost/settings/knownkeys.h"
 
 namespace poshost {
 
@@ -66,16 +65,14 @@ QUrl baseOf(QUrl url)
 
 }  // namespace
 
-http::ExchangeRecord askOperator(const Config& config, const QUrl& base, const char* path, const QString& key,
-                                 const char* limit)
+http::ExchangeRecord askOperator(const Examined& examined, const QString& step, const QUrl& base,
+                                 const char* path, const QString& key, const char* limit)
 {
-    const QString name = QLatin1String(limit);
-    const int fallback = knownKey(QStringLiteral("CRPT"), name)->fallback.toInt();
-    return ask(methodUrl(baseOf(base), QLatin1String(path)),
+    return ask(step, methodUrl(baseOf(base), QLatin1String(path)),
                {{QStringLiteral("X-API-KEY"), key},
                 {QStringLiteral("Accept"), QStringLiteral("application/json")},
                 {QStringLiteral("Connection"), QStringLiteral("close")}},
-               std::chrono::seconds(config.getInt(QStringLiteral("CRPT:") + name, fallback)));
+               std::chrono::seconds(examined.number(QStringLiteral("CRPT"), limit)));
 }
 
 bool isHealthy(const QJsonObject& reply)

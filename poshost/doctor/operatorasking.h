@@ -2,18 +2,17 @@
 
 #include <QJsonObject>
 
-#include <config/config.h>
-
 #include "poshost/doctor/asking.h"
-#include "poshost/doctor/report.h"
+#include "poshost/doctor/examination.h"
 #include "poshost/language.h"
 
 namespace poshost {
 
 /// Asks a method of the operator's server or of a site, as the plug-in does. `limit` is the key of [CRPT]
-/// that limits the request.
-[[nodiscard]] http::ExchangeRecord askOperator(const Config& config, const QUrl& base, const char* path,
-                                               const QString& key, const char* limit);
+/// that limits the request, `step` what is shown meanwhile.
+[[nodiscard]] http::ExchangeRecord askOperator(const Examined& examined, const QString& step,
+                                               const QUrl& base, const char* path, const QString& key,
+                                               const char* limit);
 
 /// Whether a site says so of itself.
 [[nodiscard]] bool isHealthy(const QJsonObject& reply);

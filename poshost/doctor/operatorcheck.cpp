@@ -1,4 +1,4 @@
-#include "poshost/doctor/operatorcheck.h"
+#include "poshost/doctor/examination.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,7 +11,6 @@
 #include "poshost/doctor/operatorasking.h"
 #include "poshost/language.h"
 #include "poshost/settings/address.h"
-#include "poshost/settings/knownkeys.h"
 
 namespace poshost {
 
@@ -38,11 +37,10 @@ QStringList probedSites(const QJsonArray& listed)
 class OperatorCheck
 {
 public:
-    OperatorCheck(const Config& config, const OnStep& onStep, Report& report)
-        : m_config(config)
-        , m_onStep(onStep)
-        , m_report(report)
-        , m_keys(config.getList(QStringLiteral("Host:keys")))
+    explicit OperatorCheck(const Examined& examined)
+        : m_examined(examined)
+        , m_report(examined.report)
+        , m_keys(examined.config.getList(QStringLiteral("Host:keys")))
     {
     }
 
@@ -59,8 +57,7 @@ private:
     bool checkSite(const HostState& host, const QString& address, const QString& key);
     void judgeTime(const SiteState& site);
 
-    const Config& m_config;
-    const OnStep& m_onStep;
+    const Examined& m_examined;
     Report& m_report;
     QStringList m_keys;  ///< as the settings have them
     bool m_clockJudged = false;
@@ -100,8 +97,9 @@ void OperatorCheck::checkHost(const QUrl& url)
 /// The sites that the server lists for the key; nothing when it gave no reply.
 std::optional<QJsonArray> OperatorCheck::askForSites(HostState& host, const QUrl& url, const QString& key)
 {
-    m_onStep(said({u"Operator's server %1", u"Сервер оператора %1"}).arg(host.url));
-    const http::ExchangeRecord exchange = askOperator(m_config, url, "/cdn/info", key, "getInfoTimeout");
+    const QString step = said({u"Operator's server %1", u"Сервер оператора %1"}).arg(host.url);
+    const http::ExchangeRecord exchange =
+        askOperator(m_examined, step, url, "/cdn/info", key, "getInfoTimeout");
     const QJsonArray listed = exchange.response.responseObject().value(QLatin1String("hosts")).toArray();
     if (host.keys.isEmpty()) {
         describe(host, exchange);
@@ -206,9 +204,9 @@ bool OperatorCheck::checkSite(const HostState& host, const QString& address, con
     SiteState site;
     site.site = shown(url);
     site.host = host.url;
-    m_onStep(said({u"Site %1", u"Площадка %1"}).arg(site.site));
+    const QString step = said({u"Site %1", u"Площадка %1"}).arg(site.site);
     const http::ExchangeRecord exchange =
-        askOperator(m_config, url, "/cdn/health/check", key, "healthCheckTimeout");
+        askOperator(m_examined, step, url, "/cdn/health/check", key, "healthCheckTimeout");
     site.healthy = isHealthy(exchange.response.responseObject());
     site.httpStatus = exchange.response.status();
     site.elapsed = elapsedOf(exchange);
@@ -233,9 +231,7 @@ bool OperatorCheck::checkSite(const HostState& host, const QString& address, con
 void OperatorCheck::judgeTime(const SiteState& site)
 {
     constexpr seconds ofPlugin{2};  // in place of 0
-    const QString key = QStringLiteral("requestTimeout");
-    const int fallback = knownKey(QStringLiteral("Host"), key)->fallback.toInt();
-    const seconds set(m_config.getInt(QStringLiteral("Host:") + key, fallback));
+    const seconds set(m_examined.number(QStringLiteral("Host"), "requestTimeout"));
     const seconds limit = set.count() > 0 ? set : ofPlugin;
     if (site.elapsed > limit) {
         m_report.add(Level::Bad, Area::Sites, "site-slow", site.site,
@@ -276,16 +272,16 @@ void OperatorCheck::chooseSite()
 
 }  // namespace
 
-void checkOperator(const Config& config, const OnStep& onStep, Report& report)
+void checkOperator(const Examined& examined)
 {
     std::set<QUrl> urls;  // in the plug-in's order
-    for (const QString& host : config.getList(QStringLiteral("Host:hosts"))) {
+    for (const QString& host : examined.config.getList(QStringLiteral("Host:hosts"))) {
         const QUrl url = addressOf(host);
         if (isAskable(url)) {
             urls.insert(url);
         }
     }
-    OperatorCheck check(config, onStep, report);
+    OperatorCheck check(examined);
     for (const QUrl& url : urls) {
         check.checkHost(url);
     }

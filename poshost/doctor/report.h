@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -99,10 +100,29 @@ struct Report
     std::chrono::milliseconds elapsed{0};
 
     void add(Level level, Area area, const char* id, const QString& subject, const QString& text,
-             const QString& advice = {}, int line = 0);
-    [[nodiscard]] qsizetype count(Level level) const;
+             const QString& advice = {}, int line = 0)
+    {
+        findings.append({level, area, QLatin1String(id), subject, text, advice, line});
+    }
+
+    [[nodiscard]] qsizetype count(Level level) const
+    {
+        return std::count_if(findings.begin(), findings.end(),
+                             [level](const Finding& finding) { return finding.level == level; });
+    }
+
     /// Whether nothing that counts is wrong.
     [[nodiscard]] bool isGood() const { return count(Level::Bad) + (strict ? count(Level::Note) : 0) == 0; }
 };
+
+/// The report for a person: finding by finding, then the sites as a table, then the sum.
+[[nodiscard]] QString toText(const Report& report, bool colours);
+
+/// What counts or is worth knowing, a line "<file>:<line>: <message>" for each; line 1 for what stands
+/// nowhere.
+[[nodiscard]] QString toLines(const Report& report);
+
+/// The report as one JSON object on one line, with its line feed.
+[[nodiscard]] QString toJson(const Report& report);
 
 }  // namespace poshost

@@ -1,4 +1,4 @@
-#include "poshost/doctor/reports.h"
+#include "poshost/doctor/report.h"
 
 #include <algorithm>
 #include <array>

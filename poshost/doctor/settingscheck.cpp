@@ -1,4 +1,4 @@
-#include "poshost/doctor/settingscheck.h"
+#include "poshost/doctor/examination.h"
 
 #include <algorithm>
 #include <array>
@@ -144,131 +144,99 @@ const KnownKey* nearestSection(const QString& section)
     return editDistance(stem, nearest->sectionStem()) <= likelyDistance(stem) ? &*nearest : nullptr;
 }
 
-class NamesAndValues
+void checkValue(const Examined& examined, const KnownKey& key, const QString& section)
 {
-public:
-    NamesAndValues(const Config& config, Report& report)
-        : m_config(config)
-        , m_report(report)
-        , m_findings(config, report)
-    {
+    const QString value = examined.config.getString(section + u':' + key.name);
+    const QString fault = faultOf(key, value);
+    if (fault.isEmpty()) {
+        return;
     }
+    bool isNumber = false;
+    Q_UNUSED(value.toInt(&isNumber));
+    const QString without =
+        key.fallback.isEmpty()
+            ? QString()
+            : said({u": without it %1 holds", u": без неё действует %1"}).arg(key.fallback);
+    // The till may have what this machine has not.
+    const bool isElsewhere =
+        examined.report.offline && key.type == QLatin1String("file") && !QFileInfo::exists(value);
+    examined.add(isElsewhere ? Level::Note : Level::Bad, Area::Settings, "wrong-value", section, key.name,
+                 said({u"\"%1\": %2; %3", u"«%1»: %2; %3"})
+                     .arg(shownText(value), fault, isNumber ? key.outside : key.instead),
+                 said({u"correct the value or take the line out", u"исправьте значение или уберите строку"}) +
+                     without);
+}
 
-    void checkSection(const QString& section)
-    {
-        const qsizetype before = m_report.findings.size();
-        const QStringList keys = m_config.keys(section);
-        for (const QString& name : keys) {
-            if (const KnownKey* key = knownKey(section, name)) {
-                checkValue(*key, section);
-            } else {
-                judgeUnknownKey(section, name);
-            }
-        }
-        if (m_report.findings.size() == before) {
-            m_findings.add(
-                Level::Good, Area::Settings, "section", section, {},
-                keys.isEmpty()
-                    ? said({u"no keys, the defaults hold", u"ключей нет, действуют значения по умолчанию"})
-                    : said({u"keys %1, all are read", u"ключей %1, все читаются"}).arg(keys.size()));
+void judgeUnknownKey(const Examined& examined, const QString& section, const QString& name)
+{
+    const KnownKey& meant = nearestKey(section, name);
+    const bool isNear = distanceTo(meant, section, name) <= likelyDistance(name);
+    if (knownKey(section, QStringLiteral("markverifycrptservice")) != nullptr && !isNear) {
+        return;  // these sections are the host's own, with keys of its own
+    }
+    const QString where =
+        meant.isIn(section) ? meant.name : QStringLiteral("[%1] %2").arg(meant.section, meant.name);
+    examined.add(Level::Bad, Area::Settings, "unknown-key", section, name,
+                 said({u"nobody reads such a key; the nearest known one: %1",
+                       u"такого ключа никто не читает; ближайший известный: %1"})
+                     .arg(where),
+                 said({u"correct the name (letter case counts) or take the line out",
+                       u"исправьте имя (регистр букв важен) или уберите строку"}));
+}
+
+void checkSection(const Examined& examined, const QString& section)
+{
+    const qsizetype before = examined.report.findings.size();
+    const QStringList keys = examined.config.keys(section);
+    for (const QString& name : keys) {
+        if (const KnownKey* key = knownKey(section, name)) {
+            checkValue(examined, *key, section);
+        } else {
+            judgeUnknownKey(examined, section, name);
         }
     }
-
-    void judgeUnknownSection(const QString& section)
-    {
-        const KnownKey* meant = nearestSection(section);
-        if (meant == nullptr) {
-            m_findings.add(Level::Note, Area::Settings, "foreign-section", section, {},
-                           said({u"neither the plug-in nor poshost reads such a section",
-                                 u"такой секции не читают ни плагин, ни poshost"}));
-            return;
-        }
-        m_findings.add(Level::Bad, Area::Settings, "unknown-section", section, {},
-                       said({u"nobody reads such a section; the nearest known one: [%1]",
-                             u"такой секции никто не читает; ближайшая известная: [%1]"})
-                           .arg(meant->section),
-                       said({u"correct the name (letter case counts) or take the section out",
-                             u"исправьте имя (регистр букв важен) или уберите секцию"}));
+    if (examined.report.findings.size() == before) {
+        examined.add(
+            Level::Good, Area::Settings, "section", section, {},
+            keys.isEmpty()
+                ? said({u"no keys, the defaults hold", u"ключей нет, действуют значения по умолчанию"})
+                : said({u"keys %1, all are read", u"ключей %1, все читаются"}).arg(keys.size()));
     }
+}
 
-private:
-    void checkValue(const KnownKey& key, const QString& section)
-    {
-        const QString value = m_config.getString(section + u':' + key.name);
-        const QString fault = faultOf(key, value);
-        if (fault.isEmpty()) {
-            return;
-        }
-        bool isNumber = false;
-        Q_UNUSED(value.toInt(&isNumber));
-        const QString without =
-            key.fallback.isEmpty()
-                ? QString()
-                : said({u": without it %1 holds", u": без неё действует %1"}).arg(key.fallback);
-        // The till may have what this machine has not.
-        const bool isElsewhere =
-            m_report.offline && key.type == QLatin1String("file") && !QFileInfo::exists(value);
-        m_findings.add(
-            isElsewhere ? Level::Note : Level::Bad, Area::Settings, "wrong-value", section, key.name,
-            said({u"\"%1\": %2; %3", u"«%1»: %2; %3"})
-                .arg(shownText(value), fault, isNumber ? key.outside : key.instead),
-            said({u"correct the value or take the line out", u"исправьте значение или уберите строку"}) +
-                without);
+void judgeUnknownSection(const Examined& examined, const QString& section)
+{
+    const KnownKey* meant = nearestSection(section);
+    if (meant == nullptr) {
+        examined.add(Level::Note, Area::Settings, "foreign-section", section, {},
+                     said({u"neither the plug-in nor poshost reads such a section",
+                           u"такой секции не читают ни плагин, ни poshost"}));
+        return;
     }
-
-    void judgeUnknownKey(const QString& section, const QString& name)
-    {
-        const KnownKey& meant = nearestKey(section, name);
-        const bool isNear = distanceTo(meant, section, name) <= likelyDistance(name);
-        if (knownKey(section, QStringLiteral("markverifycrptservice")) != nullptr && !isNear) {
-            return;  // these sections are the host's own, with keys of its own
-        }
-        const QString where =
-            meant.isIn(section) ? meant.name : QStringLiteral("[%1] %2").arg(meant.section, meant.name);
-        m_findings.add(Level::Bad, Area::Settings, "unknown-key", section, name,
-                       said({u"nobody reads such a key; the nearest known one: %1",
-                             u"такого ключа никто не читает; ближайший известный: %1"})
-                           .arg(where),
-                       said({u"correct the name (letter case counts) or take the line out",
-                             u"исправьте имя (регистр букв важен) или уберите строку"}));
-    }
-
-    const Config& m_config;
-    Report& m_report;
-    SettingsFindings m_findings;
-};
+    examined.add(Level::Bad, Area::Settings, "unknown-section", section, {},
+                 said({u"nobody reads such a section; the nearest known one: [%1]",
+                       u"такой секции никто не читает; ближайшая известная: [%1]"})
+                     .arg(meant->section),
+                 said({u"correct the name (letter case counts) or take the section out",
+                       u"исправьте имя (регистр букв важен) или уберите секцию"}));
+}
 
 }  // namespace
 
-SettingsFindings::SettingsFindings(const Config& config, Report& report)
-    : m_config(config)
-    , m_report(report)
+void checkNamesAndValues(const Examined& examined)
 {
-}
-
-void SettingsFindings::add(Level level, Area area, const char* id, const QString& section, const QString& key,
-                           const QString& text, const QString& advice)
-{
-    const QString subject = u'[' + section + u']' + (key.isEmpty() ? QString() : u' ' + key);
-    const QList<int> lines = m_config.lines(section, key) + m_config.lines(section);
-    m_report.add(level, area, id, subject, text, advice, lines.value(0));
-}
-
-void checkNamesAndValues(const Config& config, Report& report)
-{
-    NamesAndValues check(config, report);
     const QString service = QStringLiteral("markverifycrptservice");
-    for (const QString& section : config.sections()) {
+    for (const QString& section : examined.config.sections()) {
         const bool isKnown = std::any_of(knownKeys().begin(), knownKeys().end(),
                                          [&](const KnownKey& key) { return key.isIn(section); });
         if (!isKnown) {
-            check.judgeUnknownSection(section);
+            judgeUnknownSection(examined, section);
             continue;
         }
-        check.checkSection(section);
+        checkSection(examined, section);
         if (const KnownKey* key = knownKey(section, service)) {
-            report.markingSections.append(
-                {section, config.getString(section + u':' + service, key->fallback)});
+            examined.report.markingSections.append(
+                {section, examined.config.getString(section + u':' + service, key->fallback)});
         }
     }
 }

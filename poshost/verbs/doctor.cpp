@@ -10,10 +10,7 @@
 #include <QJsonObject>
 #include <QPluginLoader>
 
-#include "poshost/doctor/modulecheck.h"
-#include "poshost/doctor/operatorcheck.h"
-#include "poshost/doctor/reports.h"
-#include "poshost/doctor/settingscheck.h"
+#include "poshost/doctor/examination.h"
 #include "poshost/language.h"
 #include "poshost/reports/statustext.h"
 #include "poshost/settings/hostsettings.h"
@@ -27,8 +24,6 @@
 #include "poshost/till/scenario.h"
 #include "poshost/till/stand.h"
 #include "poshost/verbs/verbs.h"
-#include <log4qt/logmanager.h>
-#include <orvex/dialog.h>
 
 namespace poshost {
 
@@ -42,84 +37,6 @@ struct DoctorOptions
     bool strict = false;             ///< notes count
     std::vector<std::string> files;  ///< of settings, offline
 };
-
-/// Shows on a terminal what is being waited for.
-class StepProgress
-{
-public:
-    void show(const QString& step)
-    {
-        Signals::throwIfReceived();
-        m_shown = {};
-        m_shown = MockFactory<Dialog>::create()->showProgress(tr::Tr(QStringLiteral("doctorStep"), step), {});
-    }
-
-private:
-    SimpleProgress m_shown;
-};
-
-/// Changes nothing and writes no file. A settings file that is not there or cannot be understood is a
-/// finding; a signal throws FatalError.
-class Examination
-{
-public:
-    Examination(const Options& options, bool strict)
-        : m_options(options)
-    {
-        m_report.strict = strict;
-    }
-
-    Report run();
-
-private:
-    void useStand(const ShippedScenario& scenario);
-    void askForReplies();
-    void checkPlugin();
-
-    const Options& m_options;
-    Config& m_config = *Singleton<Config>::instance();
-    std::optional<Stand> m_stand;
-    Report m_report;
-};
-
-Report Examination::run()
-{
-    QElapsedTimer timer;
-    timer.start();
-    const ShippedScenario scenario = findScenario(m_options.scenario);
-    configureQuietLog(m_options);
-    const QString file = settingsFile(m_options);
-    if (file.isEmpty() || readSettings(file, m_config, m_report)) {
-        if (m_options.stand) {
-            useStand(scenario);
-        }
-        maskSecrets(m_config);
-        checkSettings(m_config, m_report);
-        askForReplies();
-        checkPlugin();
-    }
-    Signals::throwIfReceived();
-    m_report.elapsed = std::chrono::milliseconds(timer.elapsed());
-    return std::move(m_report);
-}
-
-void Examination::useStand(const ShippedScenario& scenario)
-{
-    m_report.stand = true;
-    m_report.add(Level::Note, Area::Settings, "stand", QStringLiteral("--stand"),
-                 said({u"the test stand is examined", u"проверяется тестовый стенд"}));
-    m_stand.emplace(scenario.stand);
-    m_stand->applyTo(m_config);
-    scenario.applySettings(m_config);
-}
-
-void Examination::askForReplies()
-{
-    StepProgress progress;
-    const auto onStep = [&](const QString& step) { progress.show(step); };
-    checkOperator(m_config, onStep, m_report);
-    askModules(m_config, onStep, m_report);
-}
 
 QString markingSections(const QList<MarkingSection>& sections)
 {
@@ -162,24 +79,65 @@ void judgePlugin(Report& report, const QString& subject)
 }
 
 /// Has the plug-in itself say whether it has anything to do.
-void Examination::checkPlugin()
+void checkPlugin(const Options& options, const Examined& examined)
 {
-    const QString named = m_options.pluginFile.isEmpty() ? m_config.getString(QStringLiteral("Host:plugin"))
-                                                         : m_options.pluginFile;
+    Report& report = examined.report;
+    const QString named = options.pluginFile.isEmpty()
+                              ? examined.config.getString(QStringLiteral("Host:plugin"))
+                              : options.pluginFile;
     QString file = named;
     try {
         file = findPlugin(named);
-        m_report.pluginVersion = versionOf(file);
+        report.pluginVersion = versionOf(file);
         PluginSession session(file);
-        m_report.pluginWorks = session.start();
+        report.pluginWorks = session.start();
     } catch (const FatalError& failure) {
         Signals::throwIfReceived();
-        m_report.add(Level::Bad, Area::Plugin, "plugin-not-loaded", file, failure.line(),
-                     said({u"name the library in --plugin or [Host] plugin",
-                           u"назовите библиотеку в --plugin или [Host] plugin"}));
+        report.add(Level::Bad, Area::Plugin, "plugin-not-loaded", file, failure.line(),
+                   said({u"name the library in --plugin or [Host] plugin",
+                         u"назовите библиотеку в --plugin или [Host] plugin"}));
         return;
     }
-    judgePlugin(m_report, file);
+    judgePlugin(report, file);
+}
+
+void useStand(std::optional<Stand>& stand, const ShippedScenario& scenario, Config& config, Report& report)
+{
+    report.stand = true;
+    report.add(Level::Note, Area::Settings, "stand", QStringLiteral("--stand"),
+               said({u"the test stand is examined", u"проверяется тестовый стенд"}));
+    stand.emplace(scenario.stand);
+    stand->applyTo(config);
+    scenario.applySettings(config);
+}
+
+/// Changes nothing and writes no file. A settings file that is not there or cannot be understood is a
+/// finding; a signal throws FatalError.
+Report examine(const Options& options, bool strict)
+{
+    QElapsedTimer timer;
+    timer.start();
+    const ShippedScenario scenario = findScenario(options.scenario);
+    configureQuietLog(options);
+    const QString file = settingsFile(options);
+    Config& config = *Singleton<Config>::instance();
+    std::optional<Stand> stand;
+    Report report;
+    report.strict = strict;
+    if (file.isEmpty() || readSettings(file, config, report)) {
+        if (options.stand) {
+            useStand(stand, scenario, config, report);
+        }
+        maskSecrets(config);
+        const Examined examined{config, report};
+        checkSettings(examined);
+        checkOperator(examined);
+        askModules(examined);
+        checkPlugin(options, examined);
+    }
+    Signals::throwIfReceived();
+    report.elapsed = std::chrono::milliseconds(timer.elapsed());
+    return report;
 }
 
 /// What can be known of the settings in one file alone.
@@ -192,7 +150,7 @@ Report examineOffline(const QString& file, const Options& options, bool strict)
     if (!readSettings(file, config, report)) {
         return report;
     }
-    checkSettings(config, report);
+    checkSettings({config, report});
     const auto& sections = report.markingSections;
     report.pluginWorks = std::any_of(sections.begin(), sections.end(), [](const auto& section) {
         return section.service == QLatin1String("crpt");
@@ -239,7 +197,7 @@ int runDoctor(const Options& options, const DoctorOptions& own)
         return examineFiles(options, own);
     }
     const Progress progress(false);
-    const Report report = inWorker([&] { return Examination(options, own.strict).run(); });
+    const Report report = inWorker([&] { return examine(options, own.strict); });
     const bool colours = styleOf(STDOUT_FILENO, options.colours).colours;
     if (own.json) {
         printOut(toJson(report));

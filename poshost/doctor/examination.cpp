@@ -1,3 +1,5 @@
+#include "poshost/doctor/examination.h"
+
 #include <cerrno>
 
 #include <unistd.h>
@@ -5,17 +7,15 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include "poshost/doctor/modulecheck.h"
-#include "poshost/doctor/settingscheck.h"
 #include "poshost/language.h"
+#include "poshost/settings/knownkeys.h"
 
 namespace poshost {
 
 namespace {
 
-void checkFile(const Config& config, Report& report)
+void checkPermissions(Report& report)
 {
-    SettingsFindings findings(config, report);
     const QString file = report.settingsFile;
     const QFile::Permissions permissions = QFileInfo(file).permissions();
     const QString advice = QStringLiteral("chmod 600 %1").arg(file);
@@ -29,13 +29,18 @@ void checkFile(const Config& config, Report& report)
                          u"файл с ключами могут прочитать другие пользователи"}),
                    advice);
     }
+}
+
+void checkRepetitions(const Examined& examined)
+{
+    const Config& config = examined.config;
     const auto judge = [&](const QString& section, const QString& key, Level level, const QString& outcome) {
         QStringList numbers;
         for (const int line : config.lines(section, key)) {
             numbers.append(QString::number(line));
         }
         if (numbers.size() > 1) {
-            findings.add(
+            examined.add(
                 level, Area::Settings, "repeated", section, key,
                 said({u"lines %1: %2", u"строки %1: %2"}).arg(numbers.join(QLatin1String(", ")), outcome),
                 said({u"keep one", u"оставьте одну"}));
@@ -51,6 +56,38 @@ void checkFile(const Config& config, Report& report)
 }
 
 }  // namespace
+
+void Examined::add(Level level, Area area, const char* id, const QString& section, const QString& key,
+                   const QString& text, const QString& advice) const
+{
+    const QString subject = u'[' + section + u']' + (key.isEmpty() ? QString() : u' ' + key);
+    const QList<int> lines = config.lines(section, key) + config.lines(section);
+    report.add(level, area, id, subject, text, advice, lines.value(0));
+}
+
+void Examined::bad(Area area, const char* id, const QString& section, const char* key, const QString& text,
+                   const QString& advice) const
+{
+    add(Level::Bad, area, id, section, QLatin1String(key), text, advice);
+}
+
+void Examined::note(Area area, const char* id, const QString& section, const char* key,
+                    const QString& text) const
+{
+    add(Level::Note, area, id, section, QLatin1String(key), text);
+}
+
+QString Examined::value(const QString& section, const char* key) const
+{
+    const QString name = QLatin1String(key);
+    return config.getString(section + u':' + name, knownKey(section, name)->fallback);
+}
+
+int Examined::number(const QString& section, const char* key) const
+{
+    const QString name = QLatin1String(key);
+    return config.getInt(section + u':' + name, knownKey(section, name)->fallback.toInt());
+}
 
 bool readSettings(const QString& file, Config& config, Report& report)
 {
@@ -84,13 +121,15 @@ bool readSettings(const QString& file, Config& config, Report& report)
     return false;
 }
 
-void checkSettings(const Config& config, Report& report)
+void checkSettings(const Examined& examined)
 {
-    checkNamesAndValues(config, report);
-    describeModules(config, report);
-    checkRules(config, report);
-    if (!report.settingsFile.isEmpty()) {
-        checkFile(config, report);
+    checkNamesAndValues(examined);
+    describeModules(examined);
+    checkRules(examined);
+    checkModuleRules(examined);
+    if (!examined.report.settingsFile.isEmpty()) {
+        checkPermissions(examined.report);
+        checkRepetitions(examined);
     }
 }
 
