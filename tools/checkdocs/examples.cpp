@@ -64,7 +64,7 @@ bool agrees(const QStringList& shown, const QStringList& printed, qsizetype i = 
 }
 
 /// What each command of the session prints.
-QList<QStringList> printedBy(const Session& session, const QString& root, const QStringList& shell)
+QList<QStringList> printedBy(const Session& session, const QStringList& shell)
 {
     const QString mark = "-- the end of a command --";
     QString script = "exec 2>&1\n";
@@ -72,7 +72,6 @@ QList<QStringList> printedBy(const Session& session, const QString& root, const 
         script += example.command + "\necho; echo '" + mark + "'\n";
     }
     QProcess process;
-    process.setWorkingDirectory(root);
     process.start(shell.first(), shell.sliced(1) + QStringList{"-c", script});
     process.closeWriteChannel();
     constexpr int limitMs = 1'200'000;
@@ -91,12 +90,12 @@ QList<QStringList> printedBy(const Session& session, const QString& root, const 
 
 }  // namespace
 
-QStringList compareLanguages(const QString& root, const QStringList& markdownFiles)
+QStringList compareLanguages(const QStringList& markdownFiles)
 {
     const auto commandsOf = [&](const QString& file) {
         QStringList commands;
         for (const Examples which : {Examples::WithBuild, Examples::WithPackages}) {
-            for (const Session& session : sessionsOf(readFile(root, file), which)) {
+            for (const Session& session : sessionsOf(readFile(file), which)) {
                 for (const Example& example : session) {
                     commands.append(example.command);
                 }
@@ -114,14 +113,13 @@ QStringList compareLanguages(const QString& root, const QStringList& markdownFil
     return faults;
 }
 
-QStringList runExamples(const QString& root, const QStringList& markdownFiles, Examples which,
-                        const QStringList& shell)
+QStringList runExamples(const QStringList& markdownFiles, Examples which, const QStringList& shell)
 {
     QStringList faults;
     int commands = 0;
     for (const QString& file : markdownFiles) {
-        for (const Session& session : sessionsOf(readFile(root, file), which)) {
-            const QList<QStringList> printed = printedBy(session, root, shell);
+        for (const Session& session : sessionsOf(readFile(file), which)) {
+            const QList<QStringList> printed = printedBy(session, shell);
             for (qsizetype i = 0; i < session.size(); ++i, ++commands) {
                 if (!agrees(session[i].shown, printed[i])) {
                     faults.append(file + ": \"" + session[i].command + "\" now prints\n    " +

@@ -4,11 +4,10 @@
 
 namespace checkdocs {
 
-QStringList checkGenerated(const QString& root, const QString& file, const QString& source,
-                           const QString& text, bool write)
+QStringList checkGenerated(const QString& file, const QString& source, const QString& text, bool write)
 {
     const QString begin = "<!-- generated: " + source + " -->\n";
-    const QString document = readFile(root, file);
+    const QString document = readFile(file);
     const qsizetype from = document.indexOf(begin) + begin.size();
     const qsizetype to = document.indexOf("<!-- end -->", from);
     if (!document.contains(begin) || to < 0) {
@@ -20,7 +19,7 @@ QStringList checkGenerated(const QString& root, const QString& file, const QStri
     if (!write) {
         return {file + ": shows something else than " + source + "; write it with \"./dev docs write\""};
     }
-    QSaveFile saved(root + '/' + file);
+    QSaveFile saved(file);
     const QByteArray bytes = (document.first(from) + text + document.sliced(to)).toUtf8();
     const bool written =
         saved.open(QIODevice::WriteOnly) && saved.write(bytes) == bytes.size() && saved.commit();

@@ -10,30 +10,30 @@ namespace checkdocs {
 namespace {
 
 /// What is wrong with what an entry names; an empty text when that file has these words.
-QString faultOf(const QString& root, const QString& file, const QString& words, const QString& otherwise)
+QString faultOf(const QString& file, const QString& words, const QString& otherwise)
 {
-    if (!QFileInfo(root + '/' + file).isFile()) {
+    if (!QFileInfo(file).isFile()) {
         return "tools/checkdocs/limits.json: names " + file + ", and there is no such file";
     }
-    return !words.isEmpty() && readFile(root, file).simplified().contains(words) ? QString() : otherwise;
+    return !words.isEmpty() && readFile(file).simplified().contains(words) ? QString() : otherwise;
 }
 
 }  // namespace
 
-QStringList checkLimits(const QString& root)
+QStringList checkLimits()
 {
     const QJsonArray limits =
-        QJsonDocument::fromJson(readFile(root, "tools/checkdocs/limits.json").toUtf8()).array();
+        QJsonDocument::fromJson(readFile("tools/checkdocs/limits.json").toUtf8()).array();
     QStringList faults = limits.isEmpty() ? QStringList{"limits.json cannot be read"} : QStringList{};
     for (const QJsonValue entry : limits) {
         const QJsonObject limit = entry.toObject(), documents = limit["documents"].toObject();
         const QString source = limit["source"].toString(), constant = limit["constant"].toString();
         faults.append(
-            faultOf(root, source, constant,
+            faultOf(source, constant,
                     source + ": has no `" + constant + "`; what else says so stands in limits.json"));
         for (auto document = documents.begin(); document != documents.end(); ++document) {
             const QString words = document.value().toString();
-            faults.append(faultOf(root, document.key(), words,
+            faults.append(faultOf(document.key(), words,
                                   document.key() + ": no longer says \"" + words + "\", as " + source +
                                       " does with `" + constant + '`'));
         }

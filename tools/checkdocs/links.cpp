@@ -30,13 +30,13 @@ QStringList anchorsOf(const QString& text)
 
 }  // namespace
 
-QStringList checkLinks(const QString& root, const QStringList& markdownFiles)
+QStringList checkLinks(const QStringList& markdownFiles)
 {
     static const QRegularExpression link(R"(\]\(([^)\s]+)\))");
     static const QRegularExpression elsewhere("^[a-z]+:");
     QStringList faults;
     for (const QString& file : markdownFiles) {
-        for (const auto& match : link.globalMatch(withoutCode(readFile(root, file)))) {
+        for (const auto& match : link.globalMatch(withoutCode(readFile(file)))) {
             const QString target = match.captured(1);
             if (elsewhere.match(target).hasMatch()) {
                 continue;
@@ -44,9 +44,9 @@ QStringList checkLinks(const QString& root, const QStringList& markdownFiles)
             const QString path = target.section('#', 0, 0), anchor = target.section('#', 1);
             const QString linked =
                 path.isEmpty() ? file : QDir::cleanPath(QFileInfo(file).path() + '/' + path);
-            if (!QFileInfo::exists(root + '/' + linked)) {
+            if (!QFileInfo::exists(linked)) {
                 faults.append(file + ": there is no " + linked);
-            } else if (!anchor.isEmpty() && !anchorsOf(readFile(root, linked)).contains(anchor)) {
+            } else if (!anchor.isEmpty() && !anchorsOf(readFile(linked)).contains(anchor)) {
                 faults.append(file + ": " + linked + " has no heading #" + anchor);
             }
         }

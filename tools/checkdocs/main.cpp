@@ -12,9 +12,9 @@
 
 namespace checkdocs {
 
-QString readFile(const QString& root, const QString& file)
+QString readFile(const QString& file)
 {
-    QFile opened(root + '/' + file);
+    QFile opened(file);
     if (!opened.open(QIODevice::ReadOnly)) {
         throw std::runtime_error("cannot read " + file.toStdString());
     }
@@ -26,11 +26,9 @@ QString readFile(const QString& root, const QString& file)
 namespace {
 
 /// Throws std::runtime_error when the program cannot be run, or its exit status is above `maxStatus`.
-QByteArray outputOf(const QString& program, const QStringList& arguments, const QString& folder,
-                    int maxStatus = 0)
+QByteArray outputOf(const QString& program, const QStringList& arguments, int maxStatus = 0)
 {
     QProcess process;
-    process.setWorkingDirectory(folder);
     process.start(program, arguments);
     process.waitForFinished();
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() > maxStatus) {
@@ -49,7 +47,7 @@ int report(const QString& what, const QStringList& faults)
 }
 
 /// The page that describes a reply of poshost names every member of it.
-QStringList checkReplies(const QString& root, const QString& poshost)
+QStringList checkReplies(const QString& poshost)
 {
     struct Reply
     {
@@ -63,50 +61,50 @@ QStringList checkReplies(const QString& root, const QString& poshost)
                              {"doctor --keys --json", "docs/doctor.md"}};
     QStringList faults;
     for (const Reply& reply : replies) {
-        const QByteArray object = outputOf(poshost, QString(reply.command).split(' '), root, 1);
-        faults += checkdocs::checkMembers(root, reply.page, object);
+        const QByteArray object = outputOf(poshost, QString(reply.command).split(' '), 1);
+        faults += checkdocs::checkMembers(reply.page, object);
     }
     return faults;
 }
 
-QStringList markdownFilesOf(const QString& root)
+QStringList markdownFilesOf()
 {
-    const QString listed = QString::fromUtf8(outputOf("git", {"ls-files", "-z", "*.md"}, root));
+    const QString listed = QString::fromUtf8(outputOf("git", {"ls-files", "-z", "*.md"}));
     return listed.split(QChar::Null, Qt::SkipEmptyParts);
 }
 
 /// What stands in the documents and is kept somewhere else: the reference of settings, and the sample host.
-QStringList checkCopies(const QString& root, const QString& poshost, bool write)
+QStringList checkCopies(const QString& poshost, bool write)
 {
     const auto compare = [&](const QString& file, const QString& source, const QString& text) {
-        return checkdocs::checkGenerated(root, file, source, text, write);
+        return checkdocs::checkGenerated(file, source, text, write);
     };
     const auto table = [&](const QString& language) {
-        return QString::fromUtf8(outputOf(poshost, {"doctor", "--keys", "--lang", language}, root));
+        return QString::fromUtf8(outputOf(poshost, {"doctor", "--keys", "--lang", language}));
     };
     const QString keys = "poshost doctor --keys", host = "samples/host/main.cpp";
     return compare("docs/configuration.md", keys, table("en")) +
            compare("docs/configuration.ru.md", keys, table("ru")) +
-           compare("docs/host-developers.md", host, "```cpp\n" + checkdocs::readFile(root, host) + "```\n");
+           compare("docs/host-developers.md", host, "```cpp\n" + checkdocs::readFile(host) + "```\n");
 }
 
-int checkTree(const QString& root, const QString& programs, bool write)
+int checkTree(const QString& programs, bool write)
 {
     const QString poshost = programs + "/poshost";
-    const QStringList files = markdownFilesOf(root);
+    const QStringList files = markdownFilesOf();
     // The figures of reliability and performance take hours; their commands are run on their own.
     QStringList withExamples = files;
     withExamples.removeAll("docs/reliability.md");
     withExamples.removeAll("docs/performance.md");
     qputenv("PATH", programs.toUtf8() + ':' + qgetenv("PATH"));
-    int status = report("copies", checkCopies(root, poshost, write));
-    status |= report("links", checkdocs::checkLinks(root, files));
-    status |= report("limits", checkdocs::checkLimits(root));
-    status |= report("members", checkReplies(root, poshost));
-    status |= report("the stand's interface", checkdocs::checkStandInterface(root));
-    status |= report("languages", checkdocs::compareLanguages(root, files));
-    status |= report("examples",
-                     checkdocs::runExamples(root, withExamples, checkdocs::Examples::WithBuild, {"bash"}));
+    int status = report("copies", checkCopies(poshost, write));
+    status |= report("links", checkdocs::checkLinks(files));
+    status |= report("limits", checkdocs::checkLimits());
+    status |= report("members", checkReplies(poshost));
+    status |= report("the stand's interface", checkdocs::checkStandInterface());
+    status |= report("languages", checkdocs::compareLanguages(files));
+    status |=
+        report("examples", checkdocs::runExamples(withExamples, checkdocs::Examples::WithBuild, {"bash"}));
     return status;
 }
 
@@ -128,16 +126,19 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv);
     qputenv("LC_ALL", "C.UTF-8");
     try {
-        const QString tree = QDir(QString::fromStdString(root)).absolutePath();
+        const QString folder = QDir(QString::fromStdString(programs)).absolutePath();
+        if (!QDir::setCurrent(QString::fromStdString(root))) {
+            throw std::runtime_error("cannot go to " + root);
+        }
         if (shell.empty()) {
-            return checkTree(tree, QDir(QString::fromStdString(programs)).absolutePath(), write);
+            return checkTree(folder, write);
         }
         QStringList documents;
         for (const std::string& file : files) {
             documents.append(QString::fromStdString(file));
         }
         return report("examples with the packages",
-                      checkdocs::runExamples(tree, documents, checkdocs::Examples::WithPackages,
+                      checkdocs::runExamples(documents, checkdocs::Examples::WithPackages,
                                              QProcess::splitCommand(QString::fromStdString(shell))));
     } catch (const std::exception& error) {
         std::cerr << "checkdocs: " << error.what() << '\n';

@@ -56,21 +56,21 @@ QStringList unnamed(const QString& file, const QString& text, const QSet<QString
 
 }  // namespace
 
-QStringList checkMembers(const QString& root, const QString& file, const QByteArray& object)
+QStringList checkMembers(const QString& file, const QByteArray& object)
 {
     QSet<QString> names;
     collectMembers(QJsonDocument::fromJson(object).object(), names);
-    return unnamed(file, readFile(root, file), names);
+    return unnamed(file, readFile(file), names);
 }
 
-QStringList checkStandInterface(const QString& root)
+QStringList checkStandInterface()
 {
     QSet<QString> names;
     for (const QString file : {"docs/stand-scenario.schema.json", "docs/stand-admin.openapi.json"}) {
-        collectDescribed(QJsonDocument::fromJson(readFile(root, file).toUtf8()).object(), names);
+        collectDescribed(QJsonDocument::fromJson(readFile(file).toUtf8()).object(), names);
     }
     names -= {"", "$schema"};
-    return unnamed("docs/stand.md", readFile(root, "docs/stand.md"), names);
+    return unnamed("docs/stand.md", readFile("docs/stand.md"), names);
 }
 
 }  // namespace checkdocs
