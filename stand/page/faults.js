@@ -65,7 +65,7 @@ function fromText(field, text) {
 }
 
 function fieldInput(entry, field) {
-  const common = {'data-path': field.path, onchange: () => changed(entry)};
+  const common = {'data-path': field.path, onchange: () => attempt(() => change(entry))};
   if (field.kind === 'choice')
     return h('select', common, field.options.map((option) =>
       h('option', {value: option, selected: option === field.value}, t(`choice.${option}`))));
@@ -79,7 +79,7 @@ function faultSwitch(entry) {
   const id = `fault-${entry.id}`;
   return h('li', {class: 'fault', 'data-fault': entry.id},
     h('label', {class: 'switch', for: id},
-      h('input', {id, type: 'checkbox', role: 'switch', onchange: (event) => toggled(entry, event.target.checked)}), h('span', {}, t(`fault.${entry.id}`))),
+      h('input', {id, type: 'checkbox', role: 'switch', onchange: (event) => attempt(() => toggle(entry, event.target.checked))}), h('span', {}, t(`fault.${entry.id}`))),
     entry.fields.length
       ? h('div', {class: 'fields'}, entry.fields.map((field) => h('label', {}, t(`part.${field.path}`), fieldInput(entry, field))))
       : null);
@@ -97,46 +97,42 @@ function wanted(entry, range = scope()) {
   return behaviourOf(entry, values, range);
 }
 
-async function toggled(entry, on) {
-  const fault = t(`fault.${entry.id}`);
+const complain = (text) => (byId('fault-complaint').textContent = text);
+
+/** Does something that a text without JSON in it keeps from being done. */
+async function attempt(action) {
   complain('');
-  if (!on) return switchOff(behaviours().filter((behaviour) => isOf(entry, behaviour)), t('faults.off.done', {server: title(), fault}));
   try {
-    await switchOn(wanted(entry), t('faults.on.done', {server: title(), fault}));
+    await action();
   } catch (error) {
     complain(t('faults.bad-json', {reason: error.message}));
     show(state);
   }
 }
 
-/** A new value for a fault that is on takes the place of the old one, for the same method and what is left of its count. */
-async function changed(entry) {
-  const old = behaviours().filter((behaviour) => isOf(entry, behaviour));
-  if (!old.length) return;
-  try {
-    const behaviour = wanted(entry, old[0]);
-    const others = old.filter((known) => !isSame(known, behaviour));
-    const isNew = others.length === old.length;
-    if (isNew && !(await switchOn(behaviour))) return;
-    await switchOff(others, t('faults.on.done', {server: title(), fault: describe(behaviour)}));
-  } catch (error) {
-    complain(t('faults.bad-json', {reason: error.message}));
-  }
+function toggle(entry, on) {
+  const fault = t(`fault.${entry.id}`);
+  if (on) return switchOn(wanted(entry), t('faults.on.done', {server: title(), fault}));
+  return switchOff(behaviours().filter((behaviour) => isOf(entry, behaviour)), t('faults.off.done', {server: title(), fault}));
 }
 
-const complain = (text) => (byId('fault-complaint').textContent = text);
+/** A new value for a fault that is on takes the place of the old one, for the same method and what is left of its count. */
+async function change(entry) {
+  const old = behaviours().filter((behaviour) => isOf(entry, behaviour));
+  if (!old.length) return;
+  const behaviour = wanted(entry, old[0]);
+  const others = old.filter((known) => !isSame(known, behaviour));
+  const isNew = others.length === old.length;
+  if (isNew && !(await switchOn(behaviour))) return;
+  await switchOff(others, t('faults.on.done', {server: title(), fault: describe(behaviour)}));
+}
 
 function ownForm() {
   const text = h('textarea', {id: 'fault-own', rows: 3, spellcheck: 'false', required: true, 'aria-describedby': 'fault-own-hint fault-complaint'});
   text.value = '{"method": "check", "status": 500, "latencyMs": 300}';
-  const submit = async (event) => {
+  const submit = (event) => {
     event.preventDefault();
-    try {
-      complain('');
-      await switchOn(JSON.parse(text.value), t('faults.on.done', {server: title(), fault: t('fault.other')}));
-    } catch (error) {
-      complain(t('faults.bad-json', {reason: error.message}));
-    }
+    attempt(() => switchOn(JSON.parse(text.value), t('faults.on.done', {server: title(), fault: t('fault.other')})));
   };
   return h('form', {onsubmit: submit}, h('label', {for: 'fault-own'}, t('faults.own')),
     h('p', {class: 'hint', id: 'fault-own-hint'}, t('faults.own.hint')), text,
