@@ -52,7 +52,7 @@ std::string SimulatedServer::targetBehindPrefix(const Request& request) const
     return target.starts_with(prefix) ? target.substr(prefix.size()) : target;
 }
 
-Answer SimulatedServer::usualAnswer(const Route* route, const Request& request, const CodeListEdit& edit)
+Answer SimulatedServer::usualAnswer(const Route* route, const Request& request, const QJsonObject& answers)
 {
     if (!route) {
         return Answer::refusal(404, u"Not Found"_s);
@@ -65,7 +65,7 @@ Answer SimulatedServer::usualAnswer(const Route* route, const Request& request, 
     if (auto refusal = m_api.refusal(request)) {
         return *refusal;
     }
-    return route->answer(request, edit);
+    return route->answer(request, answers);
 }
 
 void SimulatedServer::serve(Request request, const ConnectionInfo& connection,
@@ -102,7 +102,7 @@ void SimulatedServer::serve(Request request, const ConnectionInfo& connection,
         return passOn(m_executor, address, target, std::move(request),
                       [finish, id](Answer given) { finish(id, std::move(given)); });
     }
-    auto usual = usualAnswer(route, request, CodeListEdit(behaviour["answers"_L1].toObject()));
+    auto usual = usualAnswer(route, request, behaviour["answers"_L1].toObject());
     finish(enter(std::move(request)), std::move(usual));
 }
 

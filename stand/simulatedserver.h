@@ -51,7 +51,7 @@ public:
 private:
     [[nodiscard]] const Route* findRoute(const std::string& path) const;
     [[nodiscard]] std::string targetBehindPrefix(const Request& request) const;
-    [[nodiscard]] Answer usualAnswer(const Route* route, const Request& request, const CodeListEdit& edit);
+    [[nodiscard]] Answer usualAnswer(const Route* route, const Request& request, const QJsonObject& answers);
 
     boost::asio::any_io_executor m_executor;
     ServerAddress m_address;

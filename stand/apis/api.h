@@ -1,9 +1,9 @@
 #pragma once
 
-#include "stand/faults/codelist.h"
 #include "stand/goods/goods.h"
 #include "stand/http/message.h"
 
+#include <QJsonObject>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -17,8 +17,9 @@ struct Route
     QLatin1String method;  ///< its name in behaviours and in the log
     std::string_view verb;
     std::string_view path;
-    /// The reply when nothing is wrong with the server; the edit is for the reply of a check.
-    std::function<Answer(const Request&, const CodeListEdit&)> answer;
+    /// The reply when nothing is wrong with the server, but for what "answers" of a behaviour does to a
+    /// check's.
+    std::function<Answer(const Request&, const QJsonObject&)> answer;
 };
 
 /// What one kind of server answers when nothing is wrong with it.

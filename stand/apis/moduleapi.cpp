@@ -1,6 +1,7 @@
 #include "stand/apis/moduleapi.h"
 
 #include "stand/apis/checkreply.h"
+#include "stand/faults/codelist.h"
 
 #include <QDateTime>
 #include <QUuid>
@@ -38,13 +39,13 @@ ModuleApi::ModuleApi(ModuleSetup setup, const Goods& sharedGoods)
 Api ModuleApi::api()
 {
     return {{{"status"_L1, "GET", "/api/v2/status",
-              [this](const Request&, const CodeListEdit&) { return status(); }},
+              [this](const Request&, const QJsonObject&) { return status(); }},
              {"init"_L1, "POST", "/api/v2/init",
-              [this](const Request& request, const CodeListEdit&) { return initialise(request); }},
+              [this](const Request& request, const QJsonObject&) { return initialise(request); }},
              {"outCheck"_L1, "POST", "/api/v2/cis/outCheck",
-              [this](const Request& request, const CodeListEdit& edit) { return check(request, edit); }},
+              [this](const Request& request, const QJsonObject& answers) { return check(request, answers); }},
              {"greyList"_L1, "POST", "/api/v2/greyList",
-              [this](const Request& request, const CodeListEdit&) { return switchGreyList(request); }}},
+              [this](const Request& request, const QJsonObject&) { return switchGreyList(request); }}},
             [this](const Request& request) { return refusal(request); }};
 }
 
@@ -127,7 +128,7 @@ Answer ModuleApi::switchGreyList(const Request& request)
     return Answer::json(200, {{"enableGreyList"_L1, m_greyList}});
 }
 
-Answer ModuleApi::check(const Request& request, const CodeListEdit& edit) const
+Answer ModuleApi::check(const Request& request, const QJsonObject& answers) const
 {
     const auto codes = requestedCodes(jsonBodyOf(request)["cis_list"_L1], "cis"_L1);
     if (!codes) {
@@ -136,10 +137,10 @@ Answer ModuleApi::check(const Request& request, const CodeListEdit& edit) const
     if (state() != ready) {
         return moduleRefusal(503, NotReady, u"the module is not ready"_s);
     }
-    const auto list = edit.entries(
-        *codes, [this](const QString& cis) { return offlineEntry(m_setup.goods, m_shared, cis); });
+    const auto list = editedEntries(
+        *codes, answers, [this](const QString& cis) { return offlineEntry(m_setup.goods, m_shared, cis); });
     QJsonArray results;
-    for (const auto& group : edit.grouped(list)) {
+    for (const auto& group : grouped(list, answers)) {
         results.append(checkReply(group, m_inst, version));
     }
     return Answer::json(200, {{"results"_L1, results}});

@@ -40,7 +40,7 @@ private:
     [[nodiscard]] std::optional<Answer> refusal(const Request& request) const;
     [[nodiscard]] Answer status() const;
     [[nodiscard]] Answer initialise(const Request& request);
-    [[nodiscard]] Answer check(const Request& request, const CodeListEdit& edit) const;
+    [[nodiscard]] Answer check(const Request& request, const QJsonObject& answers) const;
     [[nodiscard]] Answer switchGreyList(const Request& request);
     [[nodiscard]] std::optional<Answer> orderRefusal(const QJsonValue& order, bool mayBeSilent,
                                                      const QString& wrongToken) const;

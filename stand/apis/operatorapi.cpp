@@ -1,5 +1,6 @@
 #include "stand/apis/api.h"
 #include "stand/apis/checkreply.h"
+#include "stand/faults/codelist.h"
 
 #include <QUuid>
 
@@ -24,7 +25,7 @@ Route health(int averageTimeMs)
 {
     const QJsonObject reply{{"code"_L1, 0}, {"description"_L1, u"ok"_s}, {"avgTimeMs"_L1, averageTimeMs}};
     return {"health"_L1, "GET", healthPath,
-            [reply](const Request&, const CodeListEdit&) { return Answer::json(200, reply); }};
+            [reply](const Request&, const QJsonObject&) { return Answer::json(200, reply); }};
 }
 
 Answer listSites(const QStringList& sites)
@@ -36,14 +37,14 @@ Answer listSites(const QStringList& sites)
     return Answer::json(200, {{"code"_L1, 0}, {"description"_L1, u"ok"_s}, {"hosts"_L1, hosts}});
 }
 
-Answer check(const Request& request, const CodeListEdit& edit, const Goods& goods, const QString& inst)
+Answer check(const Request& request, const QJsonObject& answers, const Goods& goods, const QString& inst)
 {
     const auto codes = requestedCodes(jsonBodyOf(request)["codes"_L1]);
     if (!codes) {
         return Answer::refusal(400, u"the body must be a JSON object with an array of texts \"codes\""_s);
     }
     const auto list =
-        edit.entries(*codes, [&goods](const QString& code) { return onlineEntry(goods, code); });
+        editedEntries(*codes, answers, [&goods](const QString& code) { return onlineEntry(goods, code); });
     return Answer::json(200, checkReply(list, inst, u"1.5.4 (27)"_s));
 }
 
@@ -57,7 +58,7 @@ Api operatorApi(const QStringList& keys, const std::function<QStringList()>& sit
         return isPing ? std::nullopt : keyRefusal(request, keys);
     };
     return {{{"info"_L1, "GET", "/api/v4/true-api/cdn/info",
-              [sites](const Request&, const CodeListEdit&) { return listSites(sites()); }},
+              [sites](const Request&, const QJsonObject&) { return listSites(sites()); }},
              health(7)},
             refusal};
 }
@@ -67,8 +68,8 @@ Api siteApi(const QStringList& keys, const Goods& goods)
     const auto inst = QUuid::createUuid().toString(QUuid::WithoutBraces);
     return {{health(4),
              {"check"_L1, "POST", "/api/v4/true-api/codes/check",
-              [inst, &goods](const Request& request, const CodeListEdit& edit) {
-                  return check(request, edit, goods, inst);
+              [inst, &goods](const Request& request, const QJsonObject& answers) {
+                  return check(request, answers, goods, inst);
               }}},
             [keys](const Request& request) { return keyRefusal(request, keys); }};
 }

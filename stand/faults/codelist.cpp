@@ -10,6 +10,11 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
+QStringList textsOf(const QJsonValue& list)
+{
+    return list.toVariant().toStringList();
+}
+
 bool names(const QStringList& list, const QString& code)
 {
     const auto parts = list.isEmpty() ? CodeParts() : readCode(code);
@@ -26,43 +31,38 @@ QJsonObject contradicted(QJsonObject entry)
 
 }  // namespace
 
-CodeListEdit::CodeListEdit(const QJsonObject& answers)
-    : m_omit(answers["omit"_L1].toVariant().toStringList())
-    , m_repeat(answers["repeat"_L1].toVariant().toStringList())
-    , m_contradict(answers["contradict"_L1].toVariant().toStringList())
-    , m_add(answers["add"_L1].toVariant().toStringList())
-    , m_groups(answers["groups"_L1].toInt(1))
+QJsonArray editedEntries(const QStringList& codes, const QJsonObject& answers,
+                         const std::function<QJsonObject(const QString&)>& entryOf)
 {
-}
-
-QJsonArray CodeListEdit::entries(const QStringList& codes,
-                                 const std::function<QJsonObject(const QString&)>& entryOf) const
-{
+    const auto omit = textsOf(answers["omit"_L1]);
+    const auto repeat = textsOf(answers["repeat"_L1]);
+    const auto contradict = textsOf(answers["contradict"_L1]);
     QJsonArray list;
     for (const auto& code : codes) {
-        if (!names(m_omit, code)) {
+        if (!names(omit, code)) {
             list.append(entryOf(code));
         }
     }
     for (const auto& code : codes) {
-        if (names(m_repeat, code)) {
+        if (names(repeat, code)) {
             list.append(entryOf(code));
         }
-        if (names(m_contradict, code)) {
+        if (names(contradict, code)) {
             list.append(contradicted(entryOf(code)));
         }
     }
-    for (const auto& code : m_add) {
+    for (const auto& code : textsOf(answers["add"_L1])) {
         list.append(entryOf(code));
     }
     return list;
 }
 
-QList<QJsonArray> CodeListEdit::grouped(const QJsonArray& entries) const
+QList<QJsonArray> grouped(const QJsonArray& entries, const QJsonObject& answers)
 {
-    QList<QJsonArray> groups(m_groups);
-    for (qsizetype i = 0; m_groups > 0 && i < entries.size(); ++i) {
-        groups[i * m_groups / entries.size()].append(entries[i]);
+    const auto count = answers["groups"_L1].toInt(1);
+    QList<QJsonArray> groups(count);
+    for (qsizetype i = 0; count > 0 && i < entries.size(); ++i) {
+        groups[i * count / entries.size()].append(entries[i]);
     }
     return groups;
 }
