@@ -1,40 +1,35 @@
 #include <network/networkerror.h>
 
+#include <utility>
+
 namespace http {
 
 NetworkError networkErrorOfStatus(int httpStatus)
 {
-    switch (httpStatus) {
-    case 400:
-    case 418:
-        return NetworkError::ProtocolInvalidOperation;
-    case 401:
-        return NetworkError::AuthenticationRequired;
-    case 403:
-        return NetworkError::ContentAccessDenied;
-    case 404:
-        return NetworkError::ContentNotFound;
-    case 405:
-        return NetworkError::ContentOperationNotPermitted;
-    case 407:
-        return NetworkError::ProxyAuthenticationRequired;
-    case 409:
-        return NetworkError::ContentConflict;
-    case 410:
-        return NetworkError::ContentGone;
-    case 500:
-        return NetworkError::InternalServerError;
-    case 501:
-        return NetworkError::OperationNotImplemented;
-    case 503:
-        return NetworkError::ServiceUnavailable;
-    default:
-        break;
+    using enum NetworkError;
+    static constexpr std::pair<int, NetworkError> known[] = {
+        {400, ProtocolInvalidOperation},
+        {401, AuthenticationRequired},
+        {403, ContentAccessDenied},
+        {404, ContentNotFound},
+        {405, ContentOperationNotPermitted},
+        {407, ProxyAuthenticationRequired},
+        {409, ContentConflict},
+        {410, ContentGone},
+        {418, ProtocolInvalidOperation},
+        {500, InternalServerError},
+        {501, OperationNotImplemented},
+        {503, ServiceUnavailable},
+    };
+    for (const auto& [status, error] : known) {
+        if (status == httpStatus) {
+            return error;
+        }
     }
     if (httpStatus > 500) {
-        return NetworkError::UnknownServerError;
+        return UnknownServerError;
     }
-    return httpStatus >= 400 ? NetworkError::UnknownContentError : NetworkError::None;
+    return httpStatus >= 400 ? UnknownContentError : None;
 }
 
 }  // namespace http
