@@ -1,87 +1,66 @@
 #include "stand/faults/gzip.h"
 
+#include <algorithm>
+#include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 #include <zlib.h>
 
 namespace marksim {
 namespace {
 
-/// Makes a gzip stream of texts.
-class GzipWriter
+std::string deflated(z_stream& stream, std::string_view text, int flush)
 {
-public:
-    GzipWriter()
-    {
-        constexpr int withoutHeader = -MAX_WBITS;
-        constexpr int memoryLevel = 8;
-        if (deflateInit2(&m_stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, withoutHeader, memoryLevel,
-                         Z_DEFAULT_STRATEGY) != Z_OK) {
-            throw std::bad_alloc();
-        }
-    }
-    GzipWriter(const GzipWriter&) = delete;
-    GzipWriter& operator=(const GzipWriter&) = delete;
-    ~GzipWriter() { deflateEnd(&m_stream); }
-
-    /// Adds `text` so many times. It is compressed once and its bytes repeated: after a full flush they are
-    /// the same every time.
-    void add(std::string_view text, std::uint64_t times = 1)
-    {
-        if (times == 0 || text.empty()) {
-            return;
-        }
-        const auto bytes = deflated(text, Z_FULL_FLUSH);
-        const auto crc =
-            crc32(0, reinterpret_cast<const Bytef*>(text.data()), static_cast<uInt>(text.size()));
-        for (; times > 0; --times) {
-            m_result += bytes;
-            m_crc = crc32_combine(m_crc, crc, static_cast<z_off_t>(text.size()));
-            m_size += text.size();
-        }
-    }
-
-    /// The whole stream; nothing can be added to it.
-    [[nodiscard]] std::string finish()
-    {
-        m_result += deflated({}, Z_FINISH);
-        for (const auto number : {m_crc, m_size}) {
-            for (int shift = 0; shift < 32; shift += 8) {
-                m_result += static_cast<char>(number >> shift & 0xff);
-            }
-        }
-        return std::move(m_result);
-    }
-
-private:
-    [[nodiscard]] std::string deflated(std::string_view text, int flush)
-    {
-        constexpr std::size_t flushBytes = 64;
-        std::string out(deflateBound(&m_stream, text.size()) + flushBytes, '\0');
-        m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-        m_stream.avail_in = static_cast<uInt>(text.size());
-        m_stream.next_out = reinterpret_cast<Bytef*>(out.data());
-        m_stream.avail_out = static_cast<uInt>(out.size());
-        deflate(&m_stream, flush);
-        out.resize(out.size() - m_stream.avail_out);
-        return out;
-    }
-
-    z_stream m_stream{};
-    std::string m_result{"\x1f\x8b\x08\0\0\0\0\0\0\x03", 10};
-    uLong m_crc = 0;
-    uLong m_size = 0;
-};
+    constexpr std::size_t flushBytes = 64;
+    std::string out(deflateBound(&stream, text.size()) + flushBytes, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    stream.avail_in = static_cast<uInt>(text.size());
+    stream.next_out = reinterpret_cast<Bytef*>(out.data());
+    stream.avail_out = static_cast<uInt>(out.size());
+    deflate(&stream, flush);
+    out.resize(out.size() - stream.avail_out);
+    return out;
+}
 
 }  // namespace
 
 std::string gzipped(const std::string& text, const Filler& filler)
 {
-    GzipWriter gzip;
-    gzip.add(std::string_view(text).substr(0, filler.at));
-    gzip.add(std::string(Filler::block, 'x'), filler.size / Filler::block);
-    gzip.add(std::string_view(text).substr(filler.at));
-    return gzip.finish();
+    constexpr int withoutHeader = -MAX_WBITS;
+    constexpr int memoryLevel = 8;
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, withoutHeader, memoryLevel,
+                     Z_DEFAULT_STRATEGY) != Z_OK) {
+        throw std::bad_alloc();
+    }
+    const std::unique_ptr<z_stream, decltype(&deflateEnd)> end(&stream, deflateEnd);
+    const std::string block(std::min<std::uint64_t>(filler.size, Filler::block), 'x');
+    const std::pair<std::string_view, std::uint64_t> parts[] = {
+        {std::string_view(text).substr(0, filler.at), 1},
+        {block, filler.size / Filler::block},
+        {std::string_view(text).substr(filler.at), 1}};
+    std::string result{"\x1f\x8b\x08\0\0\0\0\0\0\x03", 10};
+    uLong crc = 0;
+    uLong size = 0;
+    for (const auto& [part, times] : parts) {
+        // Compressed once and repeated: after a full flush the bytes are the same every time.
+        const auto bytes = deflated(stream, part, Z_FULL_FLUSH);
+        const auto partCrc =
+            crc32(0, reinterpret_cast<const Bytef*>(part.data()), static_cast<uInt>(part.size()));
+        for (auto left = times; left > 0; --left) {
+            result += bytes;
+            crc = crc32_combine(crc, partCrc, static_cast<z_off_t>(part.size()));
+            size += part.size();
+        }
+    }
+    result += deflated(stream, {}, Z_FINISH);
+    for (const auto number : {crc, size}) {
+        for (int shift = 0; shift < 32; shift += 8) {
+            result += static_cast<char>(number >> shift & 0xff);
+        }
+    }
+    return result;
 }
 
 }  // namespace marksim
