@@ -7,16 +7,15 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
-#include <openssl/rand.h>
 #include <openssl/x509v3.h>
+#include <random>
 #include <stdexcept>
 
 namespace marksim {
 namespace {
 
 using namespace Qt::StringLiterals;
-
-using Days = std::chrono::duration<long, std::ratio<86400>>;
+using std::chrono::days;
 
 template <auto free>
 struct Freed
@@ -38,8 +37,8 @@ struct Subject
 {
     std::string commonName;
     std::string alternativeNames;  ///< in OpenSSL's notation; empty for an authority
-    Days from{-30};                ///< relative to now
-    Days to{365};
+    days from{-30};                ///< relative to now
+    days to{365};
 };
 
 struct Identity
@@ -66,9 +65,9 @@ void addExtension(X509* certificate, X509* issuer, int kind, const std::string& 
 
 void setSerial(X509* certificate)
 {
-    std::uint64_t serial = 0;
-    require(RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1);
-    require(ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1) == 1);
+    std::random_device random;
+    const auto serial = std::uint64_t{random()} << 32 | random();
+    require(ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial) == 1);
 }
 
 void setSubject(X509* certificate, const Subject& subject)
@@ -139,14 +138,14 @@ Certificates::Certificates(const std::vector<std::string>& hosts)
     for (const auto& host : hosts) {
         names += ',' + alternativeName(host);
     }
-    const auto ca = makeIdentity({"marksim test authority", {}, Days(-60), Days(365)}, nullptr);
+    const auto ca = makeIdentity({"marksim test authority", {}, days(-60), days(365)}, nullptr);
     writePem(m_caFile, ca.certificate.get());
     const auto add = [this](const QString& kind, const Subject& subject, const Identity* issuer) {
         m_contexts.emplace(kind, makeContext(makeIdentity(subject, issuer)));
     };
     add(u"good"_s, {"marksim", names}, &ca);
     add(u"wrong-host"_s, {"another.example", "DNS:another.example"}, &ca);
-    add(u"expired"_s, {"marksim", names, Days(-30), Days(-1)}, &ca);
+    add(u"expired"_s, {"marksim", names, days(-30), days(-1)}, &ca);
     add(u"self-signed"_s, {"marksim", names}, nullptr);
 }
 
