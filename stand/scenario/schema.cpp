@@ -54,19 +54,15 @@ QJsonObject resolved(const QJsonValue& schema)
     return target;
 }
 
-bool isOfType(const QJsonValue& value, const QString& type)
-{
-    const auto number = value.toDouble();
-    return value.type() == types()[type].type && (type != "integer"_L1 || number == std::floor(number));
-}
-
 bool isOfType(const QJsonValue& value, const QJsonObject& schema)
 {
-    const auto type = schema["type"_L1];
-    const auto alternatives = type.toArray();
-    return type.isUndefined() || isOfType(value, type.toString()) ||
-           std::ranges::any_of(alternatives,
-                               [&](const QJsonValue& name) { return isOfType(value, name.toString()); });
+    // One name, several, or none at all.
+    const auto names = schema["type"_L1].toVariant().toStringList();
+    const auto number = value.toDouble();
+    return names.isEmpty() || std::ranges::any_of(names, [&](const QString& name) {
+               return value.type() == types()[name].type &&
+                      (name != "integer"_L1 || number == std::floor(number));
+           });
 }
 
 /// What a value must be, for people.
