@@ -53,7 +53,7 @@ int run(const marksim::Options& options)
     if (options.dieWithParent && !dieWithParent()) {
         return 0;
     }
-    if (!options.publicAddress.empty() && marksim::HostAddress{options.bind, {}}.isLoopback()) {
+    if (!options.publicAddress.empty() && marksim::isLoopback(options.bind)) {
         spdlog::warn("--public-address: the servers are bound to {}, others cannot reach them; give --bind",
                      options.bind);
     }

@@ -56,7 +56,7 @@ bool fits(const AdminRoute& route, const std::string& path)
 /// A port for this machine alone is handed out as it is.
 HostAddress adminAddress(const Options& options)
 {
-    const bool isLocal = HostAddress{options.adminBind, {}}.isLoopback();
+    const bool isLocal = isLoopback(options.adminBind);
     return HostAddress::of(options.adminBind, isLocal ? std::string() : options.publicAddress);
 }
 

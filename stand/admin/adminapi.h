@@ -56,11 +56,8 @@ public:
     /// The same with the state of every server.
     [[nodiscard]] QJsonObject state() const;
 
-    ConnectionPlan onAccept() override { return {}; }
     void serve(Request request, const ConnectionInfo& connection,
                std::function<void(Exchange)> done) override;
-    void onEnd(std::uint64_t, int, Outcome) override {}
-    void onRefused(const ConnectionInfo&, Outcome, const QString&) override {}
     [[nodiscard]] Exchange refuse(int status, const QString& reason) const override;
     [[nodiscard]] std::uint64_t maxBodyBytes() const override { return 4UL * 1024 * 1024; }
 

@@ -97,7 +97,7 @@ HostAddress HostAddress::of(const std::string& bind, const std::string& publicHo
     return {bind, inUrl(address.is_unspecified() ? reachableAddress(address) : address)};
 }
 
-bool HostAddress::isLoopback() const
+bool isLoopback(const std::string& bind)
 {
     return boost::asio::ip::make_address(bind).is_loopback();
 }

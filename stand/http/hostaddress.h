@@ -14,8 +14,10 @@ struct HostAddress
     /// itself is handed out, for 0.0.0.0 and :: the first address of this machine that others can reach.
     /// Throws InputError when there is none.
     [[nodiscard]] static HostAddress of(const std::string& bind, const std::string& publicHost);
-    [[nodiscard]] bool isLoopback() const;
 };
+
+/// Whether no other machine reaches ports that are bound to this IP address.
+[[nodiscard]] bool isLoopback(const std::string& bind);
 
 /// What is wrong with a host name or an IP address, in words; empty when nothing is.
 [[nodiscard]] std::string hostProblem(const std::string& text);

@@ -62,14 +62,14 @@ public:
     Service& operator=(const Service&) = delete;
     virtual ~Service() = default;
 
-    virtual ConnectionPlan onAccept() = 0;
+    virtual ConnectionPlan onAccept() { return {}; }
     /// Calls `answer` once, at once or later, unless the process ends before.
     virtual void serve(Request request, const ConnectionInfo& connection,
                        std::function<void(Exchange)> answer) = 0;
     /// `status` is 0 when nothing of the reply went out.
-    virtual void onEnd(std::uint64_t exchange, int status, Outcome outcome) = 0;
+    virtual void onEnd(std::uint64_t /*exchange*/, int /*status*/, Outcome) {}
     /// A connection came to nothing before any request: by its treatment, or because TLS was not agreed on.
-    virtual void onRefused(const ConnectionInfo& connection, Outcome outcome, const QString& reason) = 0;
+    virtual void onRefused(const ConnectionInfo&, Outcome, const QString& /*reason*/) {}
     /// The reply to what is no request, or one that is too large.
     [[nodiscard]] virtual Exchange refuse(int status, const QString& reason) const = 0;
     /// Bodies beyond it are answered with 413.
