@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include <QJsonArray>
 #include <QJsonObject>
 
+#include "poshost/terminal/jsonvalues.h"
 #include "poshost/terminal/output.h"
 
 namespace poshost {
@@ -16,29 +16,9 @@ constexpr std::array levels = {QLatin1String("good"), QLatin1String("note"), QLa
 constexpr std::array areas = {QLatin1String("settings"), QLatin1String("plugin"), QLatin1String("hosts"),
                               QLatin1String("keys"),     QLatin1String("sites"),  QLatin1String("modules")};
 
-QJsonValue orNull(const std::optional<bool>& value)
-{
-    return value ? QJsonValue(*value) : QJsonValue();
-}
-
-QJsonValue orNull(const QString& text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
-}
-
-QJsonValue orNull(const QDateTime& time)
+QJsonValue timeOrNull(const QDateTime& time)
 {
     return time.isValid() ? QJsonValue(time.toUTC().toString(Qt::ISODate)) : QJsonValue();
-}
-
-template <class List, class Describe>
-QJsonArray arrayOf(const List& list, Describe describe)
-{
-    QJsonArray array;
-    for (const auto& element : list) {
-        array.append(describe(element));
-    }
-    return array;
 }
 
 QJsonObject describeFinding(const Finding& finding)
@@ -72,7 +52,7 @@ QJsonObject describeHost(const HostState& host)
             {QStringLiteral("resolved"), host.resolved},
             {QStringLiteral("connected"), host.connected},
             {QStringLiteral("tls"), orNull(host.secured)},
-            {QStringLiteral("certificateEnd"), orNull(host.certificateEnd)},
+            {QStringLiteral("certificateEnd"), timeOrNull(host.certificateEnd)},
             {QStringLiteral("clockSkewSeconds"),
              host.clockSkew ? QJsonValue(qint64(host.clockSkew->count())) : QJsonValue()},
             {QStringLiteral("keys"), arrayOf(host.keys, describeKeyState)}};
@@ -106,7 +86,7 @@ QJsonObject describeModule(const ModuleState& module)
 
 QString toJson(const Report& report)
 {
-    QJsonObject object{
+    const QJsonObject object{
         {QStringLiteral("ok"), report.isGood()},
         {QStringLiteral("settingsFile"), orNull(report.settingsFile)},
         {QStringLiteral("service"), orNull(report.service)},
@@ -119,10 +99,7 @@ QString toJson(const Report& report)
         {QStringLiteral("findings"), arrayOf(report.findings, describeFinding)},
         {QStringLiteral("elapsedMs"), qint64(report.elapsed.count())},
     };
-    if (report.stand) {
-        object.insert(QStringLiteral("stand"), true);
-    }
-    return jsonLine(object);
+    return jsonLine(object, report.stand);
 }
 
 }  // namespace poshost

@@ -2,10 +2,9 @@
 
 #include <cmath>
 
-#include <QJsonArray>
-
 #include "poshost/language.h"
 #include "poshost/reports/statustext.h"
+#include "poshost/terminal/jsonvalues.h"
 
 namespace poshost {
 
@@ -36,11 +35,7 @@ QString noteLines(const QList<TraceNote>& notes)
 
 QJsonArray noteNames(const QList<TraceNote>& notes)
 {
-    QJsonArray names;
-    for (const TraceNote& note : notes) {
-        names.append(QString::fromUtf8(note.name));
-    }
-    return names;
+    return arrayOf(notes, [](const TraceNote& note) { return QString::fromUtf8(note.name); });
 }
 
 QString stepLines(qsizetype number, const Step& step)
@@ -140,13 +135,9 @@ QString explanationText(const CheckStory& story, const Decision& decision)
 
 QJsonObject explanationJson(const CheckStory& story, const Decision& decision)
 {
-    QJsonArray steps;
-    for (const Step& step : story.steps) {
-        steps.append(stepJson(step));
-    }
     return {
         {QStringLiteral("before"), noteNames(story.before)},
-        {QStringLiteral("steps"), steps},
+        {QStringLiteral("steps"), arrayOf(story.steps, stepJson)},
         {QStringLiteral("decision"), QJsonObject{{QStringLiteral("source"), sourceName(decision.source)},
                                                  {QStringLiteral("errorKind"), decision.errorKind},
                                                  {QStringLiteral("text"), decision.words}}},

@@ -1,12 +1,10 @@
 #include "poshost/reports/json.h"
 
-#include <algorithm>
-
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/statustext.h"
+#include "poshost/terminal/jsonvalues.h"
 #include "poshost/terminal/output.h"
 #include "result/statusnames.h"
 
@@ -66,23 +64,11 @@ QJsonObject describeMrp(const Result::MrpInfo& mrp)
     return {{QStringLiteral("groupId"), mrp.groupId}, {QStringLiteral("mrp"), mrp.mrp}};
 }
 
-QJsonArray passedCodes(const QList<MarkingCode>& codes)
+QJsonObject describeNotification(const Notification& notification)
 {
-    QJsonArray array;
-    std::transform(codes.begin(), codes.end(), std::back_inserter(array),
-                   [](const MarkingCode& code) { return code.toString(); });
-    return array;
-}
-
-QJsonArray notifications(const QList<Notification>& sent)
-{
-    QJsonArray array;
-    for (const Notification& notification : sent) {
-        array.append(QJsonObject{{QStringLiteral("id"), notification.id},
-                                 {QStringLiteral("textId"), notification.textId},
-                                 {QStringLiteral("text"), notification.text}});
-    }
-    return array;
+    return {{QStringLiteral("id"), notification.id},
+            {QStringLiteral("textId"), notification.textId},
+            {QStringLiteral("text"), notification.text}};
 }
 
 }  // namespace
@@ -91,31 +77,27 @@ QString toJson(const Verification& verification)
 {
     const Result& result = verification.result;
     QJsonObject object = {
-        {QStringLiteral("triggerResult"),
-         verification.triggerResult ? QJsonValue(*verification.triggerResult) : QJsonValue()},
+        {QStringLiteral("triggerResult"), orNull(verification.triggerResult)},
         {QStringLiteral("source"), sourceName(verification.source())},
         {QStringLiteral("success"), verification.isServed() && result.isSuccess()},
         {QStringLiteral("errorKind"), int(result.errorKind())},
         {QStringLiteral("httpStatus"), result.status()},
         {QStringLiteral("url"), shownAddress(result.url())},
         {QStringLiteral("errorText"), result.errorText().ru()},
-        {QStringLiteral("passedCodes"), passedCodes(result.passedCodes)},
+        {QStringLiteral("passedCodes"), arrayOf(result.passedCodes, &MarkingCode::toString)},
         {QStringLiteral("failedCodes"), perCode(result.failedCodes, describeStatus)},
         {QStringLiteral("requestInfos"), perCode(result.requestInfos, describeRequest)},
         {QStringLiteral("expireDates"), perCode(result.expireDates, describeDate)},
         {QStringLiteral("productWeights"), perCode(result.productWeights, describeWeight)},
         {QStringLiteral("mrps"), perCode(result.mrps, describeMrp)},
-        {QStringLiteral("notifications"), notifications(verification.notifications)},
+        {QStringLiteral("notifications"), arrayOf(verification.notifications, describeNotification)},
         {QStringLiteral("elapsedMs"), qint64(verification.elapsed.count())},
     };
     if (verification.story) {
         object.insert(QStringLiteral("explain"),
                       explanationJson(*verification.story, decisionOf(verification)));
     }
-    if (verification.stand) {
-        object.insert(QStringLiteral("stand"), true);
-    }
-    return jsonLine(object);
+    return jsonLine(object, verification.stand);
 }
 
 }  // namespace poshost

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <array>
 
-#include <QJsonArray>
-
 #include "poshost/language.h"
 #include "poshost/reports/explanationtext.h"
 #include "poshost/reports/statustext.h"
+#include "poshost/terminal/jsonvalues.h"
 #include "poshost/terminal/output.h"
 #include "result/statusnames.h"
 
@@ -74,17 +73,12 @@ QString refusedLines(const CheckEnd& end)
                                                : said({u"   ✗ and %1 more\n", u"   ✗ и ещё %1\n"}).arg(more));
 }
 
-QJsonArray refusedJson(const CheckEnd& end)
+QJsonObject refusedJson(const RefusedCode& refused)
 {
-    QJsonArray codes;
-    for (const RefusedCode& refused : end.refused) {
-        codes.append(QJsonObject{
-            {QStringLiteral("code"), refused.code},
+    return {{QStringLiteral("code"), refused.code},
             {QStringLiteral("reasons"), QJsonArray::fromStringList(statusNames(refused.why.status))},
             {QStringLiteral("message"), refused.why.message},
-            {QStringLiteral("errorCode"), refused.why.errorCode}});
-    }
-    return codes;
+            {QStringLiteral("errorCode"), refused.why.errorCode}};
 }
 
 }  // namespace
@@ -114,7 +108,8 @@ QString storyJson(const CheckStory& story)
     object.insert(QStringLiteral("outcome"), QString::fromUtf8(entryOf(story).name));
     object.insert(QStringLiteral("passed"), story.end ? QJsonValue(story.end->passed) : QJsonValue());
     object.insert(QStringLiteral("failed"), story.end ? QJsonValue(story.end->failed) : QJsonValue());
-    object.insert(QStringLiteral("refused"), story.end ? refusedJson(*story.end) : QJsonArray());
+    object.insert(QStringLiteral("refused"),
+                  story.end ? arrayOf(story.end->refused, refusedJson) : QJsonArray());
     return jsonLine(object);
 }
 

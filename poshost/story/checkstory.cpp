@@ -6,7 +6,6 @@
 
 #include <QJsonObject>
 
-#include "poshost/story/requeststatustext.h"
 #include "poshost/terminal/output.h"
 
 namespace poshost {
@@ -32,6 +31,32 @@ constexpr std::array<PurposeEntry, purposes> purposeEntries = {{
     {"", "other", {u"another request", u"другой запрос"}},
 }};
 
+struct StatusEntry
+{
+    const char* name;
+    Text words;
+};
+
+/// By RequestStatus.
+constexpr std::array<StatusEntry, 9> statusEntries = {{
+    {"ok", {u"reply accepted", u"ответ принят"}},
+    {"failed", {u"reply without \"ok\", taken as it is", u"ответ без «ok», принят как есть"}},
+    {"server-error", {u"server error", u"ошибка сервера"}},
+    {"cross-border-unavailable",
+     {u"no connection to the cross-border check", u"нет связи с трансграничной проверкой"}},
+    {"emergency",
+     {u"emergency, the ban on sales is lifted", u"аварийная ситуация, запрет на продажу отключён"}},
+    {"incorrect-token", {u"key refused", u"ключ не принят"}},
+    {"protocol-error", {u"protocol error", u"ошибка протокола"}},
+    {"timeout", {u"timed out", u"время вышло"}},
+    {"network-error", {u"no connection", u"нет связи"}},
+}};
+
+const StatusEntry& entryOf(RequestStatus status)
+{
+    return statusEntries.at(size_t(status));
+}
+
 Purpose purposeOf(const QUrl& url)
 {
     const QString path = url.path();
@@ -39,12 +64,6 @@ Purpose purposeOf(const QUrl& url)
         std::find_if(purposeEntries.begin(), purposeEntries.end(),
                      [&](const PurposeEntry& entry) { return path.endsWith(QLatin1String(entry.pathEnd)); });
     return Purpose(found - purposeEntries.begin());  // the last one fits every path
-}
-
-void setClass(Step& step, RequestStatus status)
-{
-    step.className = className(status);
-    step.classWords = classWords(status);
 }
 
 void classifyProbe(Step& step, const http::Response& reply)
@@ -98,7 +117,7 @@ Outcome CheckStory::outcome() const
 bool CheckStory::isTrouble() const
 {
     const auto isPlain = [](const Step& step) {
-        return step.done.isEmpty() && step.className == className(RequestStatus::Ok);
+        return step.done.isEmpty() && step.className == QLatin1String(entryOf(RequestStatus::Ok).name);
     };
     return !end || end->errorKind != http::ErrorKind::None || end->byModule || !before.isEmpty() ||
            !std::all_of(steps.begin(), steps.end(), isPlain);
@@ -155,6 +174,12 @@ void setModuleState(Step& step, const QString& state)
                  said({u"the module is not ready (%1)", u"модуль не готов (%1)"})
                      .arg(oneLine(state.left(enough))));
     }
+}
+
+void setClass(Step& step, RequestStatus status)
+{
+    const StatusEntry& entry = entryOf(status);
+    setClass(step, entry.name, said(entry.words));
 }
 
 void setClass(Step& step, const char* name, const QString& words)

@@ -11,6 +11,7 @@
 
 #include "poshost/language.h"
 #include "result/checkmarkingcodesresult.h"
+#include "result/requeststatus.h"
 #include <network/response.h>
 
 namespace poshost {
@@ -101,6 +102,7 @@ struct CheckStory
 [[nodiscard]] Step stepOf(const http::Response& reply, bool post);
 /// What a module means that names this state.
 void setModuleState(Step& step, const QString& state);
+void setClass(Step& step, RequestStatus status);
 void setClass(Step& step, const char* name, const QString& words);
 
 /// The address as the story shows it: without user, password and query.

@@ -4,6 +4,10 @@
 #include <memory>
 #include <vector>
 
+#include <QHash>
+
+#include "poshost/story/logfile.h"
+#include "poshost/story/storybuilder.h"
 #include "poshost/terminal/fatalerror.h"
 #include "poshost/terminal/output.h"
 #include "poshost/terminal/signals.h"
@@ -60,33 +64,38 @@ bool isOfKind(const CheckStory& story, Only only)
     return true;
 }
 
-}  // namespace
-
-bool StoryFilter::fits(const CheckStory& story) const
+/// Sorts the lines of a till's log into checks: the lines of one check stand in its thread, from that with
+/// its codes to that with its result.
+struct LogReader
 {
-    return (!since.isValid() || story.begin >= since) && (!until.isValid() || story.begin < until) &&
-           isOfKind(story, only) &&
-           std::any_of(story.codes.begin(), story.codes.end(),
-                       [this](const QString& each) { return each.contains(code); });
-}
+    struct OpenCheck
+    {
+        QDateTime begin;
+        StoryBuilder builder;
+    };
 
-LogReader::LogReader(StoryFilter filter)
-    : m_filter(std::move(filter))
-{
-}
+    StoryFilter filter;
+    QHash<QString, OpenCheck> open;  ///< by thread
+    LogChecks checks;                ///< those that have come to their end
+    int withoutBegin = 0;            ///< so that nothing is told of them
+
+    /// Lines come in the order in which they were written.
+    void add(const LogLine& line);
+    void close(const QString& thread);
+};
 
 void LogReader::add(const LogLine& line)
 {
-    m_first = m_first.isValid() ? std::min(m_first, line.at) : line.at;
-    m_last = m_last.isValid() ? std::max(m_last, line.at) : line.at;
+    checks.first = checks.first.isValid() ? std::min(checks.first, line.at) : line.at;
+    checks.last = checks.last.isValid() ? std::max(checks.last, line.at) : line.at;
     if (codesOfBegin(line.text)) {
         close(line.thread);
-        m_open.insert(line.thread, {line.at, {}});
+        open.insert(line.thread, {line.at, {}});
     }
     const bool ends = isEnd(line.text);
-    const auto check = m_open.find(line.thread);
-    if (check == m_open.end()) {
-        m_withoutBegin += ends ? 1 : 0;
+    const auto check = open.find(line.thread);
+    if (check == open.end()) {
+        withoutBegin += ends ? 1 : 0;
         return;
     }
     if (!line.text.isEmpty()) {
@@ -97,36 +106,37 @@ void LogReader::add(const LogLine& line)
     }
 }
 
-QList<CheckStory> LogReader::takeChecks()
-{
-    for (const QString& thread : m_open.keys()) {
-        close(thread);
-    }
-    std::stable_sort(m_checks.begin(), m_checks.end(),
-                     [](const CheckStory& one, const CheckStory& other) { return one.begin < other.begin; });
-    return std::move(m_checks);
-}
-
 void LogReader::close(const QString& thread)
 {
-    const auto check = m_open.find(thread);
-    if (check == m_open.end()) {
+    const auto check = open.find(thread);
+    if (check == open.end()) {
         return;
     }
     CheckStory story = check->builder.story();
     story.begin = check->begin;
     story.thread = thread;
-    m_open.erase(check);
-    ++m_seen;
-    if (m_filter.fits(story)) {
-        m_checks.append(std::move(story));
+    open.erase(check);
+    ++checks.seen;
+    if (filter.fits(story)) {
+        checks.wanted.append(std::move(story));
     }
+}
+
+}  // namespace
+
+bool StoryFilter::fits(const CheckStory& story) const
+{
+    return (!since.isValid() || story.begin >= since) && (!until.isValid() || story.begin < until) &&
+           isOfKind(story, only) &&
+           std::any_of(story.codes.begin(), story.codes.end(),
+                       [this](const QString& each) { return each.contains(code); });
 }
 
 LogChecks readLogs(const QStringList& names, const StoryFilter& filter)
 {
     const LogFiles files = openFiles(names);
-    LogReader reader(filter);
+    LogReader reader;
+    reader.filter = filter;
     for (const auto& file : files) {
         while (const auto line = file->next()) {
             Signals::throwIfReceived();
@@ -134,15 +144,20 @@ LogChecks readLogs(const QStringList& names, const StoryFilter& filter)
         }
     }
     tellUnread(files);
-    QList<CheckStory> wanted = reader.takeChecks();
-    if (reader.withoutBegin() > 0) {
-        printNote(QStringLiteral("story: checks left out because their begin is not in these logs: %1")
-                      .arg(reader.withoutBegin()));
+    for (const QString& thread : reader.open.keys()) {
+        reader.close(thread);
     }
-    if (reader.seen() == 0 && reader.first().isValid()) {
+    LogChecks& checks = reader.checks;
+    std::stable_sort(checks.wanted.begin(), checks.wanted.end(),
+                     [](const CheckStory& one, const CheckStory& other) { return one.begin < other.begin; });
+    if (reader.withoutBegin > 0) {
+        printNote(QStringLiteral("story: checks left out because their begin is not in these logs: %1")
+                      .arg(reader.withoutBegin));
+    }
+    if (checks.seen == 0 && checks.first.isValid()) {
         printNote(QStringLiteral("story: no check in these logs; [Log] level must be info or debug"));
     }
-    return {std::move(wanted), reader.seen(), reader.first(), reader.last()};
+    return std::move(checks);
 }
 
 }  // namespace poshost

@@ -1,13 +1,9 @@
 #pragma once
 
-#include <functional>
-
-#include <QHash>
+#include <QDateTime>
 #include <QStringList>
 
 #include "poshost/story/checkstory.h"
-#include "poshost/story/logfile.h"
-#include "poshost/story/storybuilder.h"
 
 namespace poshost {
 
@@ -23,45 +19,6 @@ struct StoryFilter
     Only only = Only::Any;
 
     [[nodiscard]] bool fits(const CheckStory& story) const;
-};
-
-/// Sorts the lines of a till's log into checks: the lines of one check stand in its thread, from that with
-/// its codes to that with its result.
-class LogReader
-{
-public:
-    explicit LogReader(StoryFilter filter);
-
-    /// Lines come in the order in which they were written.
-    void add(const LogLine& line);
-
-    /// The checks that were wanted, in the order of their begins; of those that have not come to an end what
-    /// there is. Nothing may be added after that.
-    [[nodiscard]] QList<CheckStory> takeChecks();
-    /// Checks whose begin was missing, so that nothing is told of them.
-    [[nodiscard]] int withoutBegin() const { return m_withoutBegin; }
-    /// Checks in all, also those that were not wanted.
-    [[nodiscard]] qint64 seen() const { return m_seen; }
-    /// Times of the oldest and the newest line; invalid without any.
-    [[nodiscard]] const QDateTime& first() const { return m_first; }
-    [[nodiscard]] const QDateTime& last() const { return m_last; }
-
-private:
-    struct OpenCheck
-    {
-        QDateTime begin;
-        StoryBuilder builder;
-    };
-
-    void close(const QString& thread);
-
-    StoryFilter m_filter;
-    QHash<QString, OpenCheck> m_open;  // by thread
-    QList<CheckStory> m_checks;
-    int m_withoutBegin = 0;
-    qint64 m_seen = 0;
-    QDateTime m_first;
-    QDateTime m_last;
 };
 
 /// What logs hold.

@@ -1,11 +1,9 @@
-#include "poshost/story/metrics.h"
+#include "poshost/story/summary.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <utility>
-
-#include "poshost/story/summary.h"
 
 namespace poshost {
 

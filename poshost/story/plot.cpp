@@ -1,4 +1,4 @@
-#include "poshost/story/plot.h"
+#include "poshost/story/summary.h"
 
 #include <array>
 

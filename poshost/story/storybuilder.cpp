@@ -8,7 +8,6 @@
 #include "crpt/messages.h"
 #include "lmchz/messages.h"
 #include "plugin/messages.h"
-#include "poshost/story/requeststatustext.h"
 #include "poshost/terminal/output.h"
 #include "result/statusnames.h"
 #include <network/messages.h>
@@ -253,8 +252,7 @@ void StoryBuilder::correctClass(const QString& line)
     }
     Step& step = m_story.steps.last();
     if (says(line, crpt::messages::crossBorderRetry) || says(line, crpt::messages::crossBorderPermitted)) {
-        step.className = className(RequestStatus::CrossBorderUnavailable);
-        step.classWords = classWords(RequestStatus::CrossBorderUnavailable);
+        setClass(step, RequestStatus::CrossBorderUnavailable);
     } else if (says(line, crpt::messages::siteUnhealthy) && step.className == QLatin1String("healthy")) {
         setClass(step, "unhealthy", said({u"the site is not healthy", u"площадка неисправна"}));
     } else if (const auto match = state.match(line.trimmed());

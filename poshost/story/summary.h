@@ -51,4 +51,11 @@ struct Summary
 /// For a person; by hour and by site with their shares.
 [[nodiscard]] QString toText(const Summary& summary);
 
+/// The checks in the text format of Prometheus, for a textfile collector: names begin with "crptservice_".
+[[nodiscard]] QString toMetrics(const QList<CheckStory>& checks);
+
+/// Draws the checks of each hour by their outcomes into an SVG file, by gnuplot. Throws FatalError when
+/// gnuplot is not installed or fails, when there is nothing to draw, and when the file cannot be written.
+void plot(const Summary& summary, const QString& file);
+
 }  // namespace poshost

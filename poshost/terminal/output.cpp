@@ -109,8 +109,11 @@ QString shownAddress(const QUrl& url)
     return shown.toString(QUrl::FullyEncoded);
 }
 
-QString jsonLine(const QJsonObject& object)
+QString jsonLine(QJsonObject object, bool stand)
 {
+    if (stand) {
+        object.insert(QStringLiteral("stand"), true);
+    }
     return utils::printable(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))) + u'\n';
 }
 

@@ -27,8 +27,9 @@ void printReport(const QString& text);
 /// The address within a line: percent-encoded, with asterisks for user and password.
 [[nodiscard]] QString shownAddress(const QUrl& url);
 
-/// The object as one line of JSON with its line feed; characters that do not print are escaped.
-[[nodiscard]] QString jsonLine(const QJsonObject& object);
+/// The object as one line of JSON with its line feed; characters that do not print are escaped. With `stand`
+/// it tells that a test stand was asked.
+[[nodiscard]] QString jsonLine(QJsonObject object, bool stand = false);
 
 /// Writes "poshost: <line>" to standard error. Write errors are ignored.
 void printNote(const QString& line);

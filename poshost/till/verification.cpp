@@ -1,12 +1,16 @@
 #include "poshost/till/verification.h"
 
 #include <algorithm>
+#include <thread>
 
 #include <QElapsedTimer>
 #include <QSet>
 
 #include "contracts/verify.h"
+#include "poshost/story/storybuilder.h"
 #include "poshost/terminal/fatalerror.h"
+#include <log4qt/logmanager.h>
+#include <network/restclient.h>
 #include <orvex/actiondispatcher.h>
 
 namespace poshost {
@@ -18,6 +22,53 @@ using Result = CheckMarkingCodesResult;
 /// NotTracking makes no code fail by itself.
 constexpr Result::Status forgivenWithSold =
     Result::Status(Result::Sold) | Result::NotRealizable | Result::NotTracking;
+
+using std::chrono::steady_clock;
+
+/// Takes down what the thread that made it does over HTTP and says in the log (masked, level debug and
+/// above), while it lives. A check runs from its begin to its end in the thread that asks for it, so what
+/// other threads do meanwhile (a list update, a ping) is no part of it and is left out. One at a time; it
+/// takes the log's watcher.
+class CheckTrace
+{
+public:
+    CheckTrace()
+    {
+        RestClient::setExchangeObserver(
+            [this](const http::ExchangeRecord& exchange) { add(exchange.begin, exchange); });
+        Log4Qt::LogManager::setWatcher(
+            [this](const Log4Qt::LogRecord& line) { add(steady_clock::now(), line.text); },
+            Log4Qt::Level::Debug);
+    }
+    CheckTrace(const CheckTrace&) = delete;
+    CheckTrace& operator=(const CheckTrace&) = delete;
+    ~CheckTrace()
+    {
+        Log4Qt::LogManager::setWatcher({});
+        RestClient::setExchangeObserver({});
+    }
+
+    /// What has happened until now. For the thread that made it.
+    [[nodiscard]] CheckStory story() const
+    {
+        CheckStory story = m_builder.story();
+        story.total = steady_clock::now() - m_begin;
+        return story;
+    }
+
+private:
+    template <class Entry>
+    void add(steady_clock::time_point at, const Entry& entry)
+    {
+        if (std::this_thread::get_id() == m_owner) {
+            m_builder.add(at - m_begin, entry);
+        }
+    }
+
+    const std::thread::id m_owner = std::this_thread::get_id();
+    const steady_clock::time_point m_begin = steady_clock::now();
+    StoryBuilder m_builder;
+};
 
 }  // namespace
 

@@ -7,7 +7,7 @@
 #include <QSet>
 
 #include "poshost/settings/hostsettings.h"
-#include "poshost/story/checktrace.h"
+#include "poshost/story/checkstory.h"
 #include "poshost/till/notifications.h"
 #include "result/checkmarkingcodesresult.h"
 #include <utils/markingcode.h>

@@ -9,6 +9,7 @@
 
 #include "poshost/reports/statustext.h"
 #include "poshost/terminal/fatalerror.h"
+#include "poshost/terminal/jsonvalues.h"
 #include "poshost/terminal/output.h"
 #include "poshost/terminal/signals.h"
 #include "poshost/terminal/worker.h"
@@ -59,17 +60,13 @@ Ping ping()
 
 QString toJson(const Ping& ping, bool stand)
 {
-    QJsonObject object = {
-        {QStringLiteral("triggerResult"),
-         ping.triggerResult ? QJsonValue(*ping.triggerResult) : QJsonValue()},
+    const QJsonObject object = {
+        {QStringLiteral("triggerResult"), orNull(ping.triggerResult)},
         {QStringLiteral("available"), ping.available},
         {QStringLiteral("text"), ping.text},
         {QStringLiteral("elapsedMs"), qint64(ping.elapsed.count())},
     };
-    if (stand) {
-        object.insert(QStringLiteral("stand"), true);
-    }
-    return jsonLine(object);
+    return jsonLine(object, stand);
 }
 
 int runPing(const Options& options, bool json)

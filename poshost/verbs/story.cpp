@@ -7,8 +7,6 @@
 
 #include "poshost/reports/storyreport.h"
 #include "poshost/story/logreader.h"
-#include "poshost/story/metrics.h"
-#include "poshost/story/plot.h"
 #include "poshost/story/summary.h"
 #include "poshost/terminal/fatalerror.h"
 #include "poshost/terminal/output.h"

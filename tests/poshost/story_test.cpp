@@ -104,7 +104,7 @@ TEST_F(Story, SaysWhatItCouldNotRead)
 
     const ProcessOutcome broken = story({"--json", "-"}, "2026-11-2\n" + whole + "\xff\xfe\n" + end);
     EXPECT_EQ(broken.output, told);
-    EXPECT_EQ(broken.errors, "poshost: story: -: 2 of " + QByteArray::number(lines.size() + 3) +
+    EXPECT_EQ(broken.errors, "poshost: story: standard input: 2 of " + QByteArray::number(lines.size() + 3) +
                                  " lines could not be read, the first is line 1\n");
     const ProcessOutcome cut = story({"--json", "-"}, whole);
     EXPECT_EQ(onlyObject(cut.output)["outcome"], "unfinished");
