@@ -1,6 +1,5 @@
 #include "poshost/story/logfile.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -77,28 +76,19 @@ std::optional<LogLine> LogFile::readNext()
 /// The next line, without its line feed.
 std::optional<QByteArray> LogFile::readBytes()
 {
-    constexpr qsizetype block = 1 << 16;
-    qsizetype end = m_bytes.indexOf('\n', m_taken);
-    while (end < 0 && !m_isAtEnd) {
-        m_bytes.remove(0, std::exchange(m_taken, 0));
-        const qsizetype before = m_bytes.size();
-        m_bytes.resize(before + block);
-        const int count = ::gzread(m_file.get(), m_bytes.data() + before, unsigned(block));
-        int error = Z_OK;
-        const char* why = ::gzerror(m_file.get(), &error);
-        if (error != Z_OK) {
-            refuseFile(error == Z_ERRNO ? systemError(errno) : QString::fromLocal8Bit(why));
-        }
-        m_bytes.truncate(before + count);
-        m_isAtEnd = count == 0;
-        end = m_bytes.indexOf('\n', before);
+    QByteArray line;
+    int byte = gzgetc(m_file.get());
+    const bool isAtEnd = byte < 0;
+    while (byte >= 0 && byte != '\n') {
+        line += char(byte);
+        byte = gzgetc(m_file.get());
     }
-    if (end < 0 && m_taken == m_bytes.size()) {
-        return std::nullopt;
+    int error = Z_OK;
+    const char* why = ::gzerror(m_file.get(), &error);
+    if (error != Z_OK) {
+        refuseFile(error == Z_ERRNO ? systemError(errno) : QString::fromLocal8Bit(why));
     }
-    end = end < 0 ? m_bytes.size() : end;
-    const qsizetype begin = std::exchange(m_taken, std::min(end + 1, m_bytes.size()));
-    return m_bytes.sliced(begin, end - begin);
+    return isAtEnd ? std::nullopt : std::optional(line);
 }
 
 void LogFile::refuseFile(const QString& why) const

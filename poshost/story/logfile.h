@@ -55,9 +55,6 @@ private:
 
     QString m_name;
     std::unique_ptr<gzFile_s, Closer> m_file;
-    QByteArray m_bytes;     ///< read, but not yet taken
-    qsizetype m_taken = 0;  ///< of these
-    bool m_isAtEnd = false;
     qint64 m_lines = 0;
     qint64 m_unread = 0;
     qint64 m_firstUnread = 0;
