@@ -21,11 +21,6 @@ Choice& choice()
     return choice;
 }
 
-QString in(Language language, const Text& text)
-{
-    return QString::fromUtf16(language == Language::English ? text.english : text.russian);
-}
-
 }  // namespace
 
 Language language()
@@ -59,12 +54,8 @@ Language languageOfEnvironment()
 
 QString said(const Text& text)
 {
-    return in(language(), text);
-}
-
-QString promised(const Text& text)
-{
-    return in(choice().isAsked ? language() : Language::Russian, text);
+    const bool isEnglish = language() == Language::English && (choice().isAsked || !text.isPromised);
+    return QString::fromUtf16(isEnglish ? text.english : text.russian);
 }
 
 }  // namespace poshost

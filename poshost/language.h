@@ -11,12 +11,15 @@ struct Text
 {
     const char16_t* english = u"";
     const char16_t* russian = u"";
+    /// The documents promise these words whatever the locale is: in Russian, unless English was asked for by
+    /// name.
+    bool isPromised = false;
 };
 
 /// The language of what people are told: Russian until one is set. For the time before any other thread runs.
 [[nodiscard]] Language language();
 void setLanguage(Language language);
-/// The same for a language that was asked for by name: promised() heeds it.
+/// The same for a language that was asked for by name.
 void askForLanguage(Language language);
 
 /// That of the locale in the environment (LC_ALL, LC_MESSAGES, LANG): Russian for "ru", and where no language
@@ -25,9 +28,5 @@ void askForLanguage(Language language);
 
 /// The text in the language that is set.
 [[nodiscard]] QString said(const Text& text);
-
-/// For words that the documents promise whatever the locale is: in Russian, unless English was asked for by
-/// name.
-[[nodiscard]] QString promised(const Text& text);
 
 }  // namespace poshost

@@ -7,7 +7,7 @@
 
 #include "poshost/doctor/asking.h"
 #include "poshost/language.h"
-#include "poshost/settings/address.h"
+#include "poshost/settings/values.h"
 
 namespace poshost {
 

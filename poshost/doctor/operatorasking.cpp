@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "poshost/settings/address.h"
+#include "poshost/settings/values.h"
 
 namespace poshost {
 

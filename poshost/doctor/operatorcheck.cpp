@@ -10,7 +10,7 @@
 
 #include "poshost/doctor/operatorasking.h"
 #include "poshost/language.h"
-#include "poshost/settings/address.h"
+#include "poshost/settings/values.h"
 
 namespace poshost {
 

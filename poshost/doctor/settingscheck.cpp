@@ -8,9 +8,8 @@
 #include <QRegularExpression>
 
 #include "poshost/language.h"
-#include "poshost/settings/address.h"
-#include "poshost/settings/certificates.h"
 #include "poshost/settings/knownkeys.h"
+#include "poshost/settings/values.h"
 
 namespace poshost {
 

@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 
 #include "poshost/language.h"
-#include "poshost/settings/address.h"
+#include "poshost/settings/values.h"
 
 namespace poshost {
 

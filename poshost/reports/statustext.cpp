@@ -115,10 +115,13 @@ QString forgivenWords()
     return said({u"the good was sold", u"товар был продан"});
 }
 
-QString standHead()
+QString standHead(bool hasStand)
 {
+    if (!hasStand) {
+        return {};
+    }
     return QStringLiteral("%1: %2\n")
-        .arg(promised({u"STAND", u"СТЕНД"}),
+        .arg(said({u"STAND", u"СТЕНД", true}),
              said({u"the test stand answers, not the operator", u"отвечает тестовый стенд, а не оператор"}));
 }
 

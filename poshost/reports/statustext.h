@@ -18,8 +18,8 @@ namespace poshost {
 /// What is said of a code that a refund forgives.
 [[nodiscard]] QString forgivenWords();
 
-/// Head of every report of what a test stand has said, with its line feed.
-[[nodiscard]] QString standHead();
+/// Head of every report of what a test stand has said, with its line feed; empty without a stand.
+[[nodiscard]] QString standHead(bool hasStand);
 
 /// "online", "offline" or null.
 [[nodiscard]] QJsonValue sourceName(Source source);

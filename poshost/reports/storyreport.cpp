@@ -23,18 +23,12 @@ struct OutcomeEntry
 /// By Outcome.
 constexpr std::array<OutcomeEntry, 4> outcomes = {{{"passed", {u"✓ passed", u"✓ прошли"}},
                                                    {"refused", {u"✗ REFUSED", u"✗ ОТКАЗ"}},
-                                                   {"permitted", {u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ"}},
+                                                   {"permitted", {u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ", true}},
                                                    {"unfinished", {u"? NOT FINISHED", u"? НЕ ЗАКОНЧЕНА"}}}};
 
 const OutcomeEntry& entryOf(const CheckStory& story)
 {
     return outcomes.at(size_t(story.outcome()));
-}
-
-QString wordsOf(const CheckStory& story)
-{
-    const Text& words = entryOf(story).words;
-    return story.outcome() == Outcome::Permitted ? promised(words) : said(words);
 }
 
 /// With the reply, where no step tells of it.
@@ -86,8 +80,8 @@ QJsonObject refusedJson(const RefusedCode& refused)
 QString storyText(const CheckStory& story)
 {
     QString text = said({u"%1  %2: codes %3", u"%1  %2: кодов %3"})
-                       .arg(story.begin.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")), wordsOf(story),
-                            QString::number(story.codes.size()));
+                       .arg(story.begin.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")),
+                            said(entryOf(story).words), QString::number(story.codes.size()));
     if (story.end) {
         text += said({u", refused %1", u", отказано %1"}).arg(story.end->failed);
     }

@@ -1,6 +1,7 @@
 #include "poshost/reports/table.h"
 
 #include <algorithm>
+#include <array>
 
 #include <QStringList>
 
@@ -25,33 +26,28 @@ struct Row
     QString remarks;
 };
 
-QString verdictText(Verdict verdict)
+struct Look
 {
-    switch (verdict) {
-    case Verdict::Passed:
-        return said({u"✓ passed", u"✓ прошёл"});
-    case Verdict::Failed:
-        return said({u"✗ REFUSED", u"✗ ОТКАЗ"});
-    case Verdict::Unverified:
-        return promised({u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ"});
-    case Verdict::Missing:
-        break;
-    }
-    return said({u"? none", u"? нет"});
+    Text text;
+    const char16_t* colour;
+};
+
+/// By Verdict.
+constexpr std::array<Look, 4> looks = {{
+    {{u"✓ passed", u"✓ прошёл"}, u"\x1b[32m"},
+    {{u"✗ REFUSED", u"✗ ОТКАЗ"}, u"\x1b[1;31m"},
+    {{u"? none", u"? нет"}, u"\x1b[33m"},
+    {{u"! NO CHECK", u"! БЕЗ ПРОВЕРКИ", true}, u"\x1b[33m"},
+}};
+
+const Look& lookOf(Verdict verdict)
+{
+    return looks.at(size_t(verdict));
 }
 
-QString colourOf(Verdict verdict)
+QString verdictText(Verdict verdict)
 {
-    switch (verdict) {
-    case Verdict::Passed:
-        return QStringLiteral("\x1b[32m");
-    case Verdict::Failed:
-        return QStringLiteral("\x1b[1;31m");
-    case Verdict::Unverified:
-    case Verdict::Missing:
-        break;
-    }
-    return QStringLiteral("\x1b[33m");
+    return said(lookOf(verdict).text);
 }
 
 QString inColour(const QString& text, const QString& colour, const Style& style)
@@ -139,7 +135,7 @@ QString table(const QList<Row>& rows, const Style& style)
         const QString code = style.width == 0 ? row.code : shortened(row.code, width);
         isAnyShortened |= code != row.code;
         const QString verdict = verdictText(row.verdict).leftJustified(wide);
-        text += inColour(verdict, colourOf(row.verdict), style);
+        text += inColour(verdict, QString::fromUtf16(lookOf(row.verdict).colour), style);
         text += row.remarks.isEmpty() ? code : code.leftJustified(width) + QLatin1String("  ") + row.remarks;
         text += u'\n';
     }
@@ -231,7 +227,7 @@ QString sideData(const Result& result, const MarkingCode& code)
 QString toTable(const Verification& verification, const Style& style)
 {
     const QList<Row> rows = makeRows(verification);
-    return (verification.stand ? standHead() : QString()) + table(rows, style) + u'\n' + sums(rows) +
+    return standHead(verification.stand) + table(rows, style) + u'\n' + sums(rows) +
            said({u", in %1 ms\n", u", за %1 мс\n"}).arg(verification.elapsed.count()) +
            said({u"Source: %1\n", u"Источник: %1\n"}).arg(origin(verification)) +
            notices(verification.notifications);

@@ -12,9 +12,8 @@
 #include <QUrl>
 
 #include "contracts/service.h"
-#include "poshost/settings/address.h"
-#include "poshost/settings/certificates.h"
 #include "poshost/settings/knownkeys.h"
+#include "poshost/settings/values.h"
 #include "poshost/terminal/fatalerror.h"
 #include "poshost/terminal/input.h"
 #include <log4qt/logmanager.h>

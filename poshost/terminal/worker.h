@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <exception>
-#include <optional>
+#include <future>
 #include <system_error>
 #include <thread>
-#include <type_traits>
 
 #include <QEventLoop>
 
@@ -20,22 +18,11 @@ namespace poshost {
 template <class Work>
 std::invoke_result_t<Work> inWorker(Work work)
 {
-    using Result = std::invoke_result_t<Work>;
-    constexpr bool hasResult = !std::is_void_v<Result>;
-    std::optional<std::conditional_t<hasResult, Result, bool>> result;
-    std::exception_ptr failure;
+    std::packaged_task<std::invoke_result_t<Work>()> task(std::move(work));
     QEventLoop loop;
     const auto run = [&] {
         const QEventLoop ownLoop;  // with it the thread has what timers need
-        try {
-            if constexpr (hasResult) {
-                result = work();
-            } else {
-                work();
-            }
-        } catch (...) {
-            failure = std::current_exception();
-        }
+        task();
         // What was logged is to stand before what is printed of it, unless nobody reads the log.
         (void)Log4Qt::LogManager::flush(std::chrono::milliseconds(200));
         QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
@@ -50,12 +37,7 @@ std::invoke_result_t<Work> inWorker(Work work)
     }
     loop.exec();
     thread.join();
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
-    if constexpr (hasResult) {
-        return std::move(*result);
-    }
+    return task.get_future().get();
 }
 
 }  // namespace poshost

@@ -16,7 +16,6 @@
 #include "poshost/terminal/progress.h"
 #include "poshost/terminal/signals.h"
 #include "poshost/till/codes.h"
-#include "poshost/verbs/cashierwords.h"
 
 namespace poshost {
 
@@ -59,8 +58,7 @@ CashDesk::CashDesk(const Till& till, Deal deal, Colours colours)
 
 int CashDesk::run()
 {
-    printReport((m_till.hasStand() ? standHead() : QString()) +
-                (m_terminal.isRaw() ? commandHelp() : QString()));
+    printReport(standHead(m_till.hasStand()) + (m_terminal.isRaw() ? commandHelp() : QString()));
     (void)showNotices();
     prompt();
     try {

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include "poshost/terminal/terminal.h"
+#include "poshost/till/codes.h"
 #include "poshost/till/verification.h"
 #include "poshost/verbs/basket.h"
 
@@ -13,10 +14,19 @@ namespace poshost {
 
 /// How a verdict looks from two metres away.
 enum class Mark { Good, Bad, Attention };
+[[nodiscard]] Mark markOf(Verdict verdict);
 
 /// A large plain verdict: a title between two bars, the lines below it. Bars are coloured where
 /// the style says so, and differ without colours too.
 [[nodiscard]] QString banner(Mark mark, const QString& title, const QStringList& lines, const Style& style);
+
+/// What the banner of a code says.
+[[nodiscard]] QString titleOf(Verdict verdict, Deal deal);
+/// Of a code that the basket holds already.
+[[nodiscard]] QString repeatedTitle(Deal deal);
+
+/// Why `text` is no code, and what to do.
+[[nodiscard]] QString faultWords(CodeFault fault, const QString& text);
 
 /// "В чеке: 2" or "К возврату: 2", "In the basket: 2" or "To take back: 2".
 [[nodiscard]] QString basketSum(const Basket& basket, Deal deal);

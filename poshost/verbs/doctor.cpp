@@ -202,7 +202,7 @@ int runDoctor(const Options& options, const DoctorOptions& own)
     if (own.json) {
         printOut(toJson(report));
     } else {
-        printReport((report.stand ? standHead() : QString()) + toText(report, colours));
+        printReport(standHead(report.stand) + toText(report, colours));
     }
     if (report.isFileMissing) {
         return exitstatus::Usage;

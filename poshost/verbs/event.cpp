@@ -33,7 +33,7 @@ int runEvents(const Options& options, const std::vector<int>& events)
     if (!till.start()) {
         return exitstatus::NotServed;
     }
-    printReport(till.hasStand() ? standHead() : QString());
+    printReport(standHead(till.hasStand()));
     qsizetype printed = 0;
     for (const int code : events) {
         printReport(said({u"event %1\n", u"событие %1\n"}).arg(code));

@@ -77,7 +77,7 @@ int runPing(const Options& options, bool json)
     if (json) {
         printOut(toJson(result, till.hasStand()));
     } else if (result.isServed) {
-        printReport((till.hasStand() ? standHead() : QString()) + oneLine(result.text) + u'\n');
+        printReport(standHead(till.hasStand()) + oneLine(result.text) + u'\n');
     }
     if (!result.isServed) {
         return exitstatus::NotServed;

@@ -1,4 +1,7 @@
-#include "poshost/settings/address.h"
+#include "poshost/settings/values.h"
+
+#include <QFile>
+#include <QRegularExpression>
 
 namespace poshost {
 
@@ -38,6 +41,13 @@ QString shownText(const QString& text)
 {
     const qsizetype at = text.lastIndexOf(u'@');
     return at < 0 ? text : u'…' + text.sliced(at);
+}
+
+bool holdsCertificates(const QString& name)
+{
+    static const QRegularExpression head(QStringLiteral("-----BEGIN ([A-Z0-9]+ )?CERTIFICATE-----"));
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) && QString::fromLatin1(file.readAll()).contains(head);
 }
 
 QString masked(const QString& secret)

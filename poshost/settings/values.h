@@ -24,6 +24,9 @@ namespace poshost {
 /// A text that may be or hold an address: without what stands before an "@".
 [[nodiscard]] QString shownText(const QString& text);
 
+/// Whether the file can be read and has a certificate in PEM: any other is of no use as [Network] caFile.
+[[nodiscard]] bool holdsCertificates(const QString& file);
+
 /// All but the last four characters of a secret gone, and all of one that has eight or fewer.
 [[nodiscard]] QString masked(const QString& secret);
 
