@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
+#include <QJsonObject>
 #include <QMap>
 #include <QString>
 
@@ -14,16 +14,15 @@ namespace poshost {
 /// scenario of marksim).
 struct ShippedScenario
 {
-    QString name;
     QString shows;
-    QMap<QString, QString> settings;
+    QJsonObject settings;
     QByteArray stand;
 
     void applySettings(Config& config) const;
 };
 
-/// All that are shipped, by name.
-[[nodiscard]] QList<ShippedScenario> shippedScenarios();
+/// All that are shipped, by their names.
+[[nodiscard]] QMap<QString, ShippedScenario> shippedScenarios();
 
 /// The one of that name; with an empty name a stand on which everything works. Throws FatalError.
 [[nodiscard]] ShippedScenario findScenario(const QString& name);

@@ -11,8 +11,9 @@ namespace {
 
 int listScenarios()
 {
-    for (const ShippedScenario& scenario : shippedScenarios()) {
-        printReport(QStringLiteral("%1  %2\n").arg(scenario.name.leftJustified(16), scenario.shows));
+    const QMap<QString, ShippedScenario> scenarios = shippedScenarios();
+    for (auto scenario = scenarios.begin(); scenario != scenarios.end(); ++scenario) {
+        printReport(QStringLiteral("%1  %2\n").arg(scenario.key().leftJustified(16), scenario->shows));
     }
     return exitstatus::Good;
 }
