@@ -17,6 +17,7 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 constexpr const char* verbOfCodes = "verify";
+constexpr auto onlyCodes = QLatin1String("only the codes of verify can follow \"--\"");
 
 constexpr const char* footer =
     "Exit status of verify: 0 every code passed with a verdict, 1 some code was refused, 2 the command\n"
@@ -57,6 +58,11 @@ void addGlobalOptions(CLI::App& app, Options& options)
         ->type_name("WHEN")
         ->transform(CLI::Transformer(colours).description(""))
         ->check(CLI::IsMember({Colours::Always, Colours::Auto, Colours::Never}).description(""));
+}
+
+bool takesCodes(const CLI::App& verb)
+{
+    return verb.get_name() == verbOfCodes;
 }
 
 [[noreturn]] void refuseLine(const QString& what)
@@ -151,6 +157,10 @@ std::function<int()> CommandLine::parse(int argc, const char* const* argv)
         printOut(QString::fromLatin1(version.what()) + u'\n');
         return {};
     } catch (const CLI::ParseError& error) {
+        const auto verbs = m_app.get_subcommands();
+        if (end != all.end() && !verbs.empty() && !takesCodes(*verbs.front())) {
+            refuseLine(onlyCodes);
+        }
         refuseLine(m_app, error);
     }
     chooseLanguage();
@@ -173,16 +183,16 @@ void CommandLine::chooseLanguage() const
 /// What no option has taken is a code, here and behind "--".
 void CommandLine::readCodes(const Arguments& behindDashes)
 {
-    const bool takesCodes = m_app.get_subcommands().front()->get_name() == verbOfCodes;
+    const bool areTaken = takesCodes(*m_app.get_subcommands().front());
     for (const std::string& argument : m_app.remaining()) {
-        if (!takesCodes || argument.starts_with('-')) {
+        if (!areTaken || argument.starts_with('-')) {
             refuseLine(QStringLiteral("The following argument was not expected: %1")
                            .arg(QString::fromStdString(argument)));
         }
         m_options.codes.append(QByteArray::fromStdString(argument));
     }
-    if (!takesCodes && !behindDashes.empty()) {
-        refuseLine(QStringLiteral("only the codes of verify can follow \"--\""));
+    if (!areTaken && !behindDashes.empty()) {
+        refuseLine(onlyCodes);
     }
     for (const std::string& argument : behindDashes) {
         m_options.codes.append(QByteArray::fromStdString(argument));

@@ -55,7 +55,7 @@ QString faultOfUrl(const KnownKey&, const QString& value)
 
 QString faultOfProxy(const KnownKey&, const QString& value)
 {
-    return addressOf(value).host().isEmpty() ? said({u"no address", u"не адрес"}) : QString();
+    return isProxy(value) ? QString() : said({u"no address", u"не адрес"});
 }
 
 QString faultOfAddresses(const KnownKey&, const QString& value)

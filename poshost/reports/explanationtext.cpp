@@ -68,12 +68,12 @@ QJsonObject stepJson(const Step& step)
     };
 }
 
-QString decisionWords(Source source, http::ErrorKind errorKind, int httpStatus)
+QString decisionWords(Source source, http::ErrorKind errorKind, int httpStatus, Deal deal)
 {
     if (source == Source::Offline) {
         return said({u"the local module's verdict", u"вердикт локального модуля"});
     }
-    const QString words = whyNoVerdict(errorKind, httpStatus);
+    const QString words = whyNoVerdict(errorKind, httpStatus, deal);
     return words.isEmpty()
                ? said({u"the verdict of the last site's reply", u"вердикт по последнему ответу площадки"})
                : words;
@@ -109,9 +109,9 @@ Decision decisionOf(const Verification& verification)
     const auto& result = verification.result;
     return {.source = verification.source(),
             .errorKind = int(result.errorKind()),
-            .words = verification.isServed()
-                         ? decisionWords(verification.source(), result.errorKind(), result.status())
-                         : said({u"there was no check", u"проверки не было"})};
+            .words = verification.isServed() ? decisionWords(verification.source(), result.errorKind(),
+                                                             result.status(), verification.deal)
+                                             : said({u"there was no check", u"проверки не было"})};
 }
 
 Decision decisionOf(const CheckEnd& end)
@@ -121,7 +121,7 @@ Decision decisionOf(const CheckEnd& end)
                                                                    : Source::Nowhere;
     return {.source = source,
             .errorKind = int(end.errorKind),
-            .words = decisionWords(source, end.errorKind, end.httpStatus)};
+            .words = decisionWords(source, end.errorKind, end.httpStatus, Deal::Sale)};
 }
 
 QString explanationText(const CheckStory& story, const Decision& decision)

@@ -21,9 +21,9 @@ QStringList refusalReasons(const Result::CodeStatus& failed, Deal deal)
     return reasons.isEmpty() ? QStringList(said({u"no reason given", u"причина не названа"})) : reasons;
 }
 
-QString missingReason(const Result& result)
+QString missingReason(const Result& result, Deal deal)
 {
-    const QString why = whyNoVerdict(result.errorKind(), result.status());
+    const QString why = whyNoVerdict(result.errorKind(), result.status(), deal);
     const QString words = why.isEmpty() ? oneLine(result.errorText().ru()) : why;
     return words.isEmpty() ? said({u"no verdict", u"вердикта нет"})
                            : said({u"no verdict: %1", u"вердикта нет: %1"}).arg(words);
@@ -43,9 +43,9 @@ Judgement judge(const Verification& verification)
     if (judgement.verdict == Verdict::Failed) {
         judgement.reasons = refusalReasons(result.failedCodes.value(code), verification.deal);
     } else if (judgement.verdict == Verdict::Missing) {
-        judgement.reasons.append(missingReason(result));
+        judgement.reasons.append(missingReason(result, verification.deal));
     } else if (judgement.verdict == Verdict::Unverified) {
-        judgement.remarks.append(whyNoVerdict(result.errorKind(), result.status()));
+        judgement.remarks.append(whyNoVerdict(result.errorKind(), result.status(), verification.deal));
     } else if (verification.source() == Source::Offline) {
         judgement.remarks.append(said({u"checked by the local module", u"проверено локальным модулем"}));
     }

@@ -138,7 +138,7 @@ QJsonValue sourceName(Source source)
     return {};
 }
 
-QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus)
+QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus, Deal deal)
 {
     if (httpStatus == keyRefusedStatus) {
         return said(keyRefused);
@@ -147,7 +147,9 @@ QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus)
     case http::ErrorKind::None:
         break;
     case http::ErrorKind::SalePermitted:
-        return said({u"no verdict, sale permitted", u"вердикта нет, продажа разрешена"});
+        return said(deal == Deal::Sale
+                        ? Text{u"no verdict, sale permitted", u"вердикта нет, продажа разрешена"}
+                        : Text{u"no verdict, refund permitted", u"вердикта нет, возврат разрешён"});
     case http::ErrorKind::Unreachable:
         return said({u"no site can be reached", u"ни одна площадка не доступна"});
     case http::ErrorKind::NoToken:

@@ -26,6 +26,6 @@ namespace poshost {
 
 /// Why there is no verdict of the operator: by the error kind, or because it did not take the
 /// key (by the status of its reply). Empty when there is one.
-[[nodiscard]] QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus);
+[[nodiscard]] QString whyNoVerdict(http::ErrorKind errorKind, int httpStatus, Deal deal);
 
 }  // namespace poshost

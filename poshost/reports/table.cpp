@@ -179,7 +179,8 @@ QString origin(const Verification& verification)
     if (!result.url().isEmpty()) {
         parts.append(shownAddress(result.url()));
     }
-    if (const QString words = whyNoVerdict(result.errorKind(), result.status()); !words.isEmpty()) {
+    if (const QString words = whyNoVerdict(result.errorKind(), result.status(), verification.deal);
+        !words.isEmpty()) {
         parts.append(words);
     }
     if (!result.errorText().ru().isEmpty()) {

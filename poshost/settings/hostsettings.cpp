@@ -92,7 +92,7 @@ void checkNetwork(const Config& config)
 {
     checkCertificates(config.getString(key("Network", "caFile")));
     if (const QString proxy = config.getString(key("Network", "proxy"));
-        !proxy.isEmpty() && addressOf(proxy).host().isEmpty()) {
+        !proxy.isEmpty() && !isProxy(proxy)) {
         refuse(QStringLiteral(
                    "settings, [Network] proxy = %1: no address; write it as http://proxy.example:3128")
                    .arg(proxy));

@@ -11,6 +11,12 @@ QUrl addressOf(const QString& text)
     return isWhole && !QUrl(text, QUrl::StrictMode).isValid() ? QUrl() : QUrl::fromUserInput(text);
 }
 
+bool isProxy(const QString& text)
+{
+    const bool isWhole = text.contains(QLatin1String("://"));
+    return !QUrl(isWhole ? text : QLatin1String("http://") + text, QUrl::StrictMode).host().isEmpty();
+}
+
 bool isAskable(const QUrl& url)
 {
     const bool isHttp = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");

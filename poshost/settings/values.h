@@ -9,6 +9,9 @@ namespace poshost {
 /// what would be taken for something else, such as "http://a b" for a path on a host named "http".
 [[nodiscard]] QUrl addressOf(const QString& text);
 
+/// Whether it is an address of a proxy: "proxy.example:3128", with or without a scheme.
+[[nodiscard]] bool isProxy(const QString& text);
+
 /// An http or https URL with a host.
 [[nodiscard]] bool isAskable(const QUrl& url);
 

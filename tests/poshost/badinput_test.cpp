@@ -29,6 +29,7 @@ TEST(BadInput, CommandLineAndCodesAreRefusedWithOneLine)
     const Call calls[] = {
         {{"sell", "C"}, "\"sell\" is neither a command nor an option"},
         {{"ping", "--", "C"}, "only the codes of verify can follow \"--\""},
+        {{"event", "--", "96"}, "only the codes of verify can follow \"--\""},
         {{"verify", "--request-timeout", "86401", "C"}, "--request-timeout"},
         {{"--stand", "verify", "--service", "crpt2", "C"}, "service \"crpt2\""},
         {{"verify", "C"}, "no settings found; name a file with --config, or use the test stand with --stand"},
@@ -73,6 +74,7 @@ TEST(BadInput, SettingsAreRefusedBeforeAnythingIsMade)
         {"[Host]\nrequestTimeout = 5s\n", "[Host] requestTimeout = 5s"},
         {"[Network]\ncaFile = " PLUGIN_PATH "\n", "no certificates in PEM; name a PEM file or leave it out"},
         {"[Network]\nproxy = http://\n", "[Network] proxy"},
+        {"[Network]\nproxy = ::1\n", "[Network] proxy"},
         {"[Network]\nmaxReplyBytes = 0\n", "[Network] maxReplyBytes"},
     };
     for (const auto& [content, complaint] : settings) {

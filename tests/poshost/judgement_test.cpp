@@ -62,6 +62,9 @@ TEST(Judgement, OnlyARefundForgivesThatTheGoodWasSold)
             const Judgement judgement = judge(verification);
             EXPECT_EQ(judgement.verdict, accepted ? Verdict::Passed : Verdict::Failed) << status.toInt();
             EXPECT_EQ(judgement.reasons.isEmpty(), accepted);
+            EXPECT_EQ(whyNoVerdict(http::ErrorKind::SalePermitted, 0, deal),
+                      deal == Deal::Sale ? "вердикта нет, продажа разрешена"
+                                         : "вердикта нет, возврат разрешён");
         }
     }
 }
