@@ -34,6 +34,13 @@ struct Footprint
     }
 };
 
+#ifdef __SANITIZE_THREAD__
+/// ThreadSanitizer finds no names in a library that has been mapped anew, and its suppressions go by names.
+inline constexpr bool keepsPluginMapped = true;
+#else
+inline constexpr bool keepsPluginMapped = false;
+#endif
+
 /// Whether the library's code is in the process. A sanitizer that names a place in it maps the file, too, to
 /// read it, and keeps that.
 inline bool isPluginLoaded()

@@ -46,13 +46,6 @@ constexpr std::chrono::seconds maxCheckTime(std::chrono::seconds operationTimeou
     return 2 * threadCount * maxUpdateTime + 2 * operationTimeout + 2 * moduleTimeout + schedulingTime;
 }
 
-#ifdef __SANITIZE_THREAD__
-/// ThreadSanitizer finds no names in a library that has been mapped anew, and its suppressions go by names.
-constexpr bool keepsPluginMapped = true;
-#else
-constexpr bool keepsPluginMapped = false;
-#endif
-
 struct Counts
 {
     std::atomic<qint64> checks = 0, unserved = 0, passed = 0, failed = 0, offline = 0, pings = 0, events = 0,
