@@ -99,7 +99,7 @@ function wanted(entry, range = scope()) {
 
 const complain = (text) => (byId('fault-complaint').textContent = text);
 
-/** Does something that a text without JSON in it keeps from being done. */
+/** Runs an action; a value that has to be JSON and is none is complained about. */
 async function attempt(action) {
   complain('');
   try {

@@ -28,6 +28,17 @@ protected:
         }
     }
 
+    /// From now on lines go into a pipe that nobody reads but whoever has what is returned.
+    std::fstream logToPipe() const
+    {
+        const QString path = folder.filePath("pipe");
+        EXPECT_EQ(mkfifo(qPrintable(path), 0600), 0);
+        std::fstream pipe(path.toStdString());
+        EXPECT_TRUE(LogManager::configure({.file = path, .pattern = "%v"}));
+        return pipe;
+    }
+
+    const QTemporaryDir folder;
     LogWatch log;
     const Log4Qt::Logger* logger = LogManager::logger("test");
 };
@@ -95,11 +106,7 @@ TEST_F(LoggingTest, LineCannotBeForgedOrSteerATerminal)
 
 TEST_F(LoggingTest, LogThatNobodyReadsHoldsUpNobody)
 {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("pipe");
-    ASSERT_EQ(mkfifo(qPrintable(path), 0600), 0);
-    std::fstream pipe(path.toStdString());
-    ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%v"}));
+    std::fstream pipe = logToPipe();
     LogManager::setWatcher({});
     constexpr int logged = 10'000;
     for (int i = 0; i < logged; ++i) {
@@ -119,7 +126,6 @@ TEST_F(LoggingTest, LogThatNobodyReadsHoldsUpNobody)
 
 TEST_F(LoggingTest, ChildOfAForkWritesItsLinesItself)
 {
-    const QTemporaryDir folder;
     QFile file(folder.filePath("a.log"));
     ASSERT_TRUE(LogManager::configure({.file = file.fileName(), .pattern = "%v"}));
     logger->info("parent");
@@ -136,11 +142,7 @@ TEST_F(LoggingTest, ChildOfAForkWritesItsLinesItself)
 
 TEST_F(LoggingTest, ChildOfAForkMayLogWhileTheParentsThreadIsStuck)
 {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("pipe");
-    ASSERT_EQ(mkfifo(qPrintable(path), 0600), 0);
-    std::fstream pipe(path.toStdString());
-    ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%v"}));
+    std::fstream pipe = logToPipe();
     constexpr int logged = 100;
     for (int i = 0; i < logged; ++i) {
         logger->info("%1", QString(1000, 'x'));
@@ -185,7 +187,6 @@ TEST_F(LoggingTest, SecretRegisteredIsMaskedAnywhereUnlessSecretsAreWanted)
 
 TEST_F(LoggingTest, FileIsAppendedToUntilAnotherCanBeOpened)
 {
-    const QTemporaryDir folder;
     const QString path = folder.filePath("журнал/a.log");
     ASSERT_TRUE(LogManager::configure({.file = path, .pattern = "%l [%n] %v"}));
     LogManager::logger("taskmanager", "crptping")->info("раз");
